@@ -1,0 +1,32 @@
+// CLP command builders: one per family or group of families, all of the same form.
+#ifndef DRIVER_BUILDERS_BUILDERS_H_
+#define DRIVER_BUILDERS_BUILDERS_H_
+
+#include "ModuleState.h"
+#include "Planning/CommandCodes.h"
+
+typedef EFI_STATUS (*CLP_BUILDER)(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
+                                  BOOLEAN *ParseResponse);
+
+EFI_STATUS BuildDefaultClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
+                                  BOOLEAN *ParseResponse);
+EFI_STATUS BuildEmulex0720ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
+                                     BOOLEAN *ParseResponse);
+EFI_STATUS BuildQLogic8070ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
+                                     BOOLEAN *ParseResponse);
+EFI_STATUS BuildMellanox1013ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
+                                       BOOLEAN *ParseResponse);
+EFI_STATUS BuildMellanox1017ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
+                                       BOOLEAN *ParseResponse);
+EFI_STATUS BuildQLogic2031ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
+                                     BOOLEAN *ParseResponse);
+
+extern const CHAR8 *const mPfTypeNames[8];
+extern const UINT64 mPfIndexTable[16];
+
+VOID HexEncodeBytes(const UINT8 *Source, UINTN Count, CHAR8 *Destination);
+VOID CopyBoundedText(CHAR8 *Destination, const CHAR8 *Source, UINTN Bound);
+VOID FormatMacWithColons(CHAR8 *Destination, const CHAR8 *Digits);
+EFI_STATUS CheckClpBufferSpace(UINTN LengthUsed, UINTN LengthNeeded);
+
+#endif

@@ -1,0 +1,30 @@
+// The planning predicate, the family planners and the link layout adjustment.
+#ifndef DRIVER_PLANNING_PLANNING_H_
+#define DRIVER_PLANNING_PLANNING_H_
+
+#include "ModuleState.h"
+#include "Planning/CommandCodes.h"
+
+// Decides one code for one function; appends at CommandList[*Count] and advances *Count.
+// TRUE when at least one code was appended. Never writes past the command list.
+BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count);
+// Appends one code if the list has room (an append that finds the list full is dropped).
+BOOLEAN AppendCommand(UINT32 Code, UINTN *Count);
+BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings);
+
+VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
+VOID PlanGeneral(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
+VOID PlanQLogic2031(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
+VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
+VOID PlanMellanox1013(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
+VOID PlanMellanox1017(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
+VOID ProbeRoceAndSriov(FUNCTION_SETTINGS *Settings, UINT8 *RoceMode, UINT8 *SriovRequested,
+                       UINT32 *ActiveLinkConfig);
+
+VOID AdjustLinkLayout(FUNCTION_SETTINGS *Settings);
+VOID AdjustLayoutEmulex07x0(FUNCTION_SETTINGS *Settings, FUNCTION_SETTINGS *First);
+VOID AdjustLayout4x1G(FUNCTION_SETTINGS *Settings);
+VOID AdjustLayout4x10G(FUNCTION_SETTINGS *Settings);
+VOID CopyFirmwareVersions(FUNCTION_SETTINGS *Settings, FUNCTION_SETTINGS *First);
+
+#endif
