@@ -8,6 +8,12 @@ extern "C" {
 #include <efi.h>
 }
 
+// gnu-efi spells CHAR8 as UINT8 (unsigned char), unlike EDK II's char, so a string literal is not a
+// CHAR8 string. Tables keep their texts as `const char *`; ASTR() converts where a CHAR8 API is
+// called. The print and debug formats of our EDK II subset take `const char *` directly.
+static inline const CHAR8 *ASTR(const char *Text) { return reinterpret_cast<const CHAR8 *>(Text); }
+static inline CHAR8 *ASTR(char *Text) { return reinterpret_cast<CHAR8 *>(Text); }
+
 // gnu-efi spells CHAR16 as UINT16, so C++ needs a cast to use a u"" literal where firmware
 // interfaces take CHAR16 pointers. The firmware never writes through these names.
 #define WSTR(Literal) ((CHAR16 *)(u"" Literal))

@@ -14,8 +14,8 @@
 // PcdDebugPrintErrorLevel of this build.
 #define DEBUG_PRINT_ERROR_LEVEL 0x80000006u
 
-void DebugPrint(UINTN ErrorLevel, const CHAR8 *Format, ...);
-void DebugAssert(const CHAR8 *FileName, UINTN LineNumber, const CHAR8 *Description);
+void DebugPrint(UINTN ErrorLevel, const char *Format, ...);
+void DebugAssert(const char *FileName, UINTN LineNumber, const char *Description);
 
 #define DEBUG(Expression)                                                                         \
   do {                                                                                            \

@@ -1,0 +1,241 @@
+// ManagedMode Query: finds the controller's settings record, plans the controller's command list
+// in phases and hands out one CLP command per Instance.
+#include "PlatformToDriver.h"
+#include "Managed/AdapterSettings.h"
+#include "Builders/Builders.h"
+#include "Planning/NaloConfiguration.h"
+#include "Planning/Planning.h"
+#include "Library/BaseLib.h"
+#include "Library/BaseMemoryLib.h"
+#include "Library/UefiBootServicesTableLib.h"
+
+typedef VOID (*FAMILY_PLANNER)(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
+                               UINTN *Count);
+
+// Fixed order: every planner runs for every function; only the one of the identified family acts.
+static const FAMILY_PLANNER mFamilyPlanners[] = {
+    PlanEmulex0720, PlanGeneral, PlanQLogic2031, PlanQLogic8070, PlanMellanox1013, PlanMellanox1017,
+};
+
+static UINT32 VidDidOf(const FUNCTION_SETTINGS *Settings) {
+  return (((UINT32)Settings->VendorId) << 16) | Settings->DeviceId;
+}
+
+static CLP_BUILDER SelectBuilder(VOID) {
+  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  if (Family.Emulex0720) {
+    return BuildEmulex0720ClpCommand;
+  }
+  if (Family.QLogic2031 && !Family.QLogic2261) {
+    return BuildQLogic2031ClpCommand;
+  }
+  if (Family.QLogic8070) {
+    return BuildQLogic8070ClpCommand;
+  }
+  if (Family.Mellanox1013) {
+    return BuildMellanox1013ClpCommand;
+  }
+  if (Family.Mellanox1017) {
+    return BuildMellanox1017ClpCommand;
+  }
+  return BuildDefaultClpCommand;
+}
+
+// Function indices beyond the 16-entry tables have no entries; the builders treat the missing
+// entries as absent values.
+static VOID PointEntriesAt(UINTN Index) {
+  if (Index < NALO_FUNCTION_ENTRIES) {
+    SelectNaloEntries(Index);
+  } else {
+    mModule.mCurFunctionEntry = nullptr;
+    mModule.mCurAddressEntry = nullptr;
+    mModule.mCurBootEntry = nullptr;
+  }
+}
+
+static VOID StartControllerRun(FUNCTION_SETTINGS *Adapter, BOOLEAN *Plan) {
+  mModule.mFirstFunctionOfAdapter = Adapter->PortIndex == 0 && Adapter->PfIndex == 0;
+  if (mModule.mFirstFunctionOfAdapter) {
+    // A new adapter: forget what the previous adapter's first function discovered.
+    mModule.mLinkConfig = 0;
+    mModule.mActiveLinkConfig = 0;
+    mModule.mCurrentUmc = 0;
+    mModule.mTargetUmc = 0;
+    mModule.mCurrentPersonality = 0;
+    mModule.mTargetPersonality = 0;
+    mModule.mCurrentPfCount = 0;
+    mModule.mTargetPfCount = 0;
+    mModule.mRoceMode = 0;
+    mModule.mSriovRequested = 0;
+    mModule.mRoceTypeFound = 0;
+    mModule.mPlanStopped = 0;
+  }
+  mModule.mPlanInstance = PLAN_INSTANCE_NONE;
+  mModule.mCurrentPortEnable = Adapter->PortEnable;
+  mModule.mTargetPortEnable = Adapter->PortEnable;
+  mModule.mPlanInstance2 = PLAN_INSTANCE_NONE;
+  mModule.mPlanComplete = 0;
+  mModule.mLinkAdjusted = 0;
+
+  for (UINTN Index = 0; Index < COMMAND_LIST_ENTRIES; Index++) {
+    mModule.CommandList[Index] = END;
+  }
+  mModule.mCommandCount = 0;
+
+  if (mModule.mFamily.Emulex0720 && (mModule.mActiveLinkConfig == 1 || mModule.mActiveLinkConfig == 3)) {
+    AdjustLinkLayout(Adapter);
+    mModule.mLinkAdjusted = 1;
+  }
+
+  mModule.mFirstFunctionOfPort = Adapter->PfIndex == 0;
+  if (mModule.mFirstFunctionOfPort) {
+    mModule.mAddrDefaultsPlanned = FALSE;
+  }
+
+  // These families are planned through the first function of each port only; the other
+  // functions' controllers get just END.
+  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  if ((Family.Emulex0720 || Family.Emulex0710 || Family.Emulex0700 || Family.QLogic8070) &&
+      !mModule.mFirstFunctionOfPort) {
+    *Plan = FALSE;
+  }
+}
+
+static VOID RunPlanningPass(UINTN Instance, FUNCTION_SETTINGS *Adapter) {
+  const PLAN_STATE Snapshot = {mModule.mPlanInstance, mModule.mPlanInstance2, mModule.mPlanStopped,
+                               mModule.mPlanComplete, mModule.mLinkAdjusted};
+
+  // The record's function list has 16 slots whatever FunctionCount claims.
+  const UINTN FunctionCount =
+      Adapter->FunctionCount < FUNCTION_LIST_ENTRIES ? Adapter->FunctionCount : FUNCTION_LIST_ENTRIES;
+  for (UINTN Index = 0; Index < FunctionCount; Index++) {
+    FUNCTION_SETTINGS *Function = Adapter->Functions[Index];
+    if ((Index > 0 && mModule.mLinkConfig == 1) || Function == nullptr || mModule.mPlanStopped != 0) {
+      break;
+    }
+    const UINTN First = mModule.mCommandCount;
+    PointEntriesAt(Index);
+    for (FAMILY_PLANNER Planner : mFamilyPlanners) {
+      PLAN_STATE Copy = Snapshot;
+      Planner(Instance, Function, &Copy, &mModule.mCommandCount);
+    }
+    for (UINTN Entry = First; Entry < mModule.mCommandCount && Entry < COMMAND_LIST_ENTRIES; Entry++) {
+      mModule.mCommandSettings[Entry] = Function;
+    }
+  }
+
+  // Planners stop appending two entries short of the end, so EXIT and END always fit.
+  if (mModule.mPlanComplete != 0 && mModule.mCommandCount < COMMAND_LIST_ENTRIES) {
+    mModule.CommandList[mModule.mCommandCount] = (INT32)EXIT;
+    mModule.mCommandSettings[mModule.mCommandCount] = Adapter;
+    mModule.mCommandCount++;
+    if (mModule.mCommandCount < COMMAND_LIST_ENTRIES) {
+      mModule.CommandList[mModule.mCommandCount] = END;
+    }
+  }
+}
+
+EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 **CommandText,
+                          BOOLEAN *ParseFlag, UINTN *ResponseCode) {
+  FUNCTION_SETTINGS *Adapter = *Settings;
+  const UINTN N = *Instance;
+
+  mModule.mPciVidDid = VidDidOf(Adapter);
+  BOOLEAN Plan = TRUE;
+
+  if (N == 0) {
+    StartControllerRun(Adapter, &Plan);
+  }
+  // 255 in a plan byte means "no such phase"; a plan never grows that long, so an Instance of 255
+  // cannot be a real phase start.
+  const BOOLEAN AtPhase2 = mModule.mPlanInstance != PLAN_INSTANCE_NONE && N == mModule.mPlanInstance;
+  const BOOLEAN AtPhase3 = mModule.mPlanInstance2 != PLAN_INSTANCE_NONE && N == mModule.mPlanInstance2;
+  if (N != 0 && !AtPhase2 && !AtPhase3) {
+    Plan = FALSE;
+  }
+  if (mModule.mPlanComplete != 0 || mModule.mPlanStopped != 0) {
+    Plan = FALSE;
+  }
+  if (AtPhase2) {
+    if (mModule.mLinkAdjusted == 0) {
+      AdjustLinkLayout(Adapter);
+    }
+    LoadNaloConfiguration(Adapter);
+  }
+  if (Plan) {
+    RunPlanningPass(N, Adapter);
+  }
+
+  FUNCTION_SETTINGS *Function = Adapter;
+  if (N < mModule.mCommandCount && N < COMMAND_LIST_ENTRIES) {
+    mModule.mCurrentCommandCode = (UINTN)(INTN)mModule.CommandList[N];
+    if (mModule.mCommandSettings[N] != nullptr) {
+      Function = mModule.mCommandSettings[N];
+    }
+  } else {
+    mModule.mCurrentCommandCode = END;
+  }
+
+  PointEntriesAt(Function->PfIndex);
+  const EFI_STATUS Status = SelectBuilder()(Adapter, Function, mModule.mCurrentCommandCode, ParseFlag);
+
+  *Settings = Function;
+  *CommandText = mModule.ClpCommandBuffer;
+  *ResponseCode = mModule.mCurrentCommandCode;
+  return Status;
+}
+
+static EFI_STATUS GetControllerSettings(EFI_HANDLE ControllerHandle, FUNCTION_SETTINGS **Settings) {
+  if (mModule.mAdapterSettingsProtocol == nullptr) {
+    // Only proves that the platform provides the protocol at all.
+    if (EFI_ERROR(gBS->LocateProtocol(&gAdapterSettingsProtocolGuid, nullptr,
+                                      (VOID **)&mModule.mAdapterSettingsProtocol))) {
+      return EFI_NOT_FOUND;
+    }
+  }
+  if (EFI_ERROR(gBS->HandleProtocol(ControllerHandle, &gAdapterSettingsProtocolGuid,
+                                    (VOID **)&mModule.mAdapterSettingsProtocol)) ||
+      mModule.mAdapterSettingsProtocol == nullptr) {
+    return EFI_NOT_FOUND;
+  }
+  if (EFI_ERROR(mModule.mAdapterSettingsProtocol->GetAdapterSettings(mModule.mAdapterSettingsProtocol,
+                                                                      Settings)) ||
+      *Settings == nullptr) {
+    return EFI_NOT_FOUND;
+  }
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS ManagedModeQuery(EFI_HANDLE ControllerHandle, EFI_HANDLE ChildHandle, UINTN *Instance,
+                            EFI_GUID **ParameterTypeGuid, VOID **ParameterBlock, UINTN *ParameterBlockSize) {
+  mModule.mCurrentSettings = nullptr;
+  mModule.mParseResponse = FALSE;
+  mModule.mResponseCommandCode = 0;
+  mModule.mManagedCommandOut = FALSE;
+
+  if (ChildHandle != nullptr) {
+    return EFI_NOT_FOUND;
+  }
+  FUNCTION_SETTINGS *Settings = nullptr;
+  if (EFI_ERROR(GetControllerSettings(ControllerHandle, &Settings))) {
+    return EFI_NOT_FOUND;
+  }
+  mModule.mCurrentSettings = Settings;
+  if (!AcceptController(Settings) || !IdentifyAdapterFamily(Settings)) {
+    return EFI_NOT_FOUND;
+  }
+
+  CHAR8 *CommandText = mModule.ClpCommandBuffer;
+  const EFI_STATUS Status = RunManagedStep(Instance, &mModule.mCurrentSettings, &CommandText,
+                                           &mModule.mParseResponse, &mModule.mResponseCommandCode);
+
+  ZeroMem(&mModule.mClpParameterBlock, sizeof(mModule.mClpParameterBlock));
+  mModule.mClpParameterBlock.CLPCommand = CommandText;
+  mModule.mClpParameterBlock.CLPCommandLength = (UINT32)AsciiStrLen(CommandText);
+  *ParameterTypeGuid = &gEfiPlatformToDriverConfigurationClpGuid;
+  *ParameterBlock = &mModule.mClpParameterBlock;
+  *ParameterBlockSize = sizeof(mModule.mClpParameterBlock);
+
+  mModule.mManagedCommandOut = !EFI_ERROR(Status);
+  return Status;
+}
