@@ -59,13 +59,13 @@ EFI_STATUS EFIAPI PlatformToDriverResponse(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_
   switch (ConfigurationAction) {
   case EfiPlatformConfigurationActionStopController:
     return EFI_ERROR(gBS->DisconnectController(ControllerHandle, nullptr, nullptr)) ? EFI_NOT_FOUND
-                                                                                     : EFI_SUCCESS;
+                                                                                    : EFI_SUCCESS;
   case EfiPlatformConfigurationActionRestartController:
     if (EFI_ERROR(gBS->DisconnectController(ControllerHandle, nullptr, nullptr))) {
       return EFI_NOT_FOUND;
     }
     return EFI_ERROR(gBS->ConnectController(ControllerHandle, nullptr, nullptr, TRUE)) ? EFI_NOT_FOUND
-                                                                                         : EFI_SUCCESS;
+                                                                                       : EFI_SUCCESS;
   case EfiPlatformConfigurationActionRestartPlatform:
     // The QLogic8070 drivers ask for a platform restart where the adapter itself reloads; the
     // platform must keep booting for them.

@@ -41,7 +41,9 @@ EFI_STATUS ConsoleMessagePrint(EFI_SYSTEM_TABLE *SystemTable, CHAR16 *String) {
 }
 
 // A failing library constructor is a platform integration fault, not a reason to refuse loading.
-static VOID CheckConstructor(EFI_STATUS Status) { ASSERT(!EFI_ERROR(Status)); }
+static VOID CheckConstructor(EFI_STATUS Status) {
+  ASSERT(!EFI_ERROR(Status));
+}
 
 EFI_STATUS EFIAPI _ModuleEntryPoint(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
   if (PLATFORM_TO_DRIVER_REQUIRED_UEFI_REVISION > SystemTable->Hdr.Revision) {

@@ -2,4 +2,6 @@
 // Kept out of the firmware image, which never resets itself.
 #include "ModuleState.h"
 
-VOID ResetModuleState(VOID) { mModule = DRIVER_MODULE_STATE{}; }
+VOID ResetModuleState(VOID) {
+  mModule = DRIVER_MODULE_STATE{};
+}

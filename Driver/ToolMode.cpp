@@ -10,7 +10,7 @@
 #include "Library/UefiBootServicesTableLib.h"
 #include "Library/UefiRuntimeServicesTableLib.h"
 
-#define TOOL_VARIABLE_ATTRIBUTES                                                                  \
+#define TOOL_VARIABLE_ATTRIBUTES                                                                             \
   (EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS)
 #define TOOL_VARIABLE_NAME_CHARS 32
 #define TOOL_MAX_INSTANCES 64
@@ -77,8 +77,8 @@ EFI_STATUS ToolModeQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This, EF
   }
 
   // Only the banner shows the IDs.
-  const UINTN ConfigBase = PCI_EXPRESS_LIB_ADDRESS(Location.Bus & 0xFF, Location.Device & 0x1F,
-                                                   Location.Function & 0x07, 0);
+  const UINTN ConfigBase =
+      PCI_EXPRESS_LIB_ADDRESS(Location.Bus & 0xFF, Location.Device & 0x1F, Location.Function & 0x07, 0);
   const UINT16 VendorId = PciExpressRead16(ConfigBase);
   const UINT16 DeviceId = PciExpressRead16(ConfigBase + 2);
 

@@ -198,8 +198,8 @@ static EFI_STATUS GetControllerSettings(EFI_HANDLE ControllerHandle, FUNCTION_SE
       mModule.mAdapterSettingsProtocol == nullptr) {
     return EFI_NOT_FOUND;
   }
-  if (EFI_ERROR(mModule.mAdapterSettingsProtocol->GetAdapterSettings(mModule.mAdapterSettingsProtocol,
-                                                                      Settings)) ||
+  if (EFI_ERROR(
+          mModule.mAdapterSettingsProtocol->GetAdapterSettings(mModule.mAdapterSettingsProtocol, Settings)) ||
       *Settings == nullptr) {
     return EFI_NOT_FOUND;
   }

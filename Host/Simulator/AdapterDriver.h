@@ -1,0 +1,50 @@
+// Plays one adapter driver against the installed protocol: Query Instance 0, 1, ... until Query
+// answers an error, executing each CLP command through a responder and calling Response after
+// every successful Query, as the UEFI driver model gives.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+extern "C++" {
+#include "Uefi.h"
+}
+
+namespace sim {
+
+struct ClpOutcome {
+  std::string Reply;
+  uint8_t Status = 0;
+  uint8_t Error = 0;
+  uint32_t Action = EfiPlatformConfigurationActionNone;
+};
+
+using ClpResponder = std::function<ClpOutcome(const std::string &Command)>;
+
+struct DriverStep {
+  uint64_t Instance = 0;
+  EFI_STATUS Query = EFI_SUCCESS;
+  std::string Command;
+  bool ClpGuid = false; // the parameter type handed out was the CLP GUID
+  ClpOutcome Outcome;
+  EFI_STATUS Response = EFI_SUCCESS;
+};
+
+struct DriverRun {
+  std::vector<DriverStep> Steps;
+  uint64_t EndInstance = 0;
+  EFI_STATUS EndQuery = EFI_SUCCESS;
+  bool Restarted = false;     // a Response restarted the controller: the driver starts again
+  bool InstanceLimit = false; // the run passed the Instance limit without ending
+};
+
+// Observer called after each Query and after each Response (for event bookkeeping).
+using StepObserver = std::function<void(const DriverStep &Step, bool AfterResponse)>;
+
+DriverRun RunAdapterDriver(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, EFI_HANDLE Controller,
+                           const ClpResponder &Responder, uint64_t InstanceLimit = 256,
+                           const StepObserver &Observer = nullptr);
+
+} // namespace sim
