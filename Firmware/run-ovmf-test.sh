@@ -35,7 +35,8 @@ console_log=$work/console.log
 debug_log=$work/debug.log
 : >"$console_log"
 
-# COM1 carries the firmware console; COM2 (I/O 0x2F8) carries the driver's debug output.
+# COM1 carries the firmware console; OVMF mirrors it on COM2 (I/O 0x2F8), where the driver's debug
+# output goes as well.
 status=0
 timeout --kill-after=5 "$timeout_seconds" "$qemu" \
   -machine q35 -m 256 -nographic -no-reboot -net none \
@@ -48,7 +49,7 @@ timeout --kill-after=5 "$timeout_seconds" "$qemu" \
   -monitor none -display none </dev/null >"$work/qemu.out" 2>&1 || status=$?
 
 # The console is a terminal stream: drop carriage returns and escape sequences before matching.
-clean=$(sed -e 's/\x1b\[[0-9;?]*[A-Za-z]//g' -e 's/\r//g' "$console_log")
+clean=$(sed -e 's/\x1b\[[0-9;?=]*[A-Za-z]//g' -e 's/\r//g' "$console_log")
 if [[ $status -eq 0 ]] && grep -qx 'PASS' <<<"$clean"; then
   grep -E '^(PlatformToDriver firmware test|ToolMode|Sweep|[0-9]+ checks)' <<<"$clean" || true
   echo "PASS"
@@ -64,7 +65,7 @@ fi
 echo "----- console (COM1) -----"
 printf '%s\n' "$clean"
 if [[ -s $debug_log ]]; then
-  echo "----- driver debug output (COM2) -----"
+  echo "----- COM2 (console mirror and the driver's debug output) -----"
   sed -e 's/\r//g' "$debug_log"
 fi
 if ! grep -q 'checks, ' <<<"$clean"; then
