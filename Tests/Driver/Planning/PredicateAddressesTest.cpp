@@ -14,6 +14,8 @@ protected:
     mModule.mNaloAddressTable[0].Wwnn = ASTR(Wwnn);
     mModule.mNaloAddressTable[0].Wwpn = ASTR(Wwpn);
   }
+
+public:
   UINT8 Mac[6] = {0x00, 0x1B, 0x21, 0x0A, 0xFF, 0x3C};
   char Wwnn[17] = "20000090fa1b2c3d";
   char Wwpn[17] = "10000090FA1B2C3D";
@@ -60,10 +62,30 @@ struct NameCase {
 };
 
 const NameCase kNameCases[] = {
-    {"FcWwnn", SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D", {0x20, 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D}},
-    {"FcWwpn", SET_PF_WWPN, PF_TYPE_FC, 1, "10000090FA1B2C3D", {0x10, 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D}},
-    {"FcoeWwnn", SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D", {0x20, 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D}},
-    {"FcoeWwpn", SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D", {0x10, 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D}},
+    {"FcWwnn",
+     SET_PF_WWNN,
+     PF_TYPE_FC,
+     0,
+     "20000090FA1B2C3D",
+     {0x20, 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D}},
+    {"FcWwpn",
+     SET_PF_WWPN,
+     PF_TYPE_FC,
+     1,
+     "10000090FA1B2C3D",
+     {0x10, 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D}},
+    {"FcoeWwnn",
+     SET_PF_WWNN,
+     PF_TYPE_FCOE,
+     1,
+     "20000090FA1B2C3D",
+     {0x20, 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D}},
+    {"FcoeWwpn",
+     SET_PF_WWPN,
+     PF_TYPE_FCOE,
+     2,
+     "10000090FA1B2C3D",
+     {0x10, 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D}},
 };
 
 TEST_F(PredicateAddressesTest, NamesGoToTheSlotOfTheFunctionTypeInTextOrder) {

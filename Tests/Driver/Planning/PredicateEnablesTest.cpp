@@ -250,7 +250,8 @@ TEST_F(PredicateEnablesTest, PxeVlanShowOnlyWhileEnabled) {
 
 TEST_F(PredicateEnablesTest, UnknownCodesAppendNothing) {
   SetDevice(0x10DF, 0xE200);
-  for (UINT32 Code : {0u, 1u, 2u, 5u, 7u, 9u, 12u, 44u, 46u, 52u, 54u, 55u, 56u, 65u, 67u, 70u, 71u, 255u, 4096u}) {
+  for (UINT32 Code :
+       {0u, 1u, 2u, 5u, 7u, 9u, 12u, 44u, 46u, 52u, 54u, 55u, 56u, 65u, 67u, 70u, 71u, 255u, 4096u}) {
     mModule.mConfigStatus = EFI_SUCCESS;
     mModule.mPciVidDid = 0;
     EXPECT_FALSE(Plan(Code)) << Code;

@@ -49,11 +49,14 @@ struct Platform {
 
 inline Platform *gPlatform = nullptr;
 
-inline bool SameGuid(const EFI_GUID *A, const EFI_GUID &B) { return std::memcmp(A, &B, sizeof(EFI_GUID)) == 0; }
+inline bool SameGuid(const EFI_GUID *A, const EFI_GUID &B) {
+  return std::memcmp(A, &B, sizeof(EFI_GUID)) == 0;
+}
 
 inline EFI_STATUS EFIAPI FakeGetPortConfiguration(UINT8 NaloIndex, UINT8 CardIndex, UINT8 PortIndex,
                                                   NALO_CONFIG_HEADER *Header, NALO_PORT_TABLE *PortTable,
-                                                  NALO_ADDRESS_ENTRY *AddressTable, NALO_BOOT_ENTRY *BootTable) {
+                                                  NALO_ADDRESS_ENTRY *AddressTable,
+                                                  NALO_BOOT_ENTRY *BootTable) {
   gPlatform->GetPortCalls++;
   gPlatform->GetPortArgs[0] = NaloIndex;
   gPlatform->GetPortArgs[1] = CardIndex;
@@ -96,8 +99,8 @@ inline EFI_STATUS EFIAPI FakeGetPolicy(UINT8 *Record) {
   return EFI_SUCCESS;
 }
 
-inline EFI_STATUS EFIAPI FakeReportStatusCode(EFI_STATUS_CODE_TYPE Type, EFI_STATUS_CODE_VALUE Value, UINT32 Instance,
-                                              EFI_GUID *CallerId, EFI_STATUS_CODE_DATA *) {
+inline EFI_STATUS EFIAPI FakeReportStatusCode(EFI_STATUS_CODE_TYPE Type, EFI_STATUS_CODE_VALUE Value,
+                                              UINT32 Instance, EFI_GUID *CallerId, EFI_STATUS_CODE_DATA *) {
   StatusReport Report = {Type, Value, Instance, {}, CallerId != nullptr};
   if (CallerId != nullptr) {
     Report.Caller = *CallerId;
@@ -106,14 +109,9 @@ inline EFI_STATUS EFIAPI FakeReportStatusCode(EFI_STATUS_CODE_TYPE Type, EFI_STA
   return EFI_SUCCESS;
 }
 
-inline NALO_CONFIGURATION_PROTOCOL gFakeNalo = {nullptr,
-                                                nullptr,
-                                                FakeGetPortConfiguration,
-                                                FakeQueryDefaults,
-                                                nullptr,
-                                                nullptr,
-                                                nullptr,
-                                                FakeNotifyRestartRequired};
+inline NALO_CONFIGURATION_PROTOCOL gFakeNalo = {
+    nullptr, nullptr, FakeGetPortConfiguration, FakeQueryDefaults, nullptr,
+    nullptr, nullptr, FakeNotifyRestartRequired};
 inline PLATFORM_POLICY_PROTOCOL gFakePolicy = {nullptr, nullptr, nullptr, FakeGetPolicy};
 inline EFI_STATUS_CODE_RUNTIME_PROTOCOL gFakeStatusCode = {FakeReportStatusCode};
 
@@ -145,6 +143,7 @@ protected:
   void SetUp() override {
     ResetModuleState();
     PlatformState = Platform{};
+    Count = 0;
     gPlatform = &PlatformState;
     std::memset(&BootServices, 0, sizeof(BootServices));
     BootServices.LocateProtocol = FakeLocateProtocol;

@@ -36,7 +36,7 @@ struct PfCountCase {
 };
 
 const PfCountCase kPfCountCases[] = {
-    {0, 1, 3, 1, true, 2}, {0, 1, 3, 2, false, 9}, {0, 1, 4, 2, true, 4}, {0, 1, 5, 1, false, 9},
+    {0, 1, 3, 1, true, 2},  {0, 1, 3, 2, false, 9}, {0, 1, 4, 2, true, 4},  {0, 1, 5, 1, false, 9},
     {0, 1, 0, 1, false, 9}, {2, 1, 2, 1, false, 9}, {0, 0, 2, 1, false, 9},
 };
 
@@ -198,6 +198,13 @@ TEST_F(PredicateLayoutTest, PartitioningLooksAtNoMoreThanSixteenEntries) {
   S->PfType = PF_TYPE_FC;
   EXPECT_TRUE(Plan(SET_UMC));
   EXPECT_EQ(mModule.mTargetUmc, 1);
+
+  // Whatever lies behind the sixteenth entry is not a function entry and must not count.
+  SetUp();
+  mModule.mNaloPortTable.DesiredFunctionCount = 200;
+  mModule.mNaloAddressTable[0].Enabled = 1;
+  mModule.mNaloAddressTable[1].Enabled = 1;
+  EXPECT_FALSE(Plan(SET_UMC));
 }
 
 TEST_F(PredicateLayoutTest, PartitioningPairStopsWithTheList) {
@@ -290,6 +297,14 @@ TEST_F(PredicateSriovTest, PortSriovIsHeldBackOnPortsWithManyFunctions) {
     EXPECT_EQ(Plan(SET_SRIOV_FOR_CONTROLLER), Case.ExpectAppend ? TRUE : FALSE);
     EXPECT_EQ(S->SriovEnabled, Case.ExpectAppend ? 1 : 0);
   }
+  // A count beyond the table reads no wish from behind it.
+  SetUp();
+  SetDevice(0x19A2, 0x0712);
+  mModule.mNaloPortTable.Function[0].SriovEnable = 0;
+  mModule.mNaloPortTable.DesiredFunctionCount = 200;
+  mModule.mNaloAddressTable[0].Enabled = 1;
+  mModule.mNaloAddressTable[1].Enabled = 1;
+  EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
   SetUp();
   SetDevice(0x19A2, 0x0712);
   mModule.mActiveLinkConfig = 1;
