@@ -1,0 +1,214 @@
+#include "Simulator/Transcript.h"
+
+#include <cstdio>
+#include <sstream>
+
+namespace sim {
+
+using nlohmann::ordered_json;
+
+TranscriptController &Transcript::Controller(TranscriptBoot &Boot, const std::string &Name) {
+  for (TranscriptController &C : Boot.Controllers) {
+    if (C.Name == Name) {
+      return C;
+    }
+  }
+  Boot.Controllers.push_back({Name, {}});
+  return Boot.Controllers.back();
+}
+
+namespace {
+
+ordered_json EventsJson(const std::vector<TranscriptEvent> &Events) {
+  ordered_json List = ordered_json::array();
+  for (const TranscriptEvent &E : Events) {
+    List.push_back(E);
+  }
+  return List;
+}
+
+// Replies and commands may hold CR LF and other control bytes; the text view shows them escaped so
+// that one Instance stays one line.
+std::string Printable(const std::string &Text) {
+  std::string Out;
+  for (unsigned char C : Text) {
+    if (C == '\r') {
+      Out += "\\r";
+    } else if (C == '\n') {
+      Out += "\\n";
+    } else if (C == '\\') {
+      Out += "\\\\";
+    } else if (C < 0x20 || C >= 0x7F) {
+      char Buffer[8];
+      std::snprintf(Buffer, sizeof(Buffer), "\\x%02X", C);
+      Out += Buffer;
+    } else {
+      Out += static_cast<char>(C);
+    }
+  }
+  return Out;
+}
+
+std::string EventText(const TranscriptEvent &E) {
+  const std::string Kind = E.value("kind", "");
+  std::ostringstream Out;
+  Out << Kind;
+  for (auto It = E.begin(); It != E.end(); ++It) {
+    if (It.key() == "kind") {
+      continue;
+    }
+    Out << ' ' << It.key() << '=';
+    if (It.value().is_string()) {
+      Out << Printable(It.value().get<std::string>());
+    } else {
+      Out << It.value().dump();
+    }
+  }
+  return Out.str();
+}
+
+bool IsSetCommand(const std::string &Command) {
+  return Command.rfind("set ", 0) == 0;
+}
+
+} // namespace
+
+ordered_json TranscriptToJson(const Transcript &T) {
+  ordered_json Root;
+  Root["scenario"] = T.Scenario;
+  Root["load"] = {{"status", T.LoadStatus}};
+  ordered_json Boots = ordered_json::array();
+  for (const TranscriptBoot &Boot : T.Boots) {
+    ordered_json B;
+    if (!Boot.LoadEvents.empty()) {
+      B["loadEvents"] = EventsJson(Boot.LoadEvents);
+    }
+    ordered_json Controllers = ordered_json::array();
+    for (const TranscriptController &C : Boot.Controllers) {
+      ordered_json Runs = ordered_json::array();
+      for (const TranscriptRun &Run : C.Runs) {
+        ordered_json Steps = ordered_json::array();
+        for (const TranscriptStep &S : Run.Steps) {
+          Steps.push_back(ordered_json{{"instance", S.Instance},
+                                       {"query", S.Query},
+                                       {"command", S.Command},
+                                       {"reply", S.Reply},
+                                       {"cmdStatus", S.CmdStatus},
+                                       {"errorValue", S.ErrorValue},
+                                       {"action", S.Action},
+                                       {"response", S.Response},
+                                       {"events", EventsJson(S.Events)}});
+        }
+        ordered_json R{{"steps", Steps}};
+        R["end"] = Run.Ended ? ordered_json{{"instance", Run.EndInstance},
+                                            {"query", Run.EndQuery},
+                                            {"events", EventsJson(Run.EndEvents)}}
+                             : ordered_json(nullptr);
+        Runs.push_back(R);
+      }
+      Controllers.push_back(ordered_json{{"name", C.Name}, {"runs", Runs}});
+    }
+    B["controllers"] = Controllers;
+    B["reset"] = Boot.Reset ? ordered_json{{"type", *Boot.Reset}} : ordered_json(nullptr);
+    Boots.push_back(B);
+  }
+  Root["boots"] = Boots;
+  Root["records"] = T.Records;
+  if (!T.Problems.empty()) {
+    Root["problems"] = T.Problems;
+  }
+  Root["exitStatus"] = T.ExitStatus;
+  return Root;
+}
+
+std::string TranscriptToText(const Transcript &T) {
+  std::ostringstream Out;
+  Out << "Scenario: " << (T.Scenario.empty() ? "(unnamed)" : T.Scenario) << "\n";
+  Out << "Driver load: " << T.LoadStatus << "\n";
+
+  struct Summary {
+    std::string Name;
+    size_t Commands = 0, Sets = 0, Failed = 0, Restarts = 0;
+  };
+  std::vector<Summary> Summaries;
+  auto SummaryFor = [&](const std::string &Name) -> Summary & {
+    for (Summary &S : Summaries) {
+      if (S.Name == Name) {
+        return S;
+      }
+    }
+    Summaries.push_back({Name});
+    return Summaries.back();
+  };
+
+  for (size_t BootIndex = 0; BootIndex < T.Boots.size(); BootIndex++) {
+    const TranscriptBoot &Boot = T.Boots[BootIndex];
+    Out << "\n=== Boot " << BootIndex + 1 << " ===\n";
+    for (const TranscriptEvent &E : Boot.LoadEvents) {
+      Out << "    " << EventText(E) << "\n";
+    }
+    for (const TranscriptController &C : Boot.Controllers) {
+      Summary &Sum = SummaryFor(C.Name);
+      for (size_t RunIndex = 0; RunIndex < C.Runs.size(); RunIndex++) {
+        const TranscriptRun &Run = C.Runs[RunIndex];
+        Out << "\n" << C.Name << " (run " << RunIndex + 1 << ")\n";
+        for (const TranscriptStep &S : Run.Steps) {
+          char Head[32];
+          std::snprintf(Head, sizeof(Head), "  %3llu ", static_cast<unsigned long long>(S.Instance));
+          Out << Head << Printable(S.Command) << "  ->  ";
+          Out << (S.Reply.empty() ? "(empty)" : Printable(S.Reply));
+          if (S.CmdStatus != 0 || S.ErrorValue != 0) {
+            Out << "  [status " << static_cast<int>(S.CmdStatus) << ", error "
+                << static_cast<int>(S.ErrorValue) << "]";
+          }
+          if (S.Action != "None") {
+            Out << "  [action " << S.Action << "]";
+          }
+          if (S.Response != "EFI_SUCCESS") {
+            Out << "  [Response " << S.Response << "]";
+          }
+          Out << "\n";
+          for (const TranscriptEvent &E : S.Events) {
+            Out << "        " << EventText(E) << "\n";
+          }
+          Sum.Commands++;
+          Sum.Sets += IsSetCommand(S.Command) ? 1 : 0;
+          Sum.Failed += S.CmdStatus != 0 ? 1 : 0;
+          Sum.Restarts += S.Action == "RestartController" ? 1 : 0;
+        }
+        if (Run.Ended) {
+          char Head[32];
+          std::snprintf(Head, sizeof(Head), "  %3llu ", static_cast<unsigned long long>(Run.EndInstance));
+          Out << Head << "Query " << Run.EndQuery << "\n";
+          for (const TranscriptEvent &E : Run.EndEvents) {
+            Out << "        " << EventText(E) << "\n";
+          }
+        }
+      }
+    }
+    if (Boot.Reset) {
+      Out << "\n  *** platform reset (" << *Boot.Reset << ") ***\n";
+    }
+  }
+
+  Out << "\nSummary\n";
+  char Line[256];
+  std::snprintf(Line, sizeof(Line), "  %-24s %8s %8s %8s %8s  %s\n", "controller", "commands", "set",
+                "failed", "restarts", "ConfigDone");
+  Out << Line;
+  for (const Summary &S : Summaries) {
+    std::string Done = "-";
+    if (T.Records.contains(S.Name) && T.Records[S.Name].contains("ProgressFlags")) {
+      Done = (T.Records[S.Name]["ProgressFlags"].get<uint64_t>() & 0x80) ? "yes" : "no";
+    }
+    std::snprintf(Line, sizeof(Line), "  %-24s %8zu %8zu %8zu %8zu  %s\n", S.Name.c_str(), S.Commands, S.Sets,
+                  S.Failed, S.Restarts, Done.c_str());
+    Out << Line;
+  }
+  for (const std::string &P : T.Problems) {
+    Out << "\nProblem: " << P << "\n";
+  }
+  return Out.str();
+}
+
+} // namespace sim

@@ -1,0 +1,62 @@
+// What happened during a simulated boot: every Query and Response per controller run, the events
+// each caused, resets, and the records afterwards. Rendered as text for people or as JSON.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace sim {
+
+// One event in the contract's JSON shape: {"kind": ..., fields...}.
+using TranscriptEvent = nlohmann::ordered_json;
+
+struct TranscriptStep {
+  uint64_t Instance = 0;
+  std::string Query;
+  std::string Command;
+  std::string Reply;
+  uint8_t CmdStatus = 0;
+  uint8_t ErrorValue = 0;
+  std::string Action;
+  std::string Response;
+  std::vector<TranscriptEvent> Events;
+};
+
+struct TranscriptRun {
+  std::vector<TranscriptStep> Steps;
+  uint64_t EndInstance = 0;
+  std::string EndQuery;
+  std::vector<TranscriptEvent> EndEvents;
+  bool Ended = false; // false when a reset or a limit cut the run short
+};
+
+struct TranscriptController {
+  std::string Name;
+  std::vector<TranscriptRun> Runs;
+};
+
+struct TranscriptBoot {
+  std::vector<TranscriptController> Controllers;
+  std::optional<std::string> Reset; // "cold", "warm", "shutdown"
+  std::vector<TranscriptEvent> LoadEvents;
+};
+
+struct Transcript {
+  std::string Scenario;
+  std::string LoadStatus;
+  std::vector<TranscriptBoot> Boots;
+  nlohmann::ordered_json Records = nlohmann::ordered_json::object();
+  std::vector<std::string> Problems; // e.g. a controller that hit maxRestarts
+  int ExitStatus = 0;
+
+  TranscriptController &Controller(TranscriptBoot &Boot, const std::string &Name);
+};
+
+nlohmann::ordered_json TranscriptToJson(const Transcript &T);
+std::string TranscriptToText(const Transcript &T);
+
+} // namespace sim
