@@ -16,8 +16,8 @@ static const CHAR8 kTypeUnknown[] = "UNKNOWN";
 static const CHAR8 kTypeRoce[] = "RoCE";
 static const CHAR8 kTypeDisable[] = "Disable";
 
-const CHAR8 *const mPfTypeNames[8] = {kTypeNic,     kTypeFc,   kTypeFcoe,   kTypeIscsi,
-                                      kTypeIb,      kTypeUnknown, kTypeRoce, kTypeDisable};
+const CHAR8 *const mPfTypeNames[8] = {kTypeNic, kTypeFc,      kTypeFcoe, kTypeIscsi,
+                                      kTypeIb,  kTypeUnknown, kTypeRoce, kTypeDisable};
 
 const UINT64 mPfIndexTable[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
@@ -29,17 +29,17 @@ struct CLP_WORDS {
 
 // Indexed by CLP_WORD_LIST.
 static const CLP_WORDS kWordLists[] = {
-    {{"disable", "enabled"}, 2, 0},                                // WordsLowerShort
-    {{"Disable", "Enable"}, 2, 0},                                 // WordsCapitalShort
-    {{"Disabled", "Enabled"}, 2, 0},                               // WordsCapital
-    {{"disabled", "enabled"}, 2, 0},                               // WordsLower
-    {{"DHCP", "static"}, 2, 0},                                    // WordsOrigin
-    {{"DHCP_ipv4", "static_ipv4"}, 2, 0},                          // WordsOriginIpv4
-    {{"none", "CHAP", "mutualCHAP"}, 3, 0},                        // WordsAuthMethod
-    {{"10G", "1G"}, 2, 0},                                         // WordsMode
-    {{"ELX_2x10G", "ELX_4x1G", "ELX_1x40G", "ELX_4x10G"}, 4, 2},   // WordsLinkConfig
-    {{"RoCE-2", "RoCE-1"}, 2, 0},                                  // WordsRoceProfile
-    {{"Disabled", "UNDI", "Ethernet"}, 3, 0},                      // WordsBootMode
+    {{"disable", "enabled"}, 2, 0},                              // WordsLowerShort
+    {{"Disable", "Enable"}, 2, 0},                               // WordsCapitalShort
+    {{"Disabled", "Enabled"}, 2, 0},                             // WordsCapital
+    {{"disabled", "enabled"}, 2, 0},                             // WordsLower
+    {{"DHCP", "static"}, 2, 0},                                  // WordsOrigin
+    {{"DHCP_ipv4", "static_ipv4"}, 2, 0},                        // WordsOriginIpv4
+    {{"none", "CHAP", "mutualCHAP"}, 3, 0},                      // WordsAuthMethod
+    {{"10G", "1G"}, 2, 0},                                       // WordsMode
+    {{"ELX_2x10G", "ELX_4x1G", "ELX_1x40G", "ELX_4x10G"}, 4, 2}, // WordsLinkConfig
+    {{"RoCE-2", "RoCE-1"}, 2, 0},                                // WordsRoceProfile
+    {{"Disabled", "UNDI", "Ethernet"}, 3, 0},                    // WordsBootMode
 };
 
 struct CLP_NUMBER {
@@ -136,13 +136,23 @@ struct CLP_VALUE {
   const UINT8 *Bytes;
 };
 
-static UINT64 ReadByte(const UINT8 *Pointer) { return Pointer != nullptr ? *Pointer : 0; }
-static UINT64 ReadWord(const UINT16 *Pointer) { return Pointer != nullptr ? *Pointer : 0; }
+static UINT64 ReadByte(const UINT8 *Pointer) {
+  return Pointer != nullptr ? *Pointer : 0;
+}
+static UINT64 ReadWord(const UINT16 *Pointer) {
+  return Pointer != nullptr ? *Pointer : 0;
+}
 
-static UINT64 MaskedVlan(const UINT16 *Pointer) { return ReadWord(Pointer) & 0xFFF; }
+static UINT64 MaskedVlan(const UINT16 *Pointer) {
+  return ReadWord(Pointer) & 0xFFF;
+}
 
-static CLP_VALUE Number(UINT64 Value) { return CLP_VALUE{Value, nullptr}; }
-static CLP_VALUE Bytes(const void *Pointer) { return CLP_VALUE{0, (const UINT8 *)Pointer}; }
+static CLP_VALUE Number(UINT64 Value) {
+  return CLP_VALUE{Value, nullptr};
+}
+static CLP_VALUE Bytes(const void *Pointer) {
+  return CLP_VALUE{0, (const UINT8 *)Pointer};
+}
 
 static CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
   const NALO_ADDRESS_ENTRY *Address = mModule.mCurAddressEntry;
@@ -400,7 +410,8 @@ static VOID AppendValue(const CLP_LINE *Line, const CLP_VALUE *Value) {
     }
     break;
   case ValVlanHex:
-    AsciiSPrint(End, PrintRoom, "%01x%02x", (UINT32)((Value->Number >> 8) & 0xFF), (UINT32)(Value->Number & 0xFF));
+    AsciiSPrint(End, PrintRoom, "%01x%02x", (UINT32)((Value->Number >> 8) & 0xFF),
+                (UINT32)(Value->Number & 0xFF));
     break;
   case ValIpv4Hex:
     if (Data != nullptr) {
@@ -580,7 +591,8 @@ EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, U
     CopyTemplate(Line);
   } else {
     AsciiSPrint(Buffer, FormatCapacity < CLP_BUFFER_BYTES ? FormatCapacity : CLP_BUFFER_BYTES, Line->Prefix,
-                ArgumentValue(Line->Args[0], Function, &Value), ArgumentValue(Line->Args[1], Function, &Value),
+                ArgumentValue(Line->Args[0], Function, &Value),
+                ArgumentValue(Line->Args[1], Function, &Value),
                 ArgumentValue(Line->Args[2], Function, &Value));
   }
 
@@ -610,7 +622,8 @@ VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode) {
     Function = ClpFunctionOrAbsent(Function);
     const UINT32 Offset = Mode == DigitsFromOne ? 1 : 0;
     // The capacity of 3 keeps only the first digit of a two-digit number.
-    AsciiSPrint(Buffer, 3, "%01d%01d", (UINT32)Function->PortIndex + Offset, (UINT32)Function->PfIndex + Offset);
+    AsciiSPrint(Buffer, 3, "%01d%01d", (UINT32)Function->PortIndex + Offset,
+                (UINT32)Function->PfIndex + Offset);
     mModule.mClpPortDigit = Buffer[0];
     mModule.mClpPfDigit = Buffer[1];
     mModule.mClpTargetDigit = '0';
@@ -618,7 +631,9 @@ VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode) {
   Buffer[0] = 0;
 }
 
-VOID WriteClpExit(VOID) { AsciiStrCpy(mModule.ClpCommandBuffer, ASTR("exit")); }
+VOID WriteClpExit(VOID) {
+  AsciiStrCpy(mModule.ClpCommandBuffer, ASTR("exit"));
+}
 
 EFI_STATUS RefuseClpCode(ADAPTER_SETTINGS *Adapter, CLP_UNKNOWN_RULE Rule) {
   mModule.ClpCommandBuffer[0] = 0;
@@ -631,9 +646,9 @@ EFI_STATUS RefuseClpCode(ADAPTER_SETTINGS *Adapter, CLP_UNKNOWN_RULE Rule) {
   return EFI_NOT_FOUND;
 }
 
-EFI_STATUS BuildFromDialect(const CLP_DIALECT *Dialect, CLP_DIGIT_MODE DigitMode, CLP_UNKNOWN_RULE UnknownRule,
-                            ADAPTER_SETTINGS *Adapter, const FUNCTION_SETTINGS *Function, UINT64 Code,
-                            BOOLEAN *ParseResponse) {
+EFI_STATUS BuildFromDialect(const CLP_DIALECT *Dialect, CLP_DIGIT_MODE DigitMode,
+                            CLP_UNKNOWN_RULE UnknownRule, ADAPTER_SETTINGS *Adapter,
+                            const FUNCTION_SETTINGS *Function, UINT64 Code, BOOLEAN *ParseResponse) {
   PrepareClpDigits(Function, DigitMode);
   if (Code == EXIT) {
     WriteClpExit();

@@ -106,19 +106,19 @@ enum CLP_SOURCE : UINT8 {
 // How the value is written behind the prefix.
 enum CLP_VALUE_KIND : UINT8 {
   ValNone,
-  ValWord,         // a word of a CLP_WORD_LIST chosen by a CLP_WORD_RULE
-  ValTypeName,     // mPfTypeNames word of the number; nothing for a number of 8 or more
-  ValHexBytes,     // HexEncodeBytes of Param bytes
-  ValMacColons,    // HexEncodeBytes, FormatMacWithColons, CopyCharsUpper n = 17
-  ValText,         // CopyChars, n = Param
-  ValTextUpper,    // CopyCharsUpper, n = Param
-  ValBounded,      // CopyBoundedText, bound = Param; a longer text is cut to Param - 1
-  ValNumber,       // AsciiSPrint with the CLP_NUMBER_FORMAT Param
-  ValVlanHex,      // "%01x%02x" of the high and the low byte
-  ValIpv4Hex,      // "%02x%02x%02x%02x" from the fourth stored byte to the first
-  ValIpv4Dec,      // "%03d%03d%03d%03d" from the fourth stored byte to the first
+  ValWord,          // a word of a CLP_WORD_LIST chosen by a CLP_WORD_RULE
+  ValTypeName,      // mPfTypeNames word of the number; nothing for a number of 8 or more
+  ValHexBytes,      // HexEncodeBytes of Param bytes
+  ValMacColons,     // HexEncodeBytes, FormatMacWithColons, CopyCharsUpper n = 17
+  ValText,          // CopyChars, n = Param
+  ValTextUpper,     // CopyCharsUpper, n = Param
+  ValBounded,       // CopyBoundedText, bound = Param; a longer text is cut to Param - 1
+  ValNumber,        // AsciiSPrint with the CLP_NUMBER_FORMAT Param
+  ValVlanHex,       // "%01x%02x" of the high and the low byte
+  ValIpv4Hex,       // "%02x%02x%02x%02x" from the fourth stored byte to the first
+  ValIpv4Dec,       // "%03d%03d%03d%03d" from the fourth stored byte to the first
   ValTextFromThird, // at most 2 characters from the third one (never past the end of the text)
-  ValTopology,     // first two characters, "00"/"04"/"0C" converted to "02"/"01"/"00"
+  ValTopology,      // first two characters, "00"/"04"/"0C" converted to "02"/"01"/"00"
 };
 
 enum CLP_NUMBER_FORMAT : UINT8 {
@@ -189,9 +189,21 @@ struct CLP_LINE {
   UINT8 Space; // bytes the value needs (CheckClpBufferSpace); 0: no such check for this dialect
   BOOLEAN ParseReply;
 
-  constexpr CLP_LINE When(CLP_CONDITION C) const { CLP_LINE L = *this; L.Condition = C; return L; }
-  constexpr CLP_LINE Target(char Digit) const { CLP_LINE L = *this; L.TargetDigit = (CHAR8)Digit; return L; }
-  constexpr CLP_LINE From(CLP_SOURCE S) const { CLP_LINE L = *this; L.Source = S; return L; }
+  constexpr CLP_LINE When(CLP_CONDITION C) const {
+    CLP_LINE L = *this;
+    L.Condition = C;
+    return L;
+  }
+  constexpr CLP_LINE Target(char Digit) const {
+    CLP_LINE L = *this;
+    L.TargetDigit = (CHAR8)Digit;
+    return L;
+  }
+  constexpr CLP_LINE From(CLP_SOURCE S) const {
+    CLP_LINE L = *this;
+    L.Source = S;
+    return L;
+  }
   constexpr CLP_LINE Value(CLP_SOURCE S, CLP_VALUE_KIND K, UINT16 P = 0) const {
     CLP_LINE L = *this;
     L.Source = S;
@@ -216,22 +228,35 @@ struct CLP_LINE {
   constexpr CLP_LINE Ipv4Dec(CLP_SOURCE S) const { return Value(S, ValIpv4Dec); }
   constexpr CLP_LINE FromThirdChar(CLP_SOURCE S) const { return Value(S, ValTextFromThird); }
   constexpr CLP_LINE Topology(CLP_SOURCE S) const { return Value(S, ValTopology); }
-  constexpr CLP_LINE Keep(CLP_STORE S) const { CLP_LINE L = *this; L.Store = S; return L; }
-  constexpr CLP_LINE Needs(UINT8 N) const { CLP_LINE L = *this; L.Space = N; return L; }
-  constexpr CLP_LINE Parse() const { CLP_LINE L = *this; L.ParseReply = TRUE; return L; }
+  constexpr CLP_LINE Keep(CLP_STORE S) const {
+    CLP_LINE L = *this;
+    L.Store = S;
+    return L;
+  }
+  constexpr CLP_LINE Needs(UINT8 N) const {
+    CLP_LINE L = *this;
+    L.Space = N;
+    return L;
+  }
+  constexpr CLP_LINE Parse() const {
+    CLP_LINE L = *this;
+    L.ParseReply = TRUE;
+    return L;
+  }
 };
 
 // A template line; Digits names the placeholders patched.
 constexpr CLP_LINE Tpl(UINT32 Code, const char *Text, UINT8 Digits = DigitNone) {
-  return CLP_LINE{Code, CondAlways, LineTemplate, Text, Digits, 0, {ArgNone, ArgNone, ArgNone},
-                  SrcNone, ValNone, 0, IfOne, StoreNone, 0, FALSE};
+  return CLP_LINE{
+      Code,    CondAlways, LineTemplate, Text,      Digits, 0,    {ArgNone, ArgNone, ArgNone}, SrcNone,
+      ValNone, 0,          IfOne,        StoreNone, 0,      FALSE};
 }
 
 // A format line printed with up to three numeric arguments.
 constexpr CLP_LINE Fmt(UINT32 Code, const char *Text, CLP_ARG A0 = ArgNone, CLP_ARG A1 = ArgNone,
                        CLP_ARG A2 = ArgNone) {
-  return CLP_LINE{Code, CondAlways, LineFormat, Text, DigitNone, 0, {A0, A1, A2},
-                  SrcNone, ValNone, 0, IfOne, StoreNone, 0, FALSE};
+  return CLP_LINE{Code,    CondAlways, LineFormat, Text,  DigitNone, 0, {A0, A1, A2},
+                  SrcNone, ValNone,    0,          IfOne, StoreNone, 0, FALSE};
 }
 
 struct CLP_DIALECT {
@@ -273,9 +298,9 @@ EFI_STATUS RefuseClpCode(ADAPTER_SETTINGS *Adapter, CLP_UNKNOWN_RULE Rule);
 
 // The frame shared by the builders that have one dialect table: digits, EXIT, the table, unknown
 // codes.
-EFI_STATUS BuildFromDialect(const CLP_DIALECT *Dialect, CLP_DIGIT_MODE DigitMode, CLP_UNKNOWN_RULE UnknownRule,
-                            ADAPTER_SETTINGS *Adapter, const FUNCTION_SETTINGS *Function, UINT64 Code,
-                            BOOLEAN *ParseResponse);
+EFI_STATUS BuildFromDialect(const CLP_DIALECT *Dialect, CLP_DIGIT_MODE DigitMode,
+                            CLP_UNKNOWN_RULE UnknownRule, ADAPTER_SETTINGS *Adapter,
+                            const FUNCTION_SETTINGS *Function, UINT64 Code, BOOLEAN *ParseResponse);
 
 // A record to read from when the dispatcher hands over no FUNCTION_SETTINGS: every field absent.
 const FUNCTION_SETTINGS *ClpFunctionOrAbsent(const FUNCTION_SETTINGS *Function);

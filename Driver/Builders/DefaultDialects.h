@@ -5,7 +5,8 @@
 #include "BuilderCommon.h"
 
 // The port/function information line that every vendor but 0x1077 uses.
-constexpr CLP_LINE kOemPfInfoLine = Tpl(SHOW_PF_INFO, "show port0/pf0 OEMVDR_PfInfo", DigitPort | DigitPf).Parse();
+constexpr CLP_LINE kOemPfInfoLine =
+    Tpl(SHOW_PF_INFO, "show port0/pf0 OEMVDR_PfInfo", DigitPort | DigitPf).Parse();
 
 extern const CLP_DIALECT mOemPortFunctionDialect; // vendor 0x19A2
 extern const CLP_DIALECT mFcPortDialect;          // vendor 0x10DF

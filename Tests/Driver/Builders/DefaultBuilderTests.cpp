@@ -1,7 +1,9 @@
 // BuildDefaultClpCommand in its four vendor dialects and its vendor-independent lines.
 #include "BuilderFixture.h"
 
-#define FN [](BuilderEnv & E)
+// One case per line, as the dialect tables list them.
+// clang-format off
+
 
 TEST_F(BuilderTest, OemPortFunctionDialect) {
   RunCases(BuildDefaultClpCommand, {
@@ -103,7 +105,7 @@ TEST_F(BuilderTest, NetworkPortDialect) {
     {"topology 08", 0x1077, 0, 0, FN { strcpy(E.Topology, "08"); }, 29, "set netport1 OEM_hbaportTopology=08", OK, false},
     {"link speed last two", 0x1077, 0, 0, nullptr, 28, "set netport1 OEM_hbaportLinkSpeed=16", OK, false},
     {"link speed of two", 0x1077, 0, 0, FN { strcpy(E.LinkSpeed, "16"); }, 28, "set netport1 OEM_hbaportLinkSpeed=", OK, false},
-    {"link speed of one", 0x1077, 0, 0, FN { strcpy(E.LinkSpeed, "8"); }, 28, "set netport1 OEM_hbaportLinkSpeed=", OK, false},
+    {"link speed of one", 0x1077, 0, 0, FN { memcpy(E.LinkSpeed, "8\0XY", 5); }, 28, "set netport1 OEM_hbaportLinkSpeed=", OK, false},
     {"port enable", 0x1077, 1, 0, FN { E.Function.PortEnable = 1; }, 8, "set netport2 OEM_PortEnable=Enable", OK, false},
     {"boot enable 2", 0x1077, 0, 0, FN { E.Function.BootEnable = 2; }, 10, "set netport1 OEM_BootEnable=Disable", OK, false},
     {"target 1 wwpn", 0x1077, 0, 0, nullptr, 24, "set netport1 OEM_TargetWWPN[0]=21000011aabbccdd", OK, false},
@@ -145,3 +147,4 @@ TEST_F(BuilderTest, DefaultBuilderStoresWhatItSends) {
   EXPECT_EQ(mModule.mTargetPortEnable, 2);
   EXPECT_EQ(mModule.mTargetBootEnable, 3);
 }
+// clang-format on

@@ -1,8 +1,9 @@
 // The builders of the Emulex0720, QLogic8070, Mellanox and QLogic2031 families.
 #include "BuilderFixture.h"
 
-#define FN [](BuilderEnv & E)
-#define STATE(Statement) [](BuilderEnv &) { Statement; }
+// One case per line, as the dialect tables list them.
+// clang-format off
+
 
 TEST_F(BuilderTest, Emulex0720Lines) {
   RunCases(BuildEmulex0720ClpCommand, {
@@ -157,3 +158,4 @@ TEST_F(BuilderTest, EveryBuilderFrame) {
     EXPECT_EQ((E.Adapter.PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED) == 0, B.ClearsReconfigure);
   }
 }
+// clang-format on
