@@ -37,7 +37,10 @@ struct StatusCodeReport {
   UINT32 Instance;
   EFI_GUID CallerId;
   bool HasData;
-  EFI_STATUS_CODE_DATA Data;
+  // The fields of the packed data header, copied out so no test reads them misaligned.
+  UINT16 DataHeaderSize;
+  UINT16 DataSize;
+  EFI_GUID DataType;
 };
 
 // One fake platform at a time; the transport and the status-code service reach it through this.
@@ -130,12 +133,16 @@ private:
 
   static EFI_STATUS EFIAPI ReportStatusCode(EFI_STATUS_CODE_TYPE Type, EFI_STATUS_CODE_VALUE Value,
                                             UINT32 Instance, EFI_GUID *CallerId, EFI_STATUS_CODE_DATA *Data) {
-    StatusCodeReport Report{Type, Value, Instance, {}, Data != nullptr, {}};
+    StatusCodeReport Report{Type, Value, Instance, {}, Data != nullptr, 0, 0, {}};
     if (CallerId != nullptr) {
       Report.CallerId = *CallerId;
     }
     if (Data != nullptr) {
-      std::memcpy(&Report.Data, Data, sizeof(Report.Data));
+      EFI_STATUS_CODE_DATA Header;
+      std::memcpy(&Header, Data, sizeof(Header));
+      Report.DataHeaderSize = Header.HeaderSize;
+      Report.DataSize = Header.Size;
+      std::memcpy(&Report.DataType, &Header.Type, sizeof(EFI_GUID));
     }
     gFake->Reports.push_back(Report);
     return EFI_SUCCESS;

@@ -42,9 +42,9 @@ TEST_P(StatusCodeSelectionTest, ReportsTheSelectedCodesAndMarksTheRecord) {
     EXPECT_EQ(Report.Instance, Case.Codes[Index].Instance) << "report " << Index;
     EXPECT_EQ(std::memcmp(&Report.CallerId, &CallerId, sizeof(EFI_GUID)), 0);
     ASSERT_TRUE(Report.HasData);
-    EXPECT_EQ(Report.Data.HeaderSize, 20);
-    EXPECT_EQ(Report.Data.Size, 0) << "no extended data";
-    EXPECT_EQ(std::memcmp(&Report.Data.Type, &SpecificData, sizeof(EFI_GUID)), 0);
+    EXPECT_EQ(Report.DataHeaderSize, 20);
+    EXPECT_EQ(Report.DataSize, 0) << "no extended data";
+    EXPECT_EQ(std::memcmp(&Report.DataType, &SpecificData, sizeof(EFI_GUID)), 0);
   }
   EXPECT_EQ(Settings.ErrorFlags, Case.CmdStatus == 0 ? 0x80 : 0x81);
 }
