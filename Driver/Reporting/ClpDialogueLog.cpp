@@ -7,8 +7,8 @@
 
 // IANA private enterprise number of the management controller's maker. The controller accepts
 // the text sub-function only under its own number, so a build for another controller sets
-// HX_OEM_ENTERPRISE_NUMBER; the default is Fujitsu's (10368), whose iRMC takes OEM group
-// command 0xF5.
+// HX_OEM_ENTERPRISE_NUMBER; the default is 10368, registered to Fujitsu (formerly Fujitsu
+// Siemens Computers), maker of the iRMC management controller.
 #ifndef HX_OEM_ENTERPRISE_NUMBER
 #define HX_OEM_ENTERPRISE_NUMBER 10368
 #endif
