@@ -3,7 +3,17 @@
 
 namespace {
 
-enum FamilyId { None, QLogic2031, QLogic2261, QLogic8070, Emulex0720, EmulexE200, Emulex0700, Mellanox1013, Mellanox1017 };
+enum FamilyId {
+  None,
+  QLogic2031,
+  QLogic2261,
+  QLogic8070,
+  Emulex0720,
+  EmulexE200,
+  Emulex0700,
+  Mellanox1013,
+  Mellanox1017
+};
 
 void SetFamily(FamilyId Family) {
   ADAPTER_FAMILY &F = mModule.mFamily;
@@ -59,9 +69,9 @@ struct EnableCase {
 
 TEST_F(ParserTest, PortEnableDisableWordByVendor) {
   const EnableCase Cases[] = {
-      {0x1077, "retdata=Port Disabled", 0},  {0x10DF, "retdata=Port Disabled", 1},
-      {0x10DF, "retdata=disabled", 0},       {0x15B3, "data=disabled", 0},
-      {0x1077, "retdata=Enabled", 1},        {0x1077, "nothing", 1},
+      {0x1077, "retdata=Port Disabled", 0},     {0x10DF, "retdata=Port Disabled", 1},
+      {0x10DF, "retdata=disabled", 0},          {0x15B3, "data=disabled", 0},
+      {0x1077, "retdata=Enabled", 1},           {0x1077, "nothing", 1},
       {0x8086, "permanentaddress=disabled", 9}, {0x19A2, "retdata=disabled", 9},
   };
   for (const EnableCase &Case : Cases) {
@@ -218,8 +228,11 @@ TEST_F(ParserTest, LinkConfigOnlyForEmulex0720) {
 }
 
 TEST_F(ParserTest, EmulexPersonalityLooksAtTheFirstFiveCharacters) {
-  const std::pair<std::string, UINT32> Cases[] = {
-      {"retdata=FCoE", 2}, {"retdata= FCoE", 2}, {"retdata=  FCoE", 0}, {"retdata=iSCSI", 3}, {"retdata=NIC", 0}};
+  const std::pair<std::string, UINT32> Cases[] = {{"retdata=FCoE", 2},
+                                                  {"retdata= FCoE", 2},
+                                                  {"retdata=  FCoE", 0},
+                                                  {"retdata=iSCSI", 3},
+                                                  {"retdata=NIC", 0}};
   SetFamily(Emulex0700);
   for (const auto &[Reply, Personality] : Cases) {
     SCOPED_TRACE(Reply);

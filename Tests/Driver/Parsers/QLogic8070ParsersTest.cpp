@@ -13,8 +13,8 @@ protected:
 
 TEST_F(QLogic8070Test, PfTypeFromQuotedWordNearTheValueStart) {
   const std::pair<std::string, UINT32> Cases[] = {
-      {"\"Ethernet\"", 0},  {" \"Ethernet\"", 5}, {"    \"FCoE\"", 2}, {"     \"FCoE\"", 5},
-      {"\"iSCSI\"", 3},     {"\"Disabled\"", 7},  {"\"Disable\"", 7},  {"\"FC\"", 5},
+      {"\"Ethernet\"", 0}, {" \"Ethernet\"", 5}, {"    \"FCoE\"", 2}, {"     \"FCoE\"", 5},
+      {"\"iSCSI\"", 3},    {"\"Disabled\"", 7},  {"\"Disable\"", 7},  {"\"FC\"", 5},
   };
   for (const auto &[Value, Type] : Cases) {
     SCOPED_TRACE(Value);
@@ -105,8 +105,8 @@ TEST_F(QLogic8070Test, VersionsByTagIntoEveryFunctionOfEveryPort) {
 }
 
 TEST_F(QLogic8070Test, PxeVlanIdQuotedOneToFourDigits) {
-  const std::pair<std::string, UINT16> Cases[] = {
-      {"\"100\"", 100}, {"\"4095\"", 4095}, {"\"\"", 0}, {"\"12345\"", 77}, {"100", 77}, {"\"12", 77}};
+  const std::pair<std::string, UINT16> Cases[] = {{"\"100\"", 100},  {"\"4095\"", 4095}, {"\"\"", 0},
+                                                  {"\"12345\"", 77}, {"100", 77},        {"\"12", 77}};
   for (const auto &[Value, VlanId] : Cases) {
     SCOPED_TRACE(Value);
     FUNCTION_SETTINGS *Pf0 = NewAdapter(0x1077, 0x8070, 1, 2);
