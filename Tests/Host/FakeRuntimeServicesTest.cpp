@@ -123,4 +123,8 @@ TEST_F(FakeRuntimeServicesTest, ResetSystemEndsTheBootInsideRunUntilReset) {
   EXPECT_TRUE(Ran);
 }
 
+TEST_F(FakeRuntimeServicesTest, ResetOutsideABootAbortsWithAMessage) {
+  EXPECT_DEATH(Rt()->ResetSystem(EfiResetWarm, EFI_SUCCESS, 0, nullptr), "outside RunUntilReset");
+}
+
 } // namespace
