@@ -14,9 +14,8 @@
 #define NAME_COPY_MAX 254
 #define PF_INFO_SCRATCH_SIZE (LIST_COPY_MAX + 1)
 #define VLAN_ID_NONE 4095
-// ParseDottedVersion stores one byte per component and walks at most 32 characters, so it can
-// store at most 32 components (a run of dots); the output buffer takes every one of them.
-#define DOTTED_VERSION_OUT_SIZE 33
+// ParseDottedVersion fills at most 16 component bytes.
+#define DOTTED_VERSION_OUT_SIZE 16
 
 // ---------------------------------------------------------------------------------------------
 // Row model

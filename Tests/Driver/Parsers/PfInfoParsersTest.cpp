@@ -240,7 +240,8 @@ TEST_F(PfInfoTest, QLogic2261FirmwareGateForIov) {
     bool Is2261;
     std::string Version;
     UINT8 Supported;
-  } Cases[] = {{true, "6.07.02", 1}, {true, "6.6", 0}, {true, "5.9", 0}, {true, "7.0", 1}, {false, "7.0", 0}};
+  } Cases[] = {{true, "6.07.02", 1}, {true, "6.6", 0},  {true, "5.9", 0},
+               {true, "7.0", 1},     {false, "7.0", 0}, {true, std::string(31, '.'), 0}};
   for (const Case &C : Cases) {
     SCOPED_TRACE(C.Version);
     mModule.mFamily = {};
