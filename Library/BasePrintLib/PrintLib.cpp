@@ -159,8 +159,12 @@ template <typename FormatChar> UINTN ReadNumber(const FormatChar *&Format) {
 }
 
 // A format character as an unsigned code: a plain char above 0x7F must not sign-extend.
-UINT32 FormatCode(char Char) { return (UINT32)(UINT8)Char; }
-UINT32 FormatCode(CHAR16 Char) { return (UINT32)Char; }
+UINT32 FormatCode(char Char) {
+  return (UINT32)(UINT8)Char;
+}
+UINT32 FormatCode(CHAR16 Char) {
+  return (UINT32)Char;
+}
 
 // The analyzer does not follow a va_list handed in as a parameter (it is initialised by the
 // caller's va_start) and reports every va_arg here as reading an uninitialised list.

@@ -90,8 +90,8 @@ Platform::Platform() : Firmware(std::make_unique<fake::FakeFirmware>()) {
 
 Platform::~Platform() {
   for (const fake::PoolBlock &Block : Firmware->LivePoolBlocks()) {
-    Fail("pool block leaked: allocation #" + std::to_string(Block.Serial) + ", " + std::to_string(Block.Size) +
-         " bytes");
+    Fail("pool block leaked: allocation #" + std::to_string(Block.Serial) + ", " +
+         std::to_string(Block.Size) + " bytes");
   }
   if (!Firmware->DoubleFrees().empty()) {
     Fail("pool block freed twice");
@@ -114,7 +114,8 @@ size_t RunDialogue(Platform &P, EFI_HANDLE Controller, Reader &In, const Dialogu
     EFI_GUID *Guid = nullptr;
     VOID *Block = nullptr;
     Queries++;
-    const EFI_STATUS Status = P.Protocol->Query(P.Protocol, Controller, nullptr, &QueryInstance, &Guid, &Block, &Size);
+    const EFI_STATUS Status =
+        P.Protocol->Query(P.Protocol, Controller, nullptr, &QueryInstance, &Guid, &Block, &Size);
     if (EFI_ERROR(Status)) {
       break;
     }
@@ -151,7 +152,8 @@ size_t RunDialogue(Platform &P, EFI_HANDLE Controller, Reader &In, const Dialogu
     Clp->CLPCmdStatus = In.Byte() % 4 == 0 ? In.Byte() : 0;
     Clp->CLPErrorValue = In.Byte();
     const uint8_t ActionByte = In.Byte();
-    const auto Action = static_cast<EFI_PLATFORM_CONFIGURATION_ACTION>(ActionByte % 8 < 6 ? 0 : ActionByte % 6);
+    const auto Action =
+        static_cast<EFI_PLATFORM_CONFIGURATION_ACTION>(ActionByte % 8 < 6 ? 0 : ActionByte % 6);
     UINTN ResponseInstance = Instance;
     P.Protocol->Response(P.Protocol, Controller, nullptr, &ResponseInstance, Guid, Block, Size, Action);
     Instance = Action == EfiPlatformConfigurationActionRestartController ? 0 : Instance + 1;
@@ -165,8 +167,19 @@ namespace fuzz {
 
 namespace {
 
-const char *const kTexts[] = {"10000090FA1B2C3D", "20000090FA1B2C3D", "0001", "16", "8", "4", "Auto", "PT", "LP",
-                              "iqn.2001-04.com.example:storage.disk1", "chapuser", "secret123456", "",
+const char *const kTexts[] = {"10000090FA1B2C3D",
+                              "20000090FA1B2C3D",
+                              "0001",
+                              "16",
+                              "8",
+                              "4",
+                              "Auto",
+                              "PT",
+                              "LP",
+                              "iqn.2001-04.com.example:storage.disk1",
+                              "chapuser",
+                              "secret123456",
+                              "",
                               "1234567890ABCDEF1234"};
 
 CHAR8 *Text(fake::NaloEntry &Entry, Reader &In, bool Hostile) {

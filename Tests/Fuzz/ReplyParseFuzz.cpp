@@ -30,7 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   const fuzz::Family &Id = fuzz::kFamilies[In.Byte() % fuzz::kFamilyCount];
   const uint8_t CodeSelector = In.Byte();
   // Mostly the codes 0..70 and 255; sometimes any value at all.
-  const UINTN Code = CodeSelector < 0xF0 ? CodeSelector % 72 == 71 ? 255 : CodeSelector % 72 : In.Word() + 0x100u * CodeSelector;
+  const UINTN Code = CodeSelector < 0xF0 ? CodeSelector % 72 == 71 ? 255 : CodeSelector % 72
+                                         : In.Word() + 0x100u * CodeSelector;
   const uint8_t Ports = static_cast<uint8_t>(1 + In.Byte() % 4);
   const uint8_t Pfs = static_cast<uint8_t>(1 + In.Byte() % 8);
   const uint8_t HoleMask = In.Byte(); // link slots left NULL
@@ -93,7 +94,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   std::vector<uint8_t> Reply = In.Rest();
   UINTN Instance = 0;
   CHAR8 *ReplyPointer = Reply.empty() ? nullptr : reinterpret_cast<CHAR8 *>(Reply.data());
-  const EFI_STATUS Status = ParseClpReply(Settings, &Instance, ReplyPointer, static_cast<UINT32>(Reply.size()), Code);
+  const EFI_STATUS Status =
+      ParseClpReply(Settings, &Instance, ReplyPointer, static_cast<UINT32>(Reply.size()), Code);
   if (Status != EFI_SUCCESS) {
     fuzz::Fail("ParseClpReply failed a reply; parsing never fails");
   }
