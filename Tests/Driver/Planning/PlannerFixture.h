@@ -55,6 +55,9 @@ protected:
     PortCalls.clear();
     IpmiText.clear();
     RestartNotifications = 0;
+    Allocations = Frees = 0;
+    FailAllocation = false;
+    Defaults[0] = Defaults[1] = FALSE;
     Nalo.GetPortConfiguration = GetPortConfiguration;
     Nalo.QueryDefaults = QueryDefaults;
     Nalo.NotifyRestartRequired = NotifyRestartRequired;

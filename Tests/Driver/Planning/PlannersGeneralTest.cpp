@@ -127,6 +127,25 @@ TEST_F(GeneralPlannerTest, QLogic2261WithoutVirtualAddressesSendsNoMessage) {
   EXPECT_EQ(IpmiText, "");
 }
 
+TEST_F(GeneralPlannerTest, QLogic2261MessageTakesMajorAndMinorOfAnyDottedVersion) {
+  const std::pair<const char *, const char *> Cases[] = {
+      {"6.07.02", "Current QLogic FC FW Version(6.7) does not support IOV Command. Supported from 6.7\r\n"},
+      {"1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7", // sixteen components
+       "Current QLogic FC FW Version(1.2) does not support IOV Command. Supported from 6.7\r\n"},
+      {"", "Current QLogic FC FW Version(0.0) does not support IOV Command. Supported from 6.7\r\n"},
+  };
+  for (const auto &C : Cases) {
+    Prepare();
+    mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = TRUE;
+    FUNCTION_SETTINGS *F = Port(0x1077, 0x2261, 0, 1)[0];
+    std::strcpy(reinterpret_cast<char *>(F->FirmwareVersion[3]), C.first);
+    Pass(0, F);
+    LoadFibreChannelTables();
+    Pass(1, F);
+    EXPECT_EQ(IpmiText, C.second) << C.first;
+  }
+}
+
 TEST_F(GeneralPlannerTest, QLogic2031IsOnlyRead) {
   mModule.mFamily.QLogic2031 = TRUE;
   FUNCTION_SETTINGS *F = Port(0x1077, 0x2031, 0, 1)[0];
