@@ -6,17 +6,27 @@ namespace sim {
 
 namespace {
 const EFI_GUID ClpGuid = EFI_PLATFORM_TO_DRIVER_CONFIGURATION_CLP_GUID;
-}
 
-DriverRun RunAdapterDriver(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, EFI_HANDLE Controller,
-                           const ClpResponder &Responder, uint64_t InstanceLimit,
-                           const StepObserver &Observer) {
-  DriverRun Run;
+// The command as handed out: CLPCommandLength bytes, up to a NUL a ToolMode variable may carry.
+void CopyCommand(const EFI_CONFIGURE_CLP_PARAMETER_BLK *Clp, std::string &Command) {
+  if (Clp != nullptr && Clp->CLPCommand != nullptr) {
+    const char *Text = reinterpret_cast<const char *>(Clp->CLPCommand);
+    Command.assign(Text, strnlen(Text, Clp->CLPCommandLength));
+  }
+}
+} // namespace
+
+void RunAdapterDriver(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, EFI_HANDLE Controller,
+                      const ClpResponder &Responder, uint64_t InstanceLimit, const StepObserver &Observer,
+                      DriverRun &Run) {
   for (UINTN Instance = 0;; Instance++) {
     if (Instance >= InstanceLimit) {
       Run.InstanceLimit = true;
       Run.EndInstance = Instance;
-      return Run;
+      return;
+    }
+    if (Observer) {
+      Observer(Instance, false);
     }
     EFI_GUID *TypeGuid = nullptr;
     VOID *Block = nullptr;
@@ -27,28 +37,23 @@ DriverRun RunAdapterDriver(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protoc
     if (EFI_ERROR(QueryStatus)) {
       Run.EndInstance = Instance;
       Run.EndQuery = QueryStatus;
-      return Run;
+      return;
     }
 
-    DriverStep Step;
+    Run.Steps.emplace_back();
+    DriverStep &Step = Run.Steps.back();
     Step.Instance = Instance;
     Step.Query = QueryStatus;
     Step.ClpGuid = TypeGuid != nullptr && std::memcmp(TypeGuid, &ClpGuid, sizeof(EFI_GUID)) == 0;
     auto *Clp = static_cast<EFI_CONFIGURE_CLP_PARAMETER_BLK *>(Block);
-    if (Clp != nullptr && Clp->CLPCommand != nullptr) {
-      const char *Text = reinterpret_cast<const char *>(Clp->CLPCommand);
-      Step.Command.assign(Text, strnlen(Text, Clp->CLPCommandLength));
-    }
-    if (Observer) {
-      Observer(Step, false);
-    }
-
+    CopyCommand(Clp, Step.Command);
     Step.Outcome = Responder(Step.Command);
+
     // The adapter driver owns the return string until Response returns.
-    std::vector<CHAR8> Reply(Step.Outcome.Reply.begin(), Step.Outcome.Reply.end());
-    Reply.push_back('\0');
+    Run.ReplyBuffer.assign(Step.Outcome.Reply.begin(), Step.Outcome.Reply.end());
+    Run.ReplyBuffer.push_back('\0');
     if (Clp != nullptr) {
-      Clp->CLPReturnString = Reply.data();
+      Clp->CLPReturnString = Run.ReplyBuffer.data();
       Clp->CLPReturnStringLength = static_cast<UINT32>(Step.Outcome.Reply.size());
       Clp->CLPCmdStatus = Step.Outcome.Status;
       Clp->CLPErrorValue = Step.Outcome.Error;
@@ -57,14 +62,13 @@ DriverRun RunAdapterDriver(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protoc
     Step.Response =
         Protocol->Response(Protocol, Controller, nullptr, &ResponseInstance, TypeGuid, Block, BlockSize,
                            static_cast<EFI_PLATFORM_CONFIGURATION_ACTION>(Step.Outcome.Action));
-    Run.Steps.push_back(Step);
     if (Observer) {
-      Observer(Run.Steps.back(), true);
+      Observer(Instance, true);
     }
     if (Step.Outcome.Action == EfiPlatformConfigurationActionRestartController && !EFI_ERROR(Step.Response)) {
       Run.Restarted = true;
       Run.EndInstance = Instance + 1;
-      return Run;
+      return;
     }
   }
 }

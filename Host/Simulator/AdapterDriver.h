@@ -34,17 +34,22 @@ struct DriverStep {
 
 struct DriverRun {
   std::vector<DriverStep> Steps;
+  std::vector<CHAR8> ReplyBuffer; // the adapter driver's return string during Response
   uint64_t EndInstance = 0;
   EFI_STATUS EndQuery = EFI_SUCCESS;
   bool Restarted = false;     // a Response restarted the controller: the driver starts again
   bool InstanceLimit = false; // the run passed the Instance limit without ending
 };
 
-// Observer called after each Query and after each Response (for event bookkeeping).
-using StepObserver = std::function<void(const DriverStep &Step, bool AfterResponse)>;
+// Called before each Query with the Instance about to be asked for, and after each Response
+// (for event bookkeeping).
+using StepObserver = std::function<void(uint64_t Instance, bool AfterResponse)>;
 
-DriverRun RunAdapterDriver(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, EFI_HANDLE Controller,
-                           const ClpResponder &Responder, uint64_t InstanceLimit = 256,
-                           const StepObserver &Observer = nullptr);
+// Fills Run as it goes. A platform reset inside Response leaves this function by longjmp, so it
+// keeps nothing with a destructor in its own frame while the driver runs: everything lives in Run,
+// which the caller owns, and Run.Steps.back() is the step that was under way.
+void RunAdapterDriver(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, EFI_HANDLE Controller,
+                      const ClpResponder &Responder, uint64_t InstanceLimit, const StepObserver &Observer,
+                      DriverRun &Run);
 
 } // namespace sim

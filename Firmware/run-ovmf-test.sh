@@ -1,0 +1,74 @@
+#!/bin/bash
+# Boots the firmware test application in OVMF under QEMU and judges its console output.
+#   run-ovmf-test.sh TEST_APP.efi DRIVER.efi WORK_DIR
+# The VM has a multifunction e1000e at 00:03.0 and 00:03.1, the devices the application drives in
+# ToolMode. Exits 0 only when the application printed its final "PASS" line; otherwise prints the
+# console log and exits 1 (also on a hang: the VM is killed after the timeout).
+set -euo pipefail
+
+app=$1
+driver=$2
+work=$3
+timeout_seconds=${PTD_OVMF_TIMEOUT:-100}
+ovmf_code=${PTD_OVMF_CODE:-/usr/share/OVMF/OVMF_CODE_4M.fd}
+ovmf_vars=${PTD_OVMF_VARS:-/usr/share/OVMF/OVMF_VARS_4M.fd}
+
+for f in "$app" "$driver" "$ovmf_code" "$ovmf_vars"; do
+  if [[ ! -f $f ]]; then
+    echo "run-ovmf-test: missing $f" >&2
+    exit 1
+  fi
+done
+qemu=$(command -v qemu-system-x86_64 || true)
+if [[ -z $qemu ]]; then
+  echo "run-ovmf-test: qemu-system-x86_64 not found (Debian package qemu-system-x86)" >&2
+  exit 1
+fi
+
+# A fresh disk and NVRAM per run: the firmware writes both.
+rm -rf "$work"
+mkdir -p "$work/disk/EFI/BOOT"
+cp "$app" "$work/disk/EFI/BOOT/BOOTX64.EFI"
+cp "$driver" "$work/disk/EFI/BOOT/PlatformToDriver.efi"
+cp "$ovmf_vars" "$work/OVMF_VARS.fd"
+console_log=$work/console.log
+debug_log=$work/debug.log
+: >"$console_log"
+
+# COM1 carries the firmware console; OVMF mirrors it on COM2 (I/O 0x2F8), where the driver's debug
+# output goes as well.
+status=0
+timeout --kill-after=5 "$timeout_seconds" "$qemu" \
+  -machine q35 -m 256 -nographic -no-reboot -net none \
+  -drive if=pflash,format=raw,readonly=on,file="$ovmf_code" \
+  -drive if=pflash,format=raw,file="$work/OVMF_VARS.fd" \
+  -drive format=raw,file=fat:rw:"$work/disk" \
+  -device e1000e,addr=0x3.0x0,multifunction=on \
+  -device e1000e,addr=0x3.0x1 \
+  -serial file:"$console_log" -serial file:"$debug_log" \
+  -monitor none -display none </dev/null >"$work/qemu.out" 2>&1 || status=$?
+
+# The console is a terminal stream: drop carriage returns and escape sequences before matching.
+clean=$(sed -e 's/\x1b\[[0-9;?=]*[A-Za-z]//g' -e 's/\r//g' "$console_log")
+if [[ $status -eq 0 ]] && grep -qx 'PASS' <<<"$clean"; then
+  grep -E '^(PlatformToDriver firmware test|ToolMode|Sweep|[0-9]+ checks)' <<<"$clean" || true
+  echo "PASS"
+  exit 0
+fi
+
+if [[ $status -eq 124 || $status -eq 137 ]]; then
+  echo "run-ovmf-test: QEMU did not finish within ${timeout_seconds}s (hang?)"
+elif [[ $status -ne 0 ]]; then
+  echo "run-ovmf-test: QEMU exited with status $status"
+  cat "$work/qemu.out"
+fi
+echo "----- console (COM1) -----"
+printf '%s\n' "$clean"
+if [[ -s $debug_log ]]; then
+  echo "----- COM2 (console mirror and the driver's debug output) -----"
+  sed -e 's/\r//g' "$debug_log"
+fi
+if ! grep -q 'checks, ' <<<"$clean"; then
+  echo "run-ovmf-test: the test application did not report (no PASS or FAIL line)"
+fi
+exit 1

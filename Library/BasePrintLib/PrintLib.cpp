@@ -1,0 +1,345 @@
+// One formatter for ASCII and UCS-2 output. What differs from C's printf is deliberate EDK II
+// behaviour that the driver's bytes depend on: upper-case "%x", "%X" as zero-padded "%x", "\n" of
+// the format written as "\r\n", "%r" status names, and a buffer size in bytes.
+#include "Library/PrintLib.h"
+#include "Library/DebugLib.h"
+
+// Keeps the compiler from replacing the length loops with strlen(), which the firmware image lacks.
+#define LOOP_BARRIER() __asm__ __volatile__("")
+
+namespace {
+
+const UINTN kLeftJustify = 0x1;
+const UINTN kZeroPad = 0x2;
+const UINTN kLong = 0x4;
+const UINTN kHasPrecision = 0x8;
+
+const char *const kErrorNames[] = {
+    nullptr,           "Load Error",       "Invalid Parameter", "Unsupported",
+    "Bad Buffer Size", "Buffer Too Small", "Not Ready",         "Device Error",
+    "Write Protected", "Out of Resources", "Volume Corrupt",    "Volume Full",
+    "No Media",        "Media changed",    "Not Found",         "Access Denied",
+    "No Response",     "No mapping",       "Time out",          "Not started",
+    "Already started", "Aborted",          "ICMP Error",        "TFTP Error",
+    "Protocol Error",
+};
+
+const char *const kWarningNames[] = {
+    nullptr,
+    "Warning Unknown Glyph",
+    "Warning Delete Failure",
+    "Warning Write Failure",
+    "Warning Buffer Too Small",
+};
+
+const char *StatusName(EFI_STATUS Status) {
+  const EFI_STATUS HighBit = (EFI_STATUS)1 << (sizeof(EFI_STATUS) * 8 - 1);
+  if (Status == 0) {
+    return "Success";
+  }
+  if ((Status & HighBit) != 0) {
+    EFI_STATUS Index = Status & ~HighBit;
+    if (Index > 0 && Index < sizeof(kErrorNames) / sizeof(kErrorNames[0])) {
+      return kErrorNames[Index];
+    }
+    return nullptr;
+  }
+  if (Status < sizeof(kWarningNames) / sizeof(kWarningNames[0])) {
+    return kWarningNames[Status];
+  }
+  return nullptr;
+}
+
+// Bounded output: keeps writing characters while there is room for them and the terminator, and
+// counts only what was written.
+template <typename OutChar> struct Output {
+  OutChar *Buffer;
+  UINTN Capacity; // characters, terminator excluded
+  UINTN Count;
+
+  void Put(UINT32 Char) {
+    if (Count < Capacity) {
+      Buffer[Count] = (OutChar)Char;
+      Count++;
+    }
+  }
+  void Repeat(UINT32 Char, UINTN Times) {
+    for (UINTN Index = 0; Index < Times && Count < Capacity; Index++) {
+      Put(Char);
+    }
+  }
+};
+
+// Text of one conversion before padding: either a string of 8- or 16-bit characters or digits.
+struct Piece {
+  const CHAR8 *Narrow;
+  const CHAR16 *Wide;
+  UINTN Length;
+};
+
+template <typename OutChar>
+void EmitPiece(Output<OutChar> &Out, const Piece &Text, UINTN Flags, UINTN Width, UINTN Precision) {
+  UINTN Length = Text.Length;
+  if ((Flags & kHasPrecision) != 0 && Precision < Length) {
+    Length = Precision;
+  }
+  UINTN Pad = Width > Length ? Width - Length : 0;
+  if ((Flags & kLeftJustify) == 0) {
+    Out.Repeat(' ', Pad);
+  }
+  for (UINTN Index = 0; Index < Length; Index++) {
+    Out.Put(Text.Narrow != nullptr ? (UINT32)Text.Narrow[Index] : (UINT32)Text.Wide[Index]);
+  }
+  if ((Flags & kLeftJustify) != 0) {
+    Out.Repeat(' ', Pad);
+  }
+}
+
+UINTN NarrowLength(const CHAR8 *String) {
+  UINTN Length = 0;
+  while (String[Length] != 0) {
+    LOOP_BARRIER();
+    Length++;
+  }
+  return Length;
+}
+
+UINTN WideLength(const CHAR16 *String) {
+  UINTN Length = 0;
+  while (String[Length] != 0) {
+    LOOP_BARRIER();
+    Length++;
+  }
+  return Length;
+}
+
+template <typename OutChar>
+void EmitNumber(Output<OutChar> &Out, UINT64 Magnitude, BOOLEAN Negative, UINT32 Radix, UINTN Flags,
+                UINTN Width, UINTN Precision) {
+  static const char kDigits[] = "0123456789ABCDEF";
+  char Digits[24];
+  UINTN DigitCount = 0;
+  do {
+    Digits[DigitCount++] = kDigits[Magnitude % Radix];
+    Magnitude /= Radix;
+  } while (Magnitude != 0);
+
+  UINTN MinimumDigits = ((Flags & kHasPrecision) != 0 && Precision > DigitCount) ? Precision : DigitCount;
+  UINTN Length = MinimumDigits + (Negative ? 1 : 0);
+  BOOLEAN ZeroFill = (Flags & (kZeroPad | kLeftJustify | kHasPrecision)) == kZeroPad;
+  if (ZeroFill && Width > Length) {
+    MinimumDigits += Width - Length;
+    Length = Width;
+  }
+  UINTN Pad = Width > Length ? Width - Length : 0;
+  if ((Flags & kLeftJustify) == 0) {
+    Out.Repeat(' ', Pad);
+  }
+  if (Negative) {
+    Out.Put('-');
+  }
+  Out.Repeat('0', MinimumDigits - DigitCount);
+  while (DigitCount > 0) {
+    Out.Put((UINT32)(UINT8)Digits[--DigitCount]);
+  }
+  if ((Flags & kLeftJustify) != 0) {
+    Out.Repeat(' ', Pad);
+  }
+}
+
+template <typename FormatChar> UINTN ReadNumber(const FormatChar *&Format) {
+  UINTN Value = 0;
+  while (*Format >= '0' && *Format <= '9') {
+    if (Value < 100000) { // widths beyond any buffer are pointless; keep the arithmetic bounded
+      Value = Value * 10 + (UINTN)(*Format - '0');
+    }
+    Format++;
+  }
+  return Value;
+}
+
+template <typename OutChar, typename FormatChar>
+UINTN FormatTo(OutChar *Buffer, UINTN Capacity, const FormatChar *Format, va_list Marker) {
+  Output<OutChar> Out = {Buffer, Capacity, 0};
+
+  while (*Format != 0 && Out.Count < Out.Capacity) {
+    UINT32 Char = (UINT32)*Format;
+    if (Char == '\n') {
+      Out.Put('\r');
+      Out.Put('\n');
+      Format++;
+      if (*Format == '\r') {
+        Format++;
+      }
+      continue;
+    }
+    if (Char == '\r' && Format[1] == '\n') {
+      Out.Put('\r');
+      Out.Put('\n');
+      Format += 2;
+      continue;
+    }
+    if (Char != '%') {
+      Out.Put(Char);
+      Format++;
+      continue;
+    }
+
+    Format++;
+    UINTN Flags = 0;
+    UINTN Width = 0;
+    UINTN Precision = 0;
+    for (;;) {
+      if (*Format == '-') {
+        Flags |= kLeftJustify;
+      } else if (*Format == '0') {
+        Flags |= kZeroPad;
+      } else if (*Format == 'L' || *Format == 'l') {
+        Flags |= kLong;
+      } else if (*Format == '*') {
+        Width = (UINTN)(UINT32)va_arg(Marker, int);
+      } else if (*Format >= '1' && *Format <= '9') {
+        Width = ReadNumber(Format);
+        continue;
+      } else if (*Format == '.') {
+        Format++;
+        Flags |= kHasPrecision;
+        if (*Format == '*') {
+          Precision = (UINTN)(UINT32)va_arg(Marker, int);
+          Format++;
+        } else {
+          Precision = ReadNumber(Format);
+        }
+        continue;
+      } else {
+        break;
+      }
+      Format++;
+    }
+    if (*Format == 0) {
+      break; // a format ending in a lone '%' prints nothing for it
+    }
+
+    Piece Text = {nullptr, nullptr, 0};
+    UINT32 Type = (UINT32)*Format;
+    Format++;
+    switch (Type) {
+    case 'X':
+      Flags |= kZeroPad;
+      [[fallthrough]];
+    case 'x':
+    case 'u':
+    case 'd': {
+      INT64 Signed = 0;
+      UINT64 Unsigned = 0;
+      if ((Flags & kLong) != 0) {
+        Unsigned = va_arg(Marker, UINT64);
+        Signed = (INT64)Unsigned;
+      } else {
+        Unsigned = (UINT64)va_arg(Marker, unsigned int);
+        Signed = (INT64)(int)(unsigned int)Unsigned;
+      }
+      if (Type == 'd' && Signed < 0) {
+        EmitNumber(Out, (UINT64)0 - (UINT64)Signed, TRUE, 10, Flags, Width, Precision);
+      } else {
+        EmitNumber(Out, Unsigned, FALSE, Type == 'x' || Type == 'X' ? 16 : 10, Flags, Width, Precision);
+      }
+      continue;
+    }
+    case 'p':
+      EmitNumber(Out, (UINT64)(UINTN)va_arg(Marker, void *), FALSE, 16, kZeroPad, sizeof(void *) * 2, 0);
+      continue;
+    case 'r': {
+      EFI_STATUS Status = va_arg(Marker, EFI_STATUS);
+      const char *Name = StatusName(Status);
+      if (Name == nullptr) {
+        EmitNumber(Out, (UINT64)Status, FALSE, 16, kZeroPad, 8, 0);
+        continue;
+      }
+      Text.Narrow = (const CHAR8 *)Name;
+      Text.Length = NarrowLength(Text.Narrow);
+      break;
+    }
+    case 'a':
+      Text.Narrow = va_arg(Marker, const CHAR8 *);
+      if (Text.Narrow == nullptr) {
+        Text.Narrow = (const CHAR8 *)"<null string>";
+      }
+      Text.Length = NarrowLength(Text.Narrow);
+      break;
+    case 's':
+    case 'S':
+      Text.Wide = va_arg(Marker, const CHAR16 *);
+      if (Text.Wide == nullptr) {
+        Text.Narrow = (const CHAR8 *)"<null string>";
+        Text.Wide = nullptr;
+        Text.Length = NarrowLength(Text.Narrow);
+      } else {
+        Text.Length = WideLength(Text.Wide);
+      }
+      break;
+    case 'c': {
+      static_assert(sizeof(CHAR16) == 2, "UCS-2");
+      CHAR16 Single = (CHAR16)va_arg(Marker, int);
+      Piece One = {nullptr, &Single, 1};
+      EmitPiece(Out, One, Flags, Width, 0);
+      continue;
+    }
+    case '%':
+    default: {
+      // "%%" and unknown types print the type character itself.
+      CHAR16 Single = (CHAR16)Type;
+      Piece One = {nullptr, &Single, 1};
+      EmitPiece(Out, One, Flags & kLeftJustify, Width, 0);
+      continue;
+    }
+    }
+    EmitPiece(Out, Text, Flags, Width, Precision);
+  }
+
+  Buffer[Out.Count] = 0;
+  return Out.Count;
+}
+
+} // namespace
+
+UINTN AsciiVSPrint(CHAR8 *StartOfBuffer, UINTN BufferSize, const char *FormatString, va_list Marker) {
+  if (BufferSize <= 1 || StartOfBuffer == nullptr) {
+    return 0;
+  }
+  ASSERT(FormatString != nullptr);
+  if (FormatString == nullptr) {
+    StartOfBuffer[0] = 0;
+    return 0;
+  }
+  return FormatTo(StartOfBuffer, BufferSize - 1, FormatString, Marker);
+}
+
+UINTN AsciiSPrint(CHAR8 *StartOfBuffer, UINTN BufferSize, const char *FormatString, ...) {
+  va_list Marker;
+  va_start(Marker, FormatString);
+  UINTN Count = AsciiVSPrint(StartOfBuffer, BufferSize, FormatString, Marker);
+  va_end(Marker);
+  return Count;
+}
+
+UINTN UnicodeVSPrint(CHAR16 *StartOfBuffer, UINTN BufferSize, const CHAR16 *FormatString, va_list Marker) {
+  UINTN Characters = BufferSize / sizeof(CHAR16);
+  if (Characters == 0 || StartOfBuffer == nullptr) {
+    return 0;
+  }
+  ASSERT(FormatString != nullptr);
+  if (FormatString == nullptr) {
+    StartOfBuffer[0] = 0;
+    return 0;
+  }
+  return FormatTo(StartOfBuffer, Characters - 1, FormatString, Marker);
+}
+
+UINTN UnicodeSPrint(CHAR16 *StartOfBuffer, UINTN BufferSize, const CHAR16 *FormatString, ...) {
+  va_list Marker;
+  va_start(Marker, FormatString);
+  UINTN Count = UnicodeVSPrint(StartOfBuffer, BufferSize, FormatString, Marker);
+  va_end(Marker);
+  return Count;
+}

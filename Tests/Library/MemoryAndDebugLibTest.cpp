@@ -1,0 +1,73 @@
+#include <gtest/gtest.h>
+
+#include "Library/BaseMemoryLib.h"
+#include "Library/DebugLib.h"
+#include "LibraryTestSupport.h"
+
+using namespace LibraryTest;
+
+namespace {
+
+TEST(CopyMem, OverlappingBuffersBothDirections) {
+  UINT8 Forward[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  CopyMem(Forward + 2, Forward, 5);
+  EXPECT_EQ(std::vector<UINT8>(Forward, Forward + 8), (std::vector<UINT8>{1, 2, 1, 2, 3, 4, 5, 8}));
+  UINT8 Backward[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  CopyMem(Backward, Backward + 3, 5);
+  EXPECT_EQ(std::vector<UINT8>(Backward, Backward + 8), (std::vector<UINT8>{4, 5, 6, 7, 8, 6, 7, 8}));
+}
+
+TEST(SetMemZeroMemCompareMem, FillAndOrder) {
+  UINT8 Buffer[6] = {9, 9, 9, 9, 9, 9};
+  SetMem(Buffer + 1, 3, 0xAB);
+  EXPECT_EQ(std::vector<UINT8>(Buffer, Buffer + 6), (std::vector<UINT8>{9, 0xAB, 0xAB, 0xAB, 9, 9}));
+  ZeroMem(Buffer, 2);
+  EXPECT_EQ(Buffer[0], 0);
+  EXPECT_EQ(Buffer[1], 0);
+  EXPECT_EQ(Buffer[2], 0xAB);
+  const UINT8 Low[2] = {1, 0x01};
+  const UINT8 High[2] = {1, 0xF0};
+  EXPECT_LT(CompareMem(Low, High, 2), 0);
+  EXPECT_GT(CompareMem(High, Low, 2), 0);
+  EXPECT_EQ(CompareMem(Low, High, 1), 0);
+  EXPECT_EQ(CompareMem(Low, High, 0), 0);
+}
+
+TEST(Guid, CopyAndCompare) {
+  EFI_GUID First = {0x335984bd, 0xe805, 0x409a, {0xb8, 0xf8, 0xd2, 0x7e, 0xce, 0x5f, 0xf7, 0xa6}};
+  EFI_GUID Second = {};
+  EXPECT_FALSE(CompareGuid(&First, &Second));
+  EXPECT_EQ(CopyGuid(&Second, &First), &Second);
+  EXPECT_TRUE(CompareGuid(&First, &Second));
+  Second.Data4[7] ^= 1;
+  EXPECT_FALSE(CompareGuid(&First, &Second));
+}
+
+TEST(DebugPrint, PrintsOnlyLevelsInTheMask) {
+  CaptureSerial Serial;
+  DEBUG((DEBUG_INFO, "info %d\n", 1));
+  DEBUG((DEBUG_ERROR, "error %d\n", 2));
+  DEBUG((DEBUG_WARN, "warn\n"));
+  DEBUG((DEBUG_INIT, "init\n"));
+  EXPECT_EQ(Serial.Text(), "error 2\r\nwarn\r\n");
+}
+
+TEST(DebugPrint, LongMessagesAreCutNotOverrun) {
+  CaptureSerial Serial;
+  std::string Long(600, 'z');
+  DEBUG((DEBUG_ERROR, "%a", A(Long.c_str())));
+  EXPECT_EQ(Serial.Text(), std::string(255, 'z'));
+}
+
+TEST(DebugAssert, PrintsFileLineAndDescriptionThenCallsHandler) {
+  CaptureSerial Serial;
+  ExpectAsserts Expect;
+  DebugAssert("HxStringLib", 57, "0");
+  EXPECT_EQ(Serial.Text(), "ASSERT HxStringLib(57): 0\r\n");
+  ASSERT_EQ(Expect.Records().size(), 1u);
+  EXPECT_EQ(Expect.Records()[0].File, "HxStringLib");
+  EXPECT_EQ(Expect.Records()[0].Line, 57u);
+  EXPECT_EQ(Expect.Records()[0].Description, "0");
+}
+
+} // namespace
