@@ -5,10 +5,16 @@
 #include "ModuleState.h"
 #include "Planning/CommandCodes.h"
 
+// Highest CommandList index a planned code may take. The dispatcher closes a complete plan with
+// EXIT and END, so the last two of the COMMAND_LIST_ENTRIES entries are kept for them: at most
+// 253 planned codes (indices 0..252), EXIT at 253 at the latest and END at 254.
+#define PLAN_LAST_APPEND_INDEX (COMMAND_LIST_ENTRIES - 3)
+
 // Decides one code for one function; appends at CommandList[*Count] and advances *Count.
 // TRUE when at least one code was appended. Never writes past the command list.
 BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count);
-// Appends one code if the list has room (an append that finds the list full is dropped).
+// Appends one code if the list has room below PLAN_LAST_APPEND_INDEX + 1; an append that finds the
+// list full is dropped and answers FALSE.
 BOOLEAN AppendCommand(UINT32 Code, UINTN *Count);
 BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings);
 

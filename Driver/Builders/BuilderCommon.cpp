@@ -1,0 +1,662 @@
+// The line interpreter shared by all CLP builders, and the builders' small helpers.
+#include "BuilderCommon.h"
+
+#include <Library/BaseLib.h>
+#include <Library/PrintLib.h>
+#include "Strings/DriverStrings.h"
+
+// --- Constant tables ---------------------------------------------------------------------------
+
+static const CHAR8 kTypeNic[] = "NIC";
+static const CHAR8 kTypeFc[] = "FC";
+static const CHAR8 kTypeFcoe[] = "FCoE";
+static const CHAR8 kTypeIscsi[] = "iSCSI";
+static const CHAR8 kTypeIb[] = "IB";
+static const CHAR8 kTypeUnknown[] = "UNKNOWN";
+static const CHAR8 kTypeRoce[] = "RoCE";
+static const CHAR8 kTypeDisable[] = "Disable";
+
+const CHAR8 *const mPfTypeNames[8] = {kTypeNic, kTypeFc,      kTypeFcoe, kTypeIscsi,
+                                      kTypeIb,  kTypeUnknown, kTypeRoce, kTypeDisable};
+
+const UINT64 mPfIndexTable[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+
+struct CLP_WORDS {
+  const char *Word[4];
+  UINT8 Count;
+  UINT8 Fallback; // word of a number that has none (ByIndex)
+};
+
+// Indexed by CLP_WORD_LIST.
+static const CLP_WORDS kWordLists[] = {
+    {{"disable", "enabled"}, 2, 0},                              // WordsLowerShort
+    {{"Disable", "Enable"}, 2, 0},                               // WordsCapitalShort
+    {{"Disabled", "Enabled"}, 2, 0},                             // WordsCapital
+    {{"disabled", "enabled"}, 2, 0},                             // WordsLower
+    {{"DHCP", "static"}, 2, 0},                                  // WordsOrigin
+    {{"DHCP_ipv4", "static_ipv4"}, 2, 0},                        // WordsOriginIpv4
+    {{"none", "CHAP", "mutualCHAP"}, 3, 0},                      // WordsAuthMethod
+    {{"10G", "1G"}, 2, 0},                                       // WordsMode
+    {{"ELX_2x10G", "ELX_4x1G", "ELX_1x40G", "ELX_4x10G"}, 4, 2}, // WordsLinkConfig
+    {{"RoCE-2", "RoCE-1"}, 2, 0},                                // WordsRoceProfile
+    {{"Disabled", "UNDI", "Ethernet"}, 3, 0},                    // WordsBootMode
+};
+
+struct CLP_NUMBER {
+  const char *Format;
+  UINTN Capacity;
+};
+
+// Indexed by CLP_NUMBER_FORMAT.
+static const CLP_NUMBER kNumberFormats[] = {
+    {"%02x", CLP_VALUE_CAPACITY}, {"%02x", 3},
+    {"%04x", CLP_VALUE_CAPACITY}, {"%03d", CLP_VALUE_CAPACITY},
+    {"%04d", CLP_VALUE_CAPACITY}, {"%05d", CLP_VALUE_CAPACITY},
+};
+
+static const FUNCTION_SETTINGS kAbsentFunction = {};
+
+// --- Helpers of the builders -------------------------------------------------------------------
+
+VOID HexEncodeBytes(const UINT8 *Source, UINTN Count, CHAR8 *Destination) {
+  static const char kDigits[] = "0123456789ABCDEF";
+  if (Destination == nullptr) {
+    return;
+  }
+  if (Source == nullptr) {
+    Destination[0] = 0;
+    return;
+  }
+  for (UINTN Index = 0; Index < Count; Index++) {
+    Destination[2 * Index] = (CHAR8)kDigits[Source[Index] >> 4];
+    Destination[2 * Index + 1] = (CHAR8)kDigits[Source[Index] & 0x0F];
+  }
+  Destination[2 * Count] = 0;
+}
+
+// Length of Text, but never looking at more than Max characters.
+static UINTN BoundedLength(const CHAR8 *Text, UINTN Max) {
+  UINTN Length = 0;
+  while (Length < Max && Text[Length] != 0) {
+    Length++;
+  }
+  return Length;
+}
+
+VOID CopyBoundedText(CHAR8 *Destination, const CHAR8 *Source, UINTN Bound) {
+  if (Destination == nullptr) {
+    return;
+  }
+  if (Source == nullptr) {
+    Destination[0] = 0;
+    return;
+  }
+  const UINTN Length = BoundedLength(Source, Bound);
+  for (UINTN Index = 0; Index < Length; Index++) {
+    Destination[Index] = Source[Index];
+  }
+  for (UINTN Index = Length; Index < Bound; Index++) {
+    Destination[Index] = 0;
+  }
+}
+
+VOID FormatMacWithColons(CHAR8 *Destination, const CHAR8 *Digits) {
+  if (Destination == nullptr) {
+    return;
+  }
+  UINTN Out = 0;
+  if (Digits != nullptr) {
+    // A short digit text ends the copy at its terminator instead of reading past it.
+    for (UINTN Index = 0; Index < 12 && Digits[Index] != 0; Index++) {
+      if (Index != 0 && Index % 2 == 0) {
+        Destination[Out++] = ':';
+      }
+      Destination[Out++] = Digits[Index];
+    }
+  }
+  Destination[Out] = 0;
+}
+
+EFI_STATUS CheckClpBufferSpace(UINTN LengthUsed, UINTN LengthNeeded) {
+  if (LengthUsed > CLP_BUFFER_BYTES || CLP_BUFFER_BYTES - LengthUsed < LengthNeeded) {
+    return EFI_BUFFER_TOO_SMALL;
+  }
+  return EFI_SUCCESS;
+}
+
+const FUNCTION_SETTINGS *ClpFunctionOrAbsent(const FUNCTION_SETTINGS *Function) {
+  return Function != nullptr ? Function : &kAbsentFunction;
+}
+
+// --- Values ------------------------------------------------------------------------------------
+
+// A resolved value: a number, or bytes/text (NULL when the platform supplied none).
+struct CLP_VALUE {
+  UINT64 Number;
+  const UINT8 *Bytes;
+};
+
+static UINT64 ReadByte(const UINT8 *Pointer) {
+  return Pointer != nullptr ? *Pointer : 0;
+}
+static UINT64 ReadWord(const UINT16 *Pointer) {
+  return Pointer != nullptr ? *Pointer : 0;
+}
+
+static UINT64 MaskedVlan(const UINT16 *Pointer) {
+  return ReadWord(Pointer) & 0xFFF;
+}
+
+static CLP_VALUE Number(UINT64 Value) {
+  return CLP_VALUE{Value, nullptr};
+}
+static CLP_VALUE Bytes(const void *Pointer) {
+  return CLP_VALUE{0, (const UINT8 *)Pointer};
+}
+
+static CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
+  const NALO_ADDRESS_ENTRY *Address = mModule.mCurAddressEntry;
+  const NALO_FUNCTION_ENTRY *Entry = mModule.mCurFunctionEntry;
+  const NALO_BOOT_ENTRY *Boot = mModule.mCurBootEntry;
+
+  switch (Source) {
+  case SrcPortEnable:
+    return Number(Function->PortEnable);
+  case SrcBootEnable:
+    return Number(Function->BootEnable);
+  case SrcSriovEnabled:
+    return Number(Function->SriovEnabled);
+  case SrcMfgWwnnText:
+    return Bytes(Function->MfgAddressText[1]);
+  case SrcMfgWwpnText:
+    return Bytes(Function->MfgAddressText[2]);
+  case SrcCurrentMac:
+    return Bytes(Function->CurrentAddress[0]);
+  case SrcQLogicBootMode:
+    if (Function->BootEnable != 1) {
+      return Number(0);
+    }
+    return Number(Function->VendorId == 0x1077 && Function->DeviceId == 0x1656 ? 2 : 1);
+  case SrcActiveLinkConfig:
+    return Number(mModule.mActiveLinkConfig);
+  case SrcTargetPfCount:
+    return Number(mModule.mTargetPfCount);
+  case SrcTargetPersonality:
+    return Number(mModule.mTargetPersonality);
+  case SrcTargetUmc:
+    return Number(mModule.mTargetUmc);
+  case SrcPfTypeOfSetIndex:
+    return Number(mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES
+                      ? mModule.mPfTypeTable[mModule.mEmulexPfTypeSetIndex]
+                      : PF_TYPE_TABLE_ENTRIES);
+  case SrcMac:
+    return Bytes(Address != nullptr ? Address->Mac : nullptr);
+  case SrcWwnn:
+    return Bytes(Address != nullptr ? Address->Wwnn : nullptr);
+  case SrcWwpn:
+    return Bytes(Address != nullptr ? Address->Wwpn : nullptr);
+  case SrcMinBandwidth:
+    return Number(ReadByte(Entry != nullptr ? Entry->MinBandwidthShare : nullptr));
+  case SrcMaxBandwidth:
+    return Number(ReadByte(Entry != nullptr ? Entry->MaxBandwidthShare : nullptr));
+  case SrcFunctionVlanOr4095: {
+    const UINT64 Vlan = MaskedVlan(Entry != nullptr ? Entry->FunctionVlanId : nullptr);
+    return Number(Vlan == 0 ? 4095 : Vlan);
+  }
+  case SrcFunctionVlanPxe: {
+    const UINT64 Vlan = MaskedVlan(Entry != nullptr ? Entry->FunctionVlanId : nullptr);
+    return Number(Vlan == 4095 ? 0 : Vlan);
+  }
+  case SrcRoceMode:
+    return Number(mModule.mNaloPortTable.Function[0].RoceMode);
+  case SrcBootVlanOr4095: {
+    const UINT64 Vlan = MaskedVlan(Boot != nullptr ? Boot->BootVlanId : nullptr);
+    return Number(Vlan == 0 ? 4095 : Vlan);
+  }
+  case SrcBootVlan:
+    return Number(MaskedVlan(Boot != nullptr ? Boot->BootVlanId : nullptr));
+  case SrcPxeBootVlan:
+    if (Function->BootEnableToApply != 1) {
+      return Number(0);
+    }
+    return Number(MaskedVlan(Boot != nullptr ? Boot->BootVlanId : nullptr));
+  default:
+    break;
+  }
+
+  if (Source == SrcInitiatorName) {
+    return Bytes(mModule.mNaloHeader.InitiatorName);
+  }
+  if (Boot == nullptr) {
+    return CLP_VALUE{0, nullptr};
+  }
+  switch (Source) {
+  case SrcTarget1Wwpn:
+    return Bytes(Boot->Target1Wwpn);
+  case SrcTarget2Wwpn:
+    return Bytes(Boot->Target2Wwpn);
+  case SrcTarget1Lun:
+    return Bytes(Boot->Target1Lun);
+  case SrcTarget2Lun:
+    return Bytes(Boot->Target2Lun);
+  case SrcFcLinkSpeed:
+    return Bytes(Boot->FcLinkSpeed);
+  case SrcFcTopology:
+    return Bytes(Boot->FcTopology);
+  case SrcInitiatorOrigin:
+    return Number(ReadByte(Boot->InitiatorOrigin));
+  case SrcInitiatorAddress:
+    return Bytes(Boot->InitiatorAddress);
+  case SrcInitiatorSubnetMask:
+    return Bytes(Boot->InitiatorSubnetMask);
+  case SrcInitiatorGateway:
+    return Bytes(Boot->InitiatorGateway);
+  case SrcTargetOrigin:
+    return Number(ReadByte(Boot->TargetOrigin));
+  case SrcTargetName:
+    return Bytes(Boot->TargetName);
+  case SrcTargetAddress:
+    return Bytes(Boot->TargetAddress);
+  case SrcTargetTcpPort:
+    return Number(ReadWord(Boot->TargetTcpPort));
+  case SrcTargetBootLun:
+    return Number(ReadByte(Boot->TargetBootLun));
+  case SrcAuthMethod:
+    return Number(ReadByte(Boot->AuthMethod));
+  case SrcChapUserName:
+    return Bytes(Boot->ChapUserName);
+  case SrcChapSecret:
+    return Bytes(Boot->ChapSecret);
+  case SrcMutualChapSecret:
+    return Bytes(Boot->MutualChapSecret);
+  default:
+    return CLP_VALUE{0, nullptr};
+  }
+}
+
+static const char *SelectWord(UINT8 List, UINT8 Rule, UINT64 Number) {
+  if (List >= sizeof(kWordLists) / sizeof(kWordLists[0])) {
+    return "";
+  }
+  const CLP_WORDS *Words = &kWordLists[List];
+  UINT64 Index;
+  switch (Rule) {
+  case IfOne:
+    Index = Number == 1 ? 1 : 0;
+    break;
+  case IfNonZero:
+    Index = Number != 0 ? 1 : 0;
+    break;
+  case IfUsableVlan:
+    Index = Number != 0 && Number < 4095 ? 1 : 0;
+    break;
+  default:
+    Index = Number < Words->Count ? Number : Words->Fallback;
+    break;
+  }
+  return Words->Word[Index];
+}
+
+// Copies a constant word behind the prefix if it fits.
+static VOID AppendWord(CHAR8 *End, UINTN Used, const CHAR8 *Word) {
+  const UINTN Length = AsciiStrLen(Word);
+  if (CheckClpBufferSpace(Used, Length + 1) == EFI_SUCCESS) {
+    for (UINTN Index = 0; Index <= Length; Index++) {
+      End[Index] = Word[Index];
+    }
+  }
+}
+
+static VOID AppendTopology(CHAR8 *End, const CHAR8 *Topology) {
+  static const struct {
+    const char *From;
+    const char *To;
+  } kTopologies[] = {{"00", "02"}, {"04", "01"}, {"0C", "00"}};
+  CHAR8 Text[3];
+  CopyChars(Text, Topology, 2);
+  const CHAR8 *Sent = Text;
+  for (const auto &Topo : kTopologies) {
+    if (AsciiStriCmp(Text, ASTR(Topo.From)) == 0) {
+      Sent = ASTR(Topo.To);
+      break;
+    }
+  }
+  AsciiStrCpy(End, Sent);
+}
+
+// Bytes a value may write behind the prefix, terminator included (printed values are cut to
+// the room left instead).
+static UINTN ValueNeed(const CLP_LINE *Line) {
+  switch (Line->Kind) {
+  case ValHexBytes:
+    return 2u * Line->Param + 1;
+  case ValMacColons:
+    return 18;
+  case ValText:
+  case ValTextUpper:
+    return (UINTN)Line->Param + 1;
+  case ValBounded:
+    return Line->Param;
+  case ValTextFromThird:
+  case ValTopology:
+    return 3;
+  default:
+    return 0;
+  }
+}
+
+static VOID AppendValue(const CLP_LINE *Line, const CLP_VALUE *Value) {
+  CHAR8 *Buffer = mModule.ClpCommandBuffer;
+  const UINTN Used = BoundedLength(Buffer, CLP_BUFFER_BYTES - 1);
+  CHAR8 *End = Buffer + Used;
+  const UINTN Room = CLP_BUFFER_BYTES - Used;
+  const UINT8 *Data = Value->Bytes;
+  const CHAR8 *Text = (const CHAR8 *)Data;
+
+  if (CheckClpBufferSpace(Used, ValueNeed(Line)) != EFI_SUCCESS) {
+    return;
+  }
+  const UINTN PrintRoom = Room < CLP_VALUE_CAPACITY ? Room : CLP_VALUE_CAPACITY;
+
+  switch (Line->Kind) {
+  case ValWord:
+    AppendWord(End, Used, ASTR(SelectWord((UINT8)Line->Param, Line->Rule, Value->Number)));
+    break;
+  case ValTypeName:
+    // A type number outside the table has no CLP word: the line goes out without a value and
+    // the adapter's refusal is reported like any failed command.
+    if (Value->Number < sizeof(mPfTypeNames) / sizeof(mPfTypeNames[0])) {
+      AppendWord(End, Used, mPfTypeNames[Value->Number]);
+    }
+    break;
+  case ValHexBytes:
+    if (Data != nullptr) {
+      HexEncodeBytes(Data, Line->Param, End);
+    }
+    break;
+  case ValMacColons:
+    if (Data != nullptr) {
+      CHAR8 Digits[13];
+      CHAR8 WithColons[18];
+      HexEncodeBytes(Data, 6, Digits);
+      FormatMacWithColons(WithColons, Digits);
+      CopyCharsUpper(End, WithColons, 17);
+    }
+    break;
+  case ValText:
+    if (Text != nullptr) {
+      CopyChars(End, Text, Line->Param);
+    }
+    break;
+  case ValTextUpper:
+    if (Text != nullptr) {
+      CopyCharsUpper(End, Text, Line->Param);
+    }
+    break;
+  case ValBounded:
+    if (Text != nullptr && Line->Param != 0) {
+      CopyBoundedText(End, Text, Line->Param);
+      // A text as long as the bound would leave the command unterminated: cut it by one.
+      if (BoundedLength(Text, Line->Param) == Line->Param) {
+        End[Line->Param - 1] = 0;
+      }
+    }
+    break;
+  case ValNumber:
+    if (Line->Param < sizeof(kNumberFormats) / sizeof(kNumberFormats[0])) {
+      const CLP_NUMBER *Format = &kNumberFormats[Line->Param];
+      AsciiSPrint(End, Format->Capacity < PrintRoom ? Format->Capacity : PrintRoom, Format->Format,
+                  (UINT32)Value->Number);
+    }
+    break;
+  case ValVlanHex:
+    AsciiSPrint(End, PrintRoom, "%01x%02x", (UINT32)((Value->Number >> 8) & 0xFF),
+                (UINT32)(Value->Number & 0xFF));
+    break;
+  case ValIpv4Hex:
+    if (Data != nullptr) {
+      AsciiSPrint(End, PrintRoom, "%02x%02x%02x%02x", (UINT32)Data[3], (UINT32)Data[2], (UINT32)Data[1],
+                  (UINT32)Data[0]);
+    }
+    break;
+  case ValIpv4Dec:
+    if (Data != nullptr) {
+      AsciiSPrint(End, PrintRoom, "%03d%03d%03d%03d", (UINT32)Data[3], (UINT32)Data[2], (UINT32)Data[1],
+                  (UINT32)Data[0]);
+    }
+    break;
+  case ValTextFromThird:
+    if (Text != nullptr) {
+      // A text shorter than two characters starts the copy at its own terminator.
+      CopyChars(End, Text + BoundedLength(Text, 2), 2);
+    }
+    break;
+  case ValTopology:
+    if (Text != nullptr) {
+      AppendTopology(End, Text);
+    }
+    break;
+  default:
+    break;
+  }
+}
+
+// --- Lines -------------------------------------------------------------------------------------
+
+// Pointer to the character right after the first occurrence of Pattern in Text, or NULL.
+static CHAR8 *After(CHAR8 *Text, const char *Pattern) {
+  for (CHAR8 *Start = Text; *Start != 0; Start++) {
+    UINTN Index = 0;
+    while (Pattern[Index] != 0 && Start[Index] == (CHAR8)Pattern[Index]) {
+      Index++;
+    }
+    if (Pattern[Index] == 0) {
+      return Start + Index;
+    }
+  }
+  return nullptr;
+}
+
+static VOID PatchDigit(CHAR8 *Position, CHAR8 Digit) {
+  if (Position != nullptr && *Position != 0) {
+    *Position = Digit;
+  }
+}
+
+static VOID CopyTemplate(const CLP_LINE *Line) {
+  CHAR8 *Buffer = mModule.ClpCommandBuffer;
+  const CHAR8 *Text = ASTR(Line->Prefix);
+  const UINTN Length = BoundedLength(Text, CLP_BUFFER_BYTES - 1);
+  for (UINTN Index = 0; Index < Length; Index++) {
+    Buffer[Index] = Text[Index];
+  }
+  Buffer[Length] = 0;
+
+  if (Line->Digits & DigitPort) {
+    PatchDigit(After(Buffer, "port"), mModule.mClpPortDigit);
+  }
+  if (Line->Digits & DigitPf) {
+    CHAR8 *Slash = After(Buffer, "/pf");
+    PatchDigit(Slash != nullptr ? Slash : After(Buffer, ".pf"), mModule.mClpPfDigit);
+  }
+  if (Line->Digits & DigitTarget) {
+    PatchDigit(After(Buffer, "target"), mModule.mClpTargetDigit);
+  }
+  if ((Line->Digits & DigitIndex) && Length >= 4 && Buffer[Length - 4] == '[' && Buffer[Length - 2] == ']' &&
+      Buffer[Length - 1] == '=') {
+    Buffer[Length - 3] = mModule.mClpTargetDigit;
+  }
+}
+
+static UINT32 ArgumentValue(UINT8 Arg, const FUNCTION_SETTINGS *Function, const CLP_VALUE *Value) {
+  switch (Arg) {
+  case ArgPort:
+    return Function->PortIndex;
+  case ArgPortPlus1:
+    return (UINT32)Function->PortIndex + 1;
+  case ArgPf:
+    return Function->PfIndex;
+  case ArgPfPlus1:
+    return (UINT32)Function->PfIndex + 1;
+  case ArgOne:
+    return 1;
+  case ArgValue:
+    return (UINT32)Value->Number;
+  case ArgPfTypePfNumber:
+    return mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES
+               ? (UINT32)mModule.mPfTypePfNumber[mModule.mEmulexPfTypeSetIndex]
+               : 0;
+  case ArgNextPfIndexPlus1:
+    return mModule.mPfTypeCount < PF_TYPE_TABLE_ENTRIES ? (UINT32)mPfIndexTable[mModule.mPfTypeCount] + 1 : 0;
+  default:
+    return 0;
+  }
+}
+
+static BOOLEAN ConditionHolds(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function) {
+  switch (Line->Condition) {
+  case CondPartitioned:
+    return mModule.mCurrentUmc == 1;
+  case CondUsableVlan: {
+    const UINT64 Vlan = ResolveValue(Line->Source, Function).Number;
+    return Vlan != 0 && Vlan < 4095;
+  }
+  case CondPfTypeSetIndexValid:
+    return mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES;
+  case CondPfTypeCountValid:
+    return mModule.mPfTypeCount < PF_TYPE_TABLE_ENTRIES;
+  default:
+    return TRUE;
+  }
+}
+
+static VOID StoreSentValue(UINT8 Store, const FUNCTION_SETTINGS *Function, UINT64 Number) {
+  switch (Store) {
+  case StorePortEnable:
+    mModule.mTargetPortEnable = Function->PortEnable;
+    break;
+  case StoreBootEnable:
+    mModule.mTargetBootEnable = Function->BootEnable;
+    break;
+  case StoreVlan:
+    mModule.mTargetVlanId = (UINT16)Number;
+    break;
+  case StoreBandwidth:
+    mModule.mTargetBandwidth = (UINT8)Number;
+    break;
+  case StoreRateLimit:
+    mModule.mTargetRateLimit = (UINT8)Number;
+    break;
+  case StorePfTypeSet:
+    mModule.mTargetPfTypeWork = (UINT32)Number;
+    if (mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES) {
+      mModule.mEmulexPfTypeSetIndex++;
+    }
+    break;
+  case StorePxeVlan:
+    mModule.mTargetBootEnable = Function->BootEnableToApply;
+    mModule.mTargetVlanId = (UINT16)Number;
+    break;
+  default:
+    break;
+  }
+}
+
+const CLP_LINE *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function) {
+  if (Dialect == nullptr || Code > 0xFF) {
+    return nullptr;
+  }
+  Function = ClpFunctionOrAbsent(Function);
+  for (UINTN Index = 0; Index < Dialect->Count; Index++) {
+    const CLP_LINE *Line = &Dialect->Lines[Index];
+    if (Line->Code == Code && ConditionHolds(Line, Function)) {
+      return Line;
+    }
+  }
+  return nullptr;
+}
+
+EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, UINTN FormatCapacity,
+                      BOOLEAN *ParseResponse) {
+  CHAR8 *Buffer = mModule.ClpCommandBuffer;
+  EFI_STATUS Status = EFI_SUCCESS;
+  Function = ClpFunctionOrAbsent(Function);
+  const CLP_VALUE Value = ResolveValue(Line->Source, Function);
+
+  Buffer[0] = 0;
+  if (Line->TargetDigit != 0) {
+    mModule.mClpTargetDigit = Line->TargetDigit;
+  }
+  if (Line->Form == LineTemplate) {
+    CopyTemplate(Line);
+  } else {
+    AsciiSPrint(Buffer, FormatCapacity < CLP_BUFFER_BYTES ? FormatCapacity : CLP_BUFFER_BYTES, Line->Prefix,
+                ArgumentValue(Line->Args[0], Function, &Value),
+                ArgumentValue(Line->Args[1], Function, &Value),
+                ArgumentValue(Line->Args[2], Function, &Value));
+  }
+
+  if (Line->Kind != ValNone) {
+    if (Line->Space != 0) {
+      Status = CheckClpBufferSpace(BoundedLength(Buffer, CLP_BUFFER_BYTES - 1), Line->Space);
+    }
+    if (Status == EFI_SUCCESS) {
+      AppendValue(Line, &Value);
+    } else {
+      Buffer[0] = 0;
+    }
+  }
+
+  StoreSentValue(Line->Store, Function, Value.Number);
+  if (Line->ParseReply && ParseResponse != nullptr) {
+    *ParseResponse = TRUE;
+  }
+  return Status;
+}
+
+// --- Frames ------------------------------------------------------------------------------------
+
+VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode) {
+  CHAR8 *Buffer = mModule.ClpCommandBuffer;
+  if (Mode != DigitsUnused) {
+    Function = ClpFunctionOrAbsent(Function);
+    const UINT32 Offset = Mode == DigitsFromOne ? 1 : 0;
+    // The capacity of 3 keeps only the first digit of a two-digit number.
+    AsciiSPrint(Buffer, 3, "%01d%01d", (UINT32)Function->PortIndex + Offset,
+                (UINT32)Function->PfIndex + Offset);
+    mModule.mClpPortDigit = Buffer[0];
+    mModule.mClpPfDigit = Buffer[1];
+    mModule.mClpTargetDigit = '0';
+  }
+  Buffer[0] = 0;
+}
+
+VOID WriteClpExit(VOID) {
+  AsciiStrCpy(mModule.ClpCommandBuffer, ASTR("exit"));
+}
+
+EFI_STATUS RefuseClpCode(ADAPTER_SETTINGS *Adapter, CLP_UNKNOWN_RULE Rule) {
+  mModule.ClpCommandBuffer[0] = 0;
+  if (Adapter != nullptr) {
+    Adapter->ProgressFlags |= PROGRESS_FLAG_CONFIG_DONE;
+    if (Rule == UnknownClearsReconfigure) {
+      Adapter->PlatformFlags &= (UINT8)~PLATFORM_FLAG_RECONFIGURE_REQUESTED;
+    }
+  }
+  return EFI_NOT_FOUND;
+}
+
+EFI_STATUS BuildFromDialect(const CLP_DIALECT *Dialect, CLP_DIGIT_MODE DigitMode,
+                            CLP_UNKNOWN_RULE UnknownRule, ADAPTER_SETTINGS *Adapter,
+                            const FUNCTION_SETTINGS *Function, UINT64 Code, BOOLEAN *ParseResponse) {
+  PrepareClpDigits(Function, DigitMode);
+  if (Code == EXIT) {
+    WriteClpExit();
+    return EFI_SUCCESS;
+  }
+  const CLP_LINE *Line = FindClpLine(Dialect, Code, Function);
+  if (Line == nullptr) {
+    return RefuseClpCode(Adapter, UnknownRule);
+  }
+  return RunClpLine(Line, Function, Dialect->FormatCapacity, ParseResponse);
+}

@@ -1,0 +1,308 @@
+// Shared machinery of the CLP command builders.
+//
+// Every dialect is a constant table of CLP_LINE rows, one row per command line the dialect can
+// write. A row names the code, how the prefix is produced (a template whose placeholder digits are
+// patched, or a print format with numeric arguments), where the value comes from, how it is
+// encoded, which planning-state value remembers what was sent, and whether the reply is parsed.
+// RunClpLine() is the one interpreter of a row; the per-family builders are small frames around it
+// (digit preparation, "exit", unknown codes).
+//
+// Rows are written with the constexpr helpers below, for example
+//   Fmt(SET_PF_TAR_WWPN1, "set fcport%d OEMELX_TargetWWPN[%d]=", ArgPort, ArgZero).Text(SrcTarget1Wwpn, 16)
+// so that one row reads like one line of the dialect's description.
+#ifndef DRIVER_BUILDERS_BUILDER_COMMON_H_
+#define DRIVER_BUILDERS_BUILDER_COMMON_H_
+
+#include "Builders.h"
+
+#define CLP_BUFFER_BYTES CLP_COMMAND_BUFFER_SIZE
+// Capacity used to print a value behind its prefix.
+#define CLP_VALUE_CAPACITY 256
+
+// How the prefix of a line is produced.
+enum CLP_LINE_FORM : UINT8 {
+  LineTemplate, // copied, then the placeholder digits named by Digits are patched
+  LineFormat,   // printed with AsciiSPrint and the Args
+};
+
+// Placeholder digits of a template (bit mask).
+enum CLP_DIGIT : UINT8 {
+  DigitNone = 0,
+  DigitPort = 0x01,   // the digit after "port"
+  DigitPf = 0x02,     // the digit after "/pf" or ".pf"
+  DigitTarget = 0x04, // the digit after "target"
+  DigitIndex = 0x08,  // the digit inside a closing "[0]="
+};
+
+// Numeric arguments of a format line.
+enum CLP_ARG : UINT8 {
+  ArgNone,
+  ArgPort,             // PortIndex
+  ArgPortPlus1,        // PortIndex + 1
+  ArgPf,               // PfIndex
+  ArgPfPlus1,          // PfIndex + 1
+  ArgZero,             // boot target index 0
+  ArgOne,              // boot target index 1
+  ArgValue,            // the number of the row's value source
+  ArgPfTypePfNumber,   // mPfTypePfNumber[mEmulexPfTypeSetIndex]
+  ArgNextPfIndexPlus1, // mPfIndexTable[mPfTypeCount] + 1
+};
+
+// Where a row's value comes from. Sources that read through a platform pointer yield "absent"
+// (no text, no bytes, the number 0) when the pointer or the entry is NULL.
+enum CLP_SOURCE : UINT8 {
+  SrcNone,
+  // FUNCTION_SETTINGS entry of the Instance
+  SrcPortEnable,
+  SrcBootEnable,
+  SrcSriovEnabled,
+  SrcMfgWwnnText,    // slot 1 of MfgAddressText
+  SrcMfgWwpnText,    // slot 2 of MfgAddressText
+  SrcCurrentMac,     // slot 0 of CurrentAddress, 6 bytes
+  SrcQLogicBootMode, // 0 BootEnable not 1, 1 enabled, 2 enabled on 1077:1656
+  // discovered and planning state
+  SrcActiveLinkConfig,
+  SrcTargetPfCount,
+  SrcTargetPersonality,
+  SrcTargetUmc,
+  SrcPfTypeOfSetIndex, // mPfTypeTable[mEmulexPfTypeSetIndex]
+  // mCurAddressEntry
+  SrcMac,
+  SrcWwnn,
+  SrcWwpn,
+  // mCurFunctionEntry and function entry 0 of the port table
+  SrcMinBandwidth,
+  SrcMaxBandwidth,
+  SrcFunctionVlanOr4095, // FunctionVlanId AND 0xFFF, 0 sent as 4095
+  SrcFunctionVlanPxe,    // FunctionVlanId AND 0xFFF, 4095 sent as 0
+  SrcRoceMode,
+  // mCurBootEntry
+  SrcBootVlanOr4095, // BootVlanId AND 0xFFF, 0 sent as 4095
+  SrcBootVlan,       // BootVlanId AND 0xFFF
+  SrcPxeBootVlan,    // BootVlanId AND 0xFFF when BootEnableToApply is 1, else 0
+  SrcTarget1Wwpn,
+  SrcTarget2Wwpn,
+  SrcTarget1Lun,
+  SrcTarget2Lun,
+  SrcFcLinkSpeed,
+  SrcFcTopology,
+  SrcInitiatorOrigin,
+  SrcInitiatorAddress,
+  SrcInitiatorSubnetMask,
+  SrcInitiatorGateway,
+  SrcTargetOrigin,
+  SrcTargetName,
+  SrcTargetAddress,
+  SrcTargetTcpPort,
+  SrcTargetBootLun,
+  SrcAuthMethod,
+  SrcChapUserName,
+  SrcChapSecret,
+  SrcMutualChapSecret,
+  // mNaloHeader
+  SrcInitiatorName,
+};
+
+// How the value is written behind the prefix.
+enum CLP_VALUE_KIND : UINT8 {
+  ValNone,
+  ValWord,          // a word of a CLP_WORD_LIST chosen by a CLP_WORD_RULE
+  ValTypeName,      // mPfTypeNames word of the number; nothing for a number of 8 or more
+  ValHexBytes,      // HexEncodeBytes of Param bytes
+  ValMacColons,     // HexEncodeBytes, FormatMacWithColons, CopyCharsUpper n = 17
+  ValText,          // CopyChars, n = Param
+  ValTextUpper,     // CopyCharsUpper, n = Param
+  ValBounded,       // CopyBoundedText, bound = Param; a longer text is cut to Param - 1
+  ValNumber,        // AsciiSPrint with the CLP_NUMBER_FORMAT Param
+  ValVlanHex,       // "%01x%02x" of the high and the low byte
+  ValIpv4Hex,       // "%02x%02x%02x%02x" from the fourth stored byte to the first
+  ValIpv4Dec,       // "%03d%03d%03d%03d" from the fourth stored byte to the first
+  ValTextFromThird, // at most 2 characters from the third one (never past the end of the text)
+  ValTopology,      // first two characters, "00"/"04"/"0C" converted to "02"/"01"/"00"
+};
+
+enum CLP_NUMBER_FORMAT : UINT8 {
+  NumHex2,     // "%02x"
+  NumHex2Cap3, // "%02x", capacity 3
+  NumHex4,     // "%04x"
+  NumDec3,     // "%03d"
+  NumDec4,     // "%04d"
+  NumDec5,     // "%05d"
+};
+
+enum CLP_WORD_LIST : UINT8 {
+  WordsLowerShort,   // "disable" / "enabled"
+  WordsCapitalShort, // "Disable" / "Enable"
+  WordsCapital,      // "Disabled" / "Enabled"
+  WordsLower,        // "disabled" / "enabled"
+  WordsOrigin,       // "DHCP" / "static"
+  WordsOriginIpv4,   // "DHCP_ipv4" / "static_ipv4"
+  WordsAuthMethod,   // "none" / "CHAP" / "mutualCHAP"
+  WordsMode,         // "10G" / "1G"
+  WordsLinkConfig,   // "ELX_2x10G" / "ELX_4x1G" / "ELX_1x40G" / "ELX_4x10G"
+  WordsRoceProfile,  // "RoCE-2" / "RoCE-1"
+  WordsBootMode,     // "Disabled" / "UNDI" / "Ethernet"
+};
+
+// Which word of the list a number selects.
+enum CLP_WORD_RULE : UINT8 {
+  IfOne,        // word 1 when the number is 1, else word 0
+  IfNonZero,    // word 1 when the number is not 0, else word 0
+  IfUsableVlan, // word 1 when 0 < number < 4095, else word 0
+  ByIndex,      // word n when the list has one, else word 2 (ELX_1x40G) or word 0
+};
+
+// Row applies only when (first matching row of a code wins).
+enum CLP_CONDITION : UINT8 {
+  CondAlways,
+  CondPartitioned,         // mCurrentUmc is 1
+  CondUsableVlan,          // 0 < source number < 4095
+  CondPfTypeSetIndexValid, // mEmulexPfTypeSetIndex < 16
+  CondPfTypeCountValid,    // mPfTypeCount < 16
+};
+
+// Planning-state value that remembers what a line sent.
+enum CLP_STORE : UINT8 {
+  StoreNone,
+  StorePortEnable, // mTargetPortEnable := the entry's PortEnable
+  StoreBootEnable, // mTargetBootEnable := the entry's BootEnable
+  StoreVlan,       // mTargetVlanId := the value's number
+  StoreBandwidth,  // mTargetBandwidth := the value's number
+  StoreRateLimit,  // mTargetRateLimit := the value's number
+  StorePfTypeSet,  // mTargetPfTypeWork, then mEmulexPfTypeSetIndex + 1
+  StorePxeVlan,    // mTargetBootEnable := BootEnableToApply, mTargetVlanId
+};
+
+struct CLP_LINE {
+  UINT32 Code;
+  UINT8 Condition;
+  UINT8 Form;
+  const char *Prefix; // template or print format
+  UINT8 Digits;
+  CHAR8 TargetDigit; // 0: mClpTargetDigit stays as prepared
+  UINT8 Args[3];
+  UINT8 Source;
+  UINT8 Kind;
+  UINT16 Param;
+  UINT8 Rule;
+  UINT8 Store;
+  UINT8 Space; // bytes the value needs (CheckClpBufferSpace); 0: no such check for this dialect
+  BOOLEAN ParseReply;
+
+  constexpr CLP_LINE When(CLP_CONDITION C) const {
+    CLP_LINE L = *this;
+    L.Condition = C;
+    return L;
+  }
+  constexpr CLP_LINE Target(char Digit) const {
+    CLP_LINE L = *this;
+    L.TargetDigit = (CHAR8)Digit;
+    return L;
+  }
+  constexpr CLP_LINE From(CLP_SOURCE S) const {
+    CLP_LINE L = *this;
+    L.Source = S;
+    return L;
+  }
+  constexpr CLP_LINE Value(CLP_SOURCE S, CLP_VALUE_KIND K, UINT16 P = 0) const {
+    CLP_LINE L = *this;
+    L.Source = S;
+    L.Kind = K;
+    L.Param = P;
+    return L;
+  }
+  constexpr CLP_LINE Word(CLP_SOURCE S, CLP_WORD_LIST W, CLP_WORD_RULE R) const {
+    CLP_LINE L = Value(S, ValWord, W);
+    L.Rule = R;
+    return L;
+  }
+  constexpr CLP_LINE TypeName(CLP_SOURCE S) const { return Value(S, ValTypeName); }
+  constexpr CLP_LINE Hex(CLP_SOURCE S) const { return Value(S, ValHexBytes, 6); }
+  constexpr CLP_LINE MacColons(CLP_SOURCE S) const { return Value(S, ValMacColons); }
+  constexpr CLP_LINE Text(CLP_SOURCE S, UINT16 N) const { return Value(S, ValText, N); }
+  constexpr CLP_LINE Upper(CLP_SOURCE S, UINT16 N) const { return Value(S, ValTextUpper, N); }
+  constexpr CLP_LINE Bounded(CLP_SOURCE S, UINT16 Bound) const { return Value(S, ValBounded, Bound); }
+  constexpr CLP_LINE Number(CLP_SOURCE S, CLP_NUMBER_FORMAT F) const { return Value(S, ValNumber, F); }
+  constexpr CLP_LINE Vlan(CLP_SOURCE S) const { return Value(S, ValVlanHex); }
+  constexpr CLP_LINE Ipv4Hex(CLP_SOURCE S) const { return Value(S, ValIpv4Hex); }
+  constexpr CLP_LINE Ipv4Dec(CLP_SOURCE S) const { return Value(S, ValIpv4Dec); }
+  constexpr CLP_LINE FromThirdChar(CLP_SOURCE S) const { return Value(S, ValTextFromThird); }
+  constexpr CLP_LINE Topology(CLP_SOURCE S) const { return Value(S, ValTopology); }
+  constexpr CLP_LINE Keep(CLP_STORE S) const {
+    CLP_LINE L = *this;
+    L.Store = S;
+    return L;
+  }
+  constexpr CLP_LINE Needs(UINT8 N) const {
+    CLP_LINE L = *this;
+    L.Space = N;
+    return L;
+  }
+  constexpr CLP_LINE Parse() const {
+    CLP_LINE L = *this;
+    L.ParseReply = TRUE;
+    return L;
+  }
+};
+
+// A template line; Digits names the placeholders patched.
+constexpr CLP_LINE Tpl(UINT32 Code, const char *Text, UINT8 Digits = DigitNone) {
+  return CLP_LINE{
+      Code,    CondAlways, LineTemplate, Text,      Digits, 0,    {ArgNone, ArgNone, ArgNone}, SrcNone,
+      ValNone, 0,          IfOne,        StoreNone, 0,      FALSE};
+}
+
+// A format line printed with up to three numeric arguments.
+constexpr CLP_LINE Fmt(UINT32 Code, const char *Text, CLP_ARG A0 = ArgNone, CLP_ARG A1 = ArgNone,
+                       CLP_ARG A2 = ArgNone) {
+  return CLP_LINE{Code,    CondAlways, LineFormat, Text,  DigitNone, 0, {A0, A1, A2},
+                  SrcNone, ValNone,    0,          IfOne, StoreNone, 0, FALSE};
+}
+
+struct CLP_DIALECT {
+  const CLP_LINE *Lines;
+  UINTN Count;
+  UINTN FormatCapacity; // capacity of a format line printed into the whole buffer
+};
+
+template <UINTN N> constexpr CLP_DIALECT MakeDialect(const CLP_LINE (&Lines)[N], UINTN FormatCapacity) {
+  return CLP_DIALECT{Lines, N, FormatCapacity};
+}
+
+// How a builder prepares the digit characters before anything else.
+enum CLP_DIGIT_MODE : UINT8 {
+  DigitsUnused, // the buffer is only made empty
+  DigitsFromZero,
+  DigitsFromOne,
+};
+
+// What a builder does with an unknown code besides setting ConfigDone.
+enum CLP_UNKNOWN_RULE : UINT8 {
+  UnknownKeepsReconfigure,
+  UnknownClearsReconfigure,
+};
+
+VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode);
+
+// First row of Dialect for Code whose condition holds, or NULL. Codes above 255 never match.
+const CLP_LINE *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function);
+
+// Writes the row into ClpCommandBuffer (after making it empty), performs its store and sets the
+// parse flag when the row says so. Returns EFI_BUFFER_TOO_SMALL (and leaves the buffer empty)
+// only when the row has a Space and CheckClpBufferSpace refuses it.
+EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, UINTN FormatCapacity,
+                      BOOLEAN *ParseResponse);
+
+VOID WriteClpExit(VOID);
+EFI_STATUS RefuseClpCode(ADAPTER_SETTINGS *Adapter, CLP_UNKNOWN_RULE Rule);
+
+// The frame shared by the builders that have one dialect table: digits, EXIT, the table, unknown
+// codes.
+EFI_STATUS BuildFromDialect(const CLP_DIALECT *Dialect, CLP_DIGIT_MODE DigitMode,
+                            CLP_UNKNOWN_RULE UnknownRule, ADAPTER_SETTINGS *Adapter,
+                            const FUNCTION_SETTINGS *Function, UINT64 Code, BOOLEAN *ParseResponse);
+
+// A record to read from when the dispatcher hands over no FUNCTION_SETTINGS: every field absent.
+const FUNCTION_SETTINGS *ClpFunctionOrAbsent(const FUNCTION_SETTINGS *Function);
+
+#endif

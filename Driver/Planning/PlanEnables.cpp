@@ -1,0 +1,172 @@
+// Port and boot enable, the return to manufacturer addresses and the PXE VLAN show.
+#include "Planning/PredicateInternal.h"
+#include "Planning/NaloConfiguration.h"
+#include "Library/BaseLib.h"
+#include "Library/BaseMemoryLib.h"
+
+// Current values the adapter reports are not trusted on Emulex0700 boards: these stand-ins differ
+// from any real enable value, so the SET is always planned there.
+#define PORT_ENABLE_UNKNOWN 254
+#define BOOT_ENABLE_UNKNOWN 253
+
+// The device whose boot enable is one setting for all its functions.
+#define DEVICE_QLOGIC_1656 VID_DID(0x1077, 0x1656)
+// The functions planned at Instances 1 to 7 of a 1077:1656 controller carry its boot enable.
+#define SHARED_BOOT_ENABLE_FIRST 1
+#define SHARED_BOOT_ENABLE_LAST 7
+
+// Bytes of the manufacturer address copied over the current one per slot.
+#define DEFAULT_TEXT_BYTES 16
+#define DEFAULT_ADDRESS_BYTES 8
+// RestoreMacFromPermanent compares and copies a MAC text with its terminator.
+#define RESTORE_MAC_TEXT_BYTES 13
+#define RESTORE_MAC_ADDRESS_BYTES 7
+
+static BOOLEAN ForcedEnableApplies(const FUNCTION_SETTINGS *Settings) {
+  return GetForceAdapterEnable() == 1 && Settings->IscsiWord == 0;
+}
+
+VOID PlanPortEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  // Port enable is a port property: the first function decides, later functions inherit the
+  // values it left in the working pair.
+  if (mModule.mFirstFunctionOfPort) {
+    mModule.mCurrentPortEnable = Settings->PortEnable;
+    mModule.mTargetPortEnable = Settings->PortEnable;
+    if (PortTableValid()) {
+      mModule.mTargetPortEnable = mModule.mNaloPortTable.DesiredPortEnable == 1 ? 1 : 0;
+      if (mModule.mFamily.Emulex0700) {
+        mModule.mCurrentPortEnable = PORT_ENABLE_UNKNOWN;
+      }
+    } else if (mModule.mCurrentPortEnable == 0 && QueryDefaults(NALO_QUERY_DEFAULTS_PORT)) {
+      mModule.mTargetPortEnable = 1;
+      if (mModule.mFamily.Emulex0700) {
+        mModule.mCurrentPortEnable = PORT_ENABLE_UNKNOWN;
+      }
+    }
+    if (ForcedEnableApplies(Settings)) {
+      mModule.mTargetPortEnable = 1;
+    }
+    if (mModule.mTargetPortEnable != mModule.mCurrentPortEnable) {
+      AppendCommand(Code, Count);
+    }
+  }
+  if (mModule.mTargetPortEnable != mModule.mCurrentPortEnable) {
+    Settings->PortEnable = mModule.mTargetPortEnable;
+    Settings->PortEnableToApply = mModule.mTargetPortEnable;
+  }
+  if (PortTableValid()) {
+    Settings->ProgressFlags |= PROGRESS_FLAG_PORT_ENABLE_PLANNED;
+  }
+}
+
+VOID PlanBootEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  const BOOLEAN SharedBootEnable = mModule.mPciVidDid == DEVICE_QLOGIC_1656;
+  mModule.mCurrentBootEnable = Settings->BootEnable;
+  mModule.mTargetBootEnable = Settings->BootEnable;
+  if (BootTableValid()) {
+    const NALO_BOOT_ENTRY *Entry = SharedBootEnable ? &mModule.mNaloBootTable[0] : mModule.mCurBootEntry;
+    // Without an entry for the function there is no wish to act on.
+    if (Entry != nullptr) {
+      mModule.mTargetBootEnable = Entry->Enabled == 1 ? 1 : 0;
+      if (mModule.mFamily.Emulex0700) {
+        mModule.mCurrentBootEnable = BOOT_ENABLE_UNKNOWN;
+      }
+    }
+  }
+  if (ForcedEnableApplies(Settings) &&
+      (Settings->PfType == PF_TYPE_NIC || Settings->PfType == PF_TYPE_ROCE)) {
+    mModule.mTargetBootEnable = 1;
+  }
+  if (mModule.mTargetBootEnable == mModule.mCurrentBootEnable || !AppendCommand(Code, Count)) {
+    return;
+  }
+  if (!SharedBootEnable) {
+    Settings->BootEnableToApply = mModule.mTargetBootEnable;
+    Settings->BootEnable = mModule.mTargetBootEnable;
+    return;
+  }
+  for (UINTN Index = SHARED_BOOT_ENABLE_FIRST; Index <= SHARED_BOOT_ENABLE_LAST; Index++) {
+    FUNCTION_SETTINGS *Function = mModule.mCommandSettings[Index];
+    if (Function != nullptr) {
+      Function->BootEnableToApply = mModule.mTargetBootEnable;
+      Function->BootEnable = mModule.mTargetBootEnable;
+    }
+  }
+}
+
+// The platform wants the function's manufacturer addresses back: either it says so for the whole
+// port, or its address table gives the function no virtual address.
+static BOOLEAN ManufacturerAddressesWanted(VOID) {
+  return QueryDefaults(NALO_QUERY_DEFAULTS_ADDRESSES) || AddressEntryWantsManufacturer();
+}
+
+VOID PlanAddressDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  EFI_STATUS Status = LocateNaloConfig();
+  if (EFI_ERROR(Status)) {
+    mModule.mConfigStatus = Status;
+    return;
+  }
+  if (!ManufacturerAddressesWanted()) {
+    return;
+  }
+  BOOLEAN Changed = FALSE;
+  for (UINTN Slot = 0; Slot < FUNCTION_ADDRESS_SLOTS; Slot++) {
+    if (PlanTextDiffers(Settings->MfgAddressText[Slot], Settings->CurrentAddressText[Slot],
+                        FUNCTION_ADDRESS_SLOT_SIZE)) {
+      CopyMem(Settings->CurrentAddressText[Slot], Settings->MfgAddressText[Slot], DEFAULT_TEXT_BYTES);
+      CopyMem(Settings->CurrentAddress[Slot], Settings->MfgAddress[Slot], DEFAULT_ADDRESS_BYTES);
+      Changed = TRUE;
+    }
+  }
+  if (Code != SET_ADDR_DEFAULTS) {
+    // The per-name defaults are written whether or not the texts already agree.
+    AppendCommand(Code, Count);
+    return;
+  }
+  // One reset covers the whole port until the dispatcher starts the port again.
+  if (Changed && !mModule.mAddrDefaultsPlanned && AppendCommand(Code, Count)) {
+    mModule.mAddrDefaultsPlanned = TRUE;
+  }
+}
+
+BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings) {
+  if (Settings == nullptr || !mModule.mFamily.QLogic8070) {
+    return FALSE;
+  }
+  if (AsciiStrnCmp(Settings->MfgAddressText[0], Settings->CurrentAddressText[0], RESTORE_MAC_TEXT_BYTES) ==
+      0) {
+    return FALSE;
+  }
+  CopyMem(Settings->CurrentAddressText[0], Settings->MfgAddressText[0], RESTORE_MAC_TEXT_BYTES);
+  CopyMem(Settings->CurrentAddress[0], Settings->MfgAddress[0], RESTORE_MAC_ADDRESS_BYTES);
+  return TRUE;
+}
+
+VOID PlanPortDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  EFI_STATUS Status = LocateNaloConfig();
+  if (EFI_ERROR(Status)) {
+    mModule.mConfigStatus = Status;
+    return;
+  }
+  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  if (Family.QLogic2261) {
+    if (ManufacturerAddressesWanted()) {
+      AppendCommand(Code, Count);
+    }
+  } else if (Family.Mellanox1013) {
+    if (QueryDefaults(NALO_QUERY_DEFAULTS_PORT)) {
+      AppendCommand(Code, Count);
+    }
+  } else if (Family.QLogic8070 && mModule.mPciVidDid != DEVICE_QLOGIC_1656) {
+    if (ManufacturerAddressesWanted() && RestoreMacFromPermanent(Settings)) {
+      AppendCommand(Code, Count);
+    }
+  }
+}
+
+VOID PlanShowPxeVlanId(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  (VOID) Settings;
+  if (mModule.mPxeVlanEnabled != 0) {
+    AppendCommand(Code, Count);
+  }
+}

@@ -1,0 +1,258 @@
+// The shape of the port: link configuration, function count and types, partitioning, SR-IOV.
+//
+// On the Emulex families any of these changes makes the planner end the plan and ask for a
+// controller restart, so they are decided before anything that depends on the layout.
+#include "Planning/PredicateInternal.h"
+#include "Reporting/Reporting.h"
+#include "Library/ReportStatusCodeLib.h"
+
+#define PF_COUNT_MAX_WISH 4
+// The adapters offer one, two or four functions per port; a wish of three gets two.
+#define PF_COUNT_UNSUPPORTED 3
+
+// SR-IOV wanted in a link layout that cannot carry it.
+#define STATUS_TYPE_ERROR_MAJOR 0x80000002u
+#define STATUS_SRIOV_LAYOUT_CONFLICT 0x0380801Bu
+#define STATUS_INSTANCE_LOW_BYTE 0xAA
+#define LINK_CONFIG_UNTYPED 1
+
+VOID PlanMode(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  (VOID) Settings;
+  if (mModule.mLinkConfig != mModule.mActiveLinkConfig) {
+    AppendCommand(Code, Count);
+  }
+}
+
+VOID PlanPfCount(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  const UINT8 Wish = mModule.mNaloPortTable.DesiredFunctionCount;
+  if (mModule.mActiveLinkConfig != 0 || !PortTableValid() || Wish < 1 || Wish > PF_COUNT_MAX_WISH) {
+    return;
+  }
+  mModule.mTargetPfCount = Wish == PF_COUNT_UNSUPPORTED ? 2 : Wish;
+  if (mModule.mTargetPfCount != mModule.mCurrentPfCount && AppendCommand(Code, Count)) {
+    Settings->FunctionCount = mModule.mTargetPfCount;
+  }
+}
+
+VOID PlanPf1Type(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  (VOID) Settings;
+  if (mModule.mActiveLinkConfig != 0 || !PortTableValid() ||
+      mModule.mNaloPortTable.DesiredFunctionCount <= 1) {
+    return;
+  }
+  mModule.mTargetPersonality = mModule.mNaloPortTable.Function[1].FunctionType;
+  if (mModule.mTargetPersonality != mModule.mCurrentPersonality) {
+    AppendCommand(Code, Count);
+  }
+}
+
+// Queues one type change for the builder: entry k of the type table and of the function-number
+// table describe the k-th SET_PF2_TYPE of the plan.
+static VOID QueueTypeChange(UINT32 Code, UINTN *Count, UINTN *Queued, UINTN Function) {
+  if (*Queued >= PF_TYPE_TABLE_ENTRIES || !AppendCommand(Code, Count)) {
+    return;
+  }
+  mModule.mPfTypeTable[*Queued] = mModule.mTargetPfTypeWork;
+  mModule.mPfTypePfNumber[*Queued] = Function;
+  (*Queued)++;
+}
+
+static UINTN TypedFunctionsOfLayout(VOID) {
+  if (mModule.mActiveLinkConfig == 2) {
+    return 16;
+  }
+  if (mModule.mActiveLinkConfig == 3) {
+    return 4;
+  }
+  return 8;
+}
+
+VOID PlanPf2Types(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  (VOID) Settings;
+  if (!LayoutAllowsTyping() || !PortTableValid()) {
+    return;
+  }
+  UINTN Queued = 0;
+
+  mModule.mCurrentPfTypeWork = mModule.mPfTypeTable[0];
+  if (mModule.mRoceMode != 0) {
+    mModule.mTargetPfTypeWork = PF_TYPE_ROCE;
+  } else {
+    mModule.mTargetPfTypeWork = PF_TYPE_NIC;
+    if (mModule.mCurrentPfTypeWork == PF_TYPE_ROCE) {
+      mModule.mRoceTypeFound = 1;
+    }
+  }
+  if (mModule.mTargetPfTypeWork != mModule.mCurrentPfTypeWork) {
+    QueueTypeChange(Code, Count, &Queued, 0);
+  }
+
+  // Queued never exceeds Function, so the entries still to be examined hold current types.
+  const UINTN Functions = TypedFunctionsOfLayout();
+  const BOOLEAN UmcSwitchingOn = mModule.mCurrentUmc == 0 && mModule.mTargetUmc == 1;
+  for (UINTN Function = 1; Function < Functions && Function < PF_TYPE_TABLE_ENTRIES; Function++) {
+    mModule.mCurrentPfTypeWork = mModule.mPfTypeTable[Function];
+    // Functions that partitioning brings into existence are always typed.
+    if (UmcSwitchingOn && mModule.mCurrentPfTypeWork == PF_TYPE_DISABLED) {
+      mModule.mCurrentPfTypeWork = PF_TYPE_UNKNOWN;
+    }
+    const NALO_FUNCTION_ENTRY &Entry = mModule.mNaloPortTable.Function[Function];
+    if (mModule.mNaloPortTable.DesiredFunctionCount != 0 && Entry.Enabled == 1) {
+      if (mModule.mRoceMode != 0) {
+        mModule.mTargetPfTypeWork = PF_TYPE_DISABLED;
+      } else if (Entry.FunctionType == PF_TYPE_NIC && mModule.mTargetUmc == 0) {
+        // A further NIC function exists only on a partitioned port.
+        mModule.mTargetPfTypeWork = PF_TYPE_DISABLED;
+      } else {
+        mModule.mTargetPfTypeWork = Entry.FunctionType;
+      }
+    } else {
+      mModule.mTargetPfTypeWork = PF_TYPE_DISABLED;
+    }
+    if (mModule.mTargetPfTypeWork != mModule.mCurrentPfTypeWork) {
+      QueueTypeChange(Code, Count, &Queued, Function);
+    }
+  }
+}
+
+VOID PlanUmc(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  if (!LayoutAllowsTyping() || !PortTableValid()) {
+    return;
+  }
+  const UINTN Functions = DesiredFunctionEntries();
+  mModule.mTargetUmc = 0;
+  // RoCE and SR-IOV both exclude partitioning; otherwise a further NIC function needs it.
+  if (mModule.mRoceMode == 0 && !(SriovValid() && mModule.mSriovRequested != 0)) {
+    for (UINTN Function = 1; Function < Functions; Function++) {
+      const NALO_FUNCTION_ENTRY &Entry = mModule.mNaloPortTable.Function[Function];
+      if (Entry.Enabled == 1 && Entry.FunctionType == PF_TYPE_NIC) {
+        mModule.mTargetUmc = 1;
+        break;
+      }
+    }
+  }
+  if (mModule.mTargetUmc == mModule.mCurrentUmc) {
+    return;
+  }
+  // SR-IOV has to be off before a NIC port is partitioned.
+  if (mModule.mTargetUmc == 1 && Settings->PfType == PF_TYPE_NIC &&
+      AppendCommand(SET_SRIOV_FOR_CONTROLLER, Count)) {
+    Settings->SriovEnabled = 0;
+  }
+  AppendCommand(Code, Count);
+}
+
+// Controller-wide SR-IOV: one switch for the whole adapter, mirrored into every port's record.
+static VOID PlanControllerSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
+  if (!SriovValid()) {
+    return;
+  }
+  if (mModule.mNaloPortTable.Function[0].SriovEnable == 1) {
+    mModule.mSriovRequested = 1;
+  }
+  // On a multi-port adapter the decision waits for a later port, after every port's wish is known.
+  if (Settings->PortCount != 1 && mModule.mFirstFunctionOfAdapter) {
+    return;
+  }
+  const UINT8 Desired = mModule.mSriovRequested != 0 ? 1 : 0;
+  if (Desired == Settings->SriovEnabled || !AppendCommand(SET_SRIOV_FOR_CONTROLLER, Count)) {
+    return;
+  }
+  const UINTN Ports =
+      Settings->PortCount < FUNCTION_LIST_ENTRIES ? Settings->PortCount : FUNCTION_LIST_ENTRIES;
+  for (UINTN Port = 0; Port < Ports; Port++) {
+    if (Settings->Ports[Port] != nullptr) {
+      Settings->Ports[Port]->SriovEnabled = Desired;
+    }
+  }
+}
+
+// SR-IOV of a port whose functions can carry virtual functions only while the port has few of them.
+static VOID PlanPortSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
+  if (!SriovValid()) {
+    return;
+  }
+  UINT8 Desired = 0;
+  const UINTN Functions = DesiredFunctionEntries();
+  for (UINTN Function = 0; Function < Functions; Function++) {
+    if (mModule.mNaloPortTable.Function[Function].SriovEnable == 1) {
+      Desired = 1;
+      break;
+    }
+  }
+  if (Desired == Settings->SriovEnabled) {
+    return;
+  }
+  if (mModule.mCurrentPfCount > 2 ||
+      (mModule.mCurrentPfCount == 2 && mModule.mCurrentPersonality == PF_TYPE_NIC)) {
+    return;
+  }
+  if (AppendCommand(SET_SRIOV_FOR_CONTROLLER, Count)) {
+    Settings->SriovEnabled = Desired;
+  }
+}
+
+// Per-function SR-IOV, held back while partitioning or RoCE typing is being established.
+static VOID PlanFunctionSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
+  UINT8 Desired = Settings->SriovEnabled;
+  if (mModule.mRoceMode != 0) {
+    Desired = 0;
+  } else if (SriovValid() && mModule.mCurFunctionEntry != nullptr) {
+    Desired = mModule.mCurFunctionEntry->SriovEnable;
+  }
+  if (Desired == Settings->SriovEnabled) {
+    return;
+  }
+  const BOOLEAN UmcSwitchingOn = mModule.mCurrentUmc == 0 && mModule.mTargetUmc == 1;
+  const BOOLEAN SriovOnUnderUmc = mModule.mTargetUmc == 1 && Desired != 0;
+  if (UmcSwitchingOn || SriovOnUnderUmc || mModule.mRoceTypeFound != 0) {
+    return;
+  }
+  if (AppendCommand(SET_SRIOV_FOR_PF, Count)) {
+    Settings->SriovEnabled = Desired;
+  }
+}
+
+static VOID ReportSriovLayoutConflict(FUNCTION_SETTINGS *Settings) {
+  const UINT16 Address = Settings->PciAddress;
+  const UINT16 Swapped = (UINT16)((Address >> 8) | (Address << 8));
+  const UINT32 Instance = ((UINT32)Swapped << 8) + STATUS_INSTANCE_LOW_BYTE;
+  ReportStatusCodeEx(STATUS_TYPE_ERROR_MAJOR, STATUS_SRIOV_LAYOUT_CONFLICT, Instance, &gClpStatusCallerGuid,
+                     nullptr, nullptr, 0);
+  Settings->ErrorFlags |= ERROR_FLAG_ERROR_REPORTED;
+}
+
+// Both SR-IOV codes take this path: the device decides which kind of switch it has.
+VOID PlanSriov(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
+  (VOID) Code;
+  if (!mModule.mFirstFunctionOfPort) {
+    return;
+  }
+  if (LayoutAllowsTyping() || mModule.mFamily.Mellanox1013 || mModule.mFamily.QLogic8070) {
+    switch (mModule.mPciVidDid) {
+    case VID_DID(0x1077, 0x1644):
+    case VID_DID(0x1077, 0x8070):
+    case VID_DID(0x15B3, 0x1013):
+    case VID_DID(0x15B3, 0x1015):
+      PlanControllerSriov(Settings, Count);
+      break;
+    case VID_DID(0x1077, 0x1656):
+    case VID_DID(0x19A2, 0x0710):
+    case VID_DID(0x19A2, 0x0712):
+    case VID_DID(0x19A2, 0x0714):
+      PlanPortSriov(Settings, Count);
+      break;
+    case VID_DID(0x10DF, 0x0720):
+    case VID_DID(0x10DF, 0x0722):
+    case VID_DID(0x10DF, 0x0724):
+      PlanFunctionSriov(Settings, Count);
+      break;
+    default:
+      break;
+    }
+  }
+  if (SriovValid() && mModule.mActiveLinkConfig == LINK_CONFIG_UNTYPED &&
+      mModule.mNaloPortTable.Function[0].SriovEnable == 1) {
+    ReportSriovLayoutConflict(Settings);
+  }
+}

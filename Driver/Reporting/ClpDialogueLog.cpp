@@ -1,0 +1,113 @@
+// The dialogue of a failed CLP command, sent to the management controller's log as OEM IPMI
+// messages of at most 61 characters each.
+#include "Reporting/Reporting.h"
+#include "Library/BaseMemoryLib.h"
+#include "Library/PrintLib.h"
+#include "Library/UefiBootServicesTableLib.h"
+
+// IANA private enterprise number of the management controller's maker. The controller accepts
+// the text sub-function only under its own number, so a build for another controller sets
+// HX_OEM_ENTERPRISE_NUMBER; the default is 10368, registered to Fujitsu (formerly Fujitsu
+// Siemens Computers), maker of the iRMC management controller.
+#ifndef HX_OEM_ENTERPRISE_NUMBER
+#define HX_OEM_ENTERPRISE_NUMBER 10368
+#endif
+static_assert(HX_OEM_ENTERPRISE_NUMBER <= 0xFFFFFF, "an IANA enterprise number travels in three bytes");
+
+const UINT8 HxOemEnterpriseNumber[3] = {
+    (UINT8)(HX_OEM_ENTERPRISE_NUMBER & 0xFF),
+    (UINT8)((HX_OEM_ENTERPRISE_NUMBER >> 8) & 0xFF),
+    (UINT8)((HX_OEM_ENTERPRISE_NUMBER >> 16) & 0xFF),
+};
+
+#define IPMI_NETFN_OEM_GROUP 0x2E
+#define IPMI_LUN_BMC 0
+#define IPMI_CMD_OEM_CLP_LOG 0xF5
+#define CLP_LOG_SUBFUNCTION_TEXT 0x0C
+
+#define CLP_LOG_TEXT_MAX 61
+#define CLP_LOG_MESSAGE_HEADER 5
+#define CLP_LOG_RESPONSE_CAPACITY 3
+// A long reply is cut after this many messages so one failure cannot flood the controller's log.
+#define CLP_LOG_MESSAGES_MAX 68
+
+static_assert(CLP_LOG_MESSAGE_HEADER + CLP_LOG_TEXT_MAX >= CLP_LOG_RESPONSE_CAPACITY,
+              "the response lands in the request buffer");
+
+static const char mRequestBanner[] = "\n       ___________ CLP REQUEST: __________";
+static const char mResponseBanner[] = "\n       ___________ CLP RESPONSE: __________";
+static const char mHeaderFormat[] =
+    "\n_VID/DID/PFA 0x%04x/%04x/%x, FW %a, NaloI/CardI/PortI/SubI %d/%d/%d/%d_";
+
+// Length of Text up to its NUL, but never scanning past Max characters.
+static UINTN BoundedLength(const CHAR8 *Text, UINTN Max) {
+  UINTN Length = 0;
+  while (Length < Max && Text[Length] != 0) {
+    Length++;
+  }
+  return Length;
+}
+
+EFI_STATUS SendClpLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 *Text, UINT8 *CompletionCode) {
+  if (Text == nullptr) {
+    return EFI_INVALID_PARAMETER;
+  }
+  UINT8 Message[CLP_LOG_MESSAGE_HEADER + CLP_LOG_TEXT_MAX];
+  const UINT8 Length = (UINT8)BoundedLength(Text, CLP_LOG_TEXT_MAX);
+
+  Message[0] = HxOemEnterpriseNumber[0];
+  Message[1] = HxOemEnterpriseNumber[1];
+  Message[2] = HxOemEnterpriseNumber[2];
+  Message[3] = CLP_LOG_SUBFUNCTION_TEXT;
+  Message[4] = Length;
+  CopyMem(&Message[CLP_LOG_MESSAGE_HEADER], Text, Length);
+
+  // The controller's answer is not examined; it may reuse the request buffer.
+  UINT8 ResponseSize = CLP_LOG_RESPONSE_CAPACITY;
+  return hxIpmiSendCommandCc(SystemTable, IPMI_NETFN_OEM_GROUP, IPMI_LUN_BMC, IPMI_CMD_OEM_CLP_LOG, Message,
+                             (UINT8)(Length + CLP_LOG_MESSAGE_HEADER), Message, &ResponseSize,
+                             CompletionCode);
+}
+
+VOID SendClpLogChunks(const CHAR8 *Text) {
+  if (Text == nullptr) {
+    return;
+  }
+  // Counting stops one past what can be sent, so a huge reply costs no more than a capped one.
+  const UINTN Length = BoundedLength(Text, CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX + 1);
+  UINTN Messages = 1;
+  if (Length > CLP_LOG_TEXT_MAX) {
+    Messages = (Length + CLP_LOG_TEXT_MAX - 1) / CLP_LOG_TEXT_MAX;
+    if (Messages > CLP_LOG_MESSAGES_MAX) {
+      Messages = CLP_LOG_MESSAGES_MAX;
+    }
+  }
+  // A lost log line must not stop the rest of the dialogue, so send errors are not acted on.
+  for (UINTN Index = 0; Index < Messages; Index++) {
+    SendClpLogText(gST, Text + CLP_LOG_TEXT_MAX * Index, nullptr);
+  }
+}
+
+// Formats the line that tells the controller's log which adapter function the dialogue is for.
+static VOID FormatClpLogHeader(const FUNCTION_SETTINGS *Settings) {
+  // The platform fills the version text; never let the formatter read past its slot.
+  CHAR8 FirmwareVersion[FUNCTION_FIRMWARE_VERSION_SIZE];
+  CopyMem(FirmwareVersion, Settings->FirmwareVersion[0], sizeof(FirmwareVersion) - 1);
+  FirmwareVersion[sizeof(FirmwareVersion) - 1] = 0;
+
+  AsciiSPrint(mModule.mClpLogHeader, sizeof(mModule.mClpLogHeader), mHeaderFormat, (UINT32)Settings->VendorId,
+              (UINT32)Settings->DeviceId, (UINT32)Settings->PciAddress, FirmwareVersion,
+              (UINT32)Settings->NaloIndex, (UINT32)Settings->CardIndex, (UINT32)Settings->PortNumber,
+              (UINT32)Settings->SubIndex);
+}
+
+VOID LogClpDialogue(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const CHAR8 *ResponseText) {
+  SendClpLogChunks(ASTR(mRequestBanner));
+  if (Settings != nullptr) {
+    FormatClpLogHeader(Settings);
+    SendClpLogChunks(mModule.mClpLogHeader);
+  }
+  SendClpLogChunks(RequestText);
+  SendClpLogChunks(ASTR(mResponseBanner));
+  SendClpLogChunks(ResponseText);
+}

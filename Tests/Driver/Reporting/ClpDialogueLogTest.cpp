@@ -1,0 +1,195 @@
+// The CLP dialogue log: message layout, chunking of long texts and the whole dialogue's bytes.
+#include "Driver/Reporting/ReportingFakes.h"
+
+using namespace reporting_test;
+
+namespace {
+
+const std::string kRequestBanner = "\n       ___________ CLP REQUEST: __________";
+const std::string kResponseBanner = "\n       ___________ CLP RESPONSE: __________";
+
+// Text whose every 61-character piece is distinguishable from its neighbours.
+std::string PatternText(size_t Length) {
+  std::string Text;
+  for (size_t Index = 0; Index < Length; Index++) {
+    Text.push_back((char)('!' + (Index * 7 + Index / 61) % 90));
+  }
+  return Text;
+}
+
+FUNCTION_SETTINGS KnownRecord() {
+  FUNCTION_SETTINGS Settings{};
+  Settings.VendorId = 0x10DF;
+  Settings.DeviceId = 0xE200;
+  Settings.PciAddress = 0x0300;
+  std::memcpy(Settings.FirmwareVersion[0], "12.8.340.8", 11);
+  Settings.NaloIndex = 1;
+  Settings.CardIndex = 2;
+  Settings.PortNumber = 3;
+  Settings.SubIndex = 4;
+  return Settings;
+}
+
+TEST(ClpDialogueLog, OneMessageCarriesEnterpriseNumberSubFunctionLengthAndText) {
+  FakePlatform Fake;
+  UINT8 CompletionCode = 0x55;
+  Fake.Script({0xC1});
+  EXPECT_EQ(SendClpLogText(&Fake.SystemTable, ASTR("show"), &CompletionCode), EFI_SUCCESS);
+  EXPECT_EQ(CompletionCode, 0xC1);
+  ASSERT_EQ(Fake.Requests.size(), 1u);
+  const IpmiRequest &Sent = Fake.Requests[0];
+  EXPECT_EQ(Sent.NetFunction, 0x2E);
+  EXPECT_EQ(Sent.Lun, 0);
+  EXPECT_EQ(Sent.Command, 0xF5);
+  EXPECT_EQ(Sent.ResponseCapacity, 3);
+  EXPECT_EQ(Sent.Data, (std::vector<UINT8>{0x80, 0x28, 0x00, 0x0C, 4, 's', 'h', 'o', 'w'}));
+}
+
+TEST(ClpDialogueLog, OneMessageTakesAtMost61Characters) {
+  FakePlatform Fake;
+  const std::string Text = PatternText(100);
+  SendClpLogText(&Fake.SystemTable, ASTR(Text.c_str()), nullptr);
+  ASSERT_EQ(Fake.Requests.size(), 1u);
+  EXPECT_EQ(Fake.Requests[0].Data, LogMessage(Text.substr(0, 61)));
+}
+
+struct ChunkCase {
+  size_t Length;
+  std::vector<size_t> PieceLengths;
+};
+
+class ClpLogChunkTest : public ::testing::TestWithParam<ChunkCase> {};
+
+TEST_P(ClpLogChunkTest, TextIsSplitInto61CharacterPiecesUpTo68) {
+  const ChunkCase &Case = GetParam();
+  FakePlatform Fake;
+  const std::string Text = PatternText(Case.Length);
+  SendClpLogChunks(ASTR(Text.c_str()));
+
+  ASSERT_EQ(Fake.Requests.size(), Case.PieceLengths.size());
+  size_t Offset = 0;
+  for (size_t Index = 0; Index < Case.PieceLengths.size(); Index++) {
+    EXPECT_EQ(Fake.Requests[Index].Data, LogMessage(Text.substr(Offset, Case.PieceLengths[Index])))
+        << "message " << Index;
+    Offset += Case.PieceLengths[Index];
+  }
+}
+
+std::vector<size_t> Pieces(size_t Full, size_t Last) {
+  std::vector<size_t> Lengths(Full, 61);
+  if (Last != 0) {
+    Lengths.push_back(Last);
+  }
+  return Lengths;
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, ClpLogChunkTest,
+                         ::testing::Values(ChunkCase{0, {0}}, ChunkCase{1, {1}}, ChunkCase{61, {61}},
+                                           ChunkCase{62, {61, 1}}, ChunkCase{122, {61, 61}},
+                                           ChunkCase{123, {61, 61, 1}}, ChunkCase{4147, Pieces(67, 60)},
+                                           ChunkCase{4148, Pieces(68, 0)}, ChunkCase{4149, Pieces(68, 0)},
+                                           // The last 852 characters never reach the controller.
+                                           ChunkCase{5000, Pieces(68, 0)}));
+
+TEST(ClpDialogueLog, NullTextSendsNothing) {
+  FakePlatform Fake;
+  SendClpLogChunks(nullptr);
+  EXPECT_TRUE(Fake.Requests.empty());
+}
+
+TEST(ClpDialogueLog, WholeDialogueOfAKnownRecord) {
+  FakePlatform Fake;
+  FUNCTION_SETTINGS Settings = KnownRecord();
+  const std::string Request = "set /hw1/port0/pf0 OEMVDR_PortEnable=1";
+  const std::string Response = PatternText(62);
+
+  LogClpDialogue(&Settings, ASTR(Request.c_str()), ASTR(Response.c_str()));
+
+  // The header's "\n" is formatted as "\r\n", hexadecimal is upper case, and the line is cut
+  // after 60 characters, in the middle of "PortI".
+  const std::string Header = "\r\n_VID/DID/PFA 0x10DF/E200/300, FW 12.8.340.8, NaloI/CardI/P";
+  ASSERT_EQ(Header.size(), 60u);
+  const std::vector<std::vector<UINT8>> Expected = {
+      LogMessage(kRequestBanner),
+      LogMessage(Header),
+      LogMessage(Request),
+      LogMessage(kResponseBanner),
+      LogMessage(Response.substr(0, 61)),
+      LogMessage(Response.substr(61)),
+  };
+  ASSERT_EQ(Fake.Requests.size(), Expected.size());
+  for (size_t Index = 0; Index < Expected.size(); Index++) {
+    EXPECT_EQ(Fake.Requests[Index].Data, Expected[Index]) << "message " << Index;
+    EXPECT_EQ(Fake.Requests[Index].NetFunction, 0x2E);
+    EXPECT_EQ(Fake.Requests[Index].Command, 0xF5);
+  }
+  EXPECT_EQ(std::string((const char *)mModule.mClpLogHeader), Header);
+}
+
+TEST(ClpDialogueLog, HeaderVariants) {
+  struct {
+    UINT16 VendorId, DeviceId, PciAddress;
+    std::string Firmware;
+    std::string Header;
+  } Cases[] = {
+      {0x8086, 0x10D3, 0x0010, "", "\r\n_VID/DID/PFA 0x8086/10D3/10, FW , NaloI/CardI/PortI/SubI 0"},
+      {0x0001, 0x00AB, 0x0000, "7", "\r\n_VID/DID/PFA 0x0001/00AB/0, FW 7, NaloI/CardI/PortI/SubI 0"},
+      // A version without its NUL is read no further than its slot.
+      {0x15B3, 0x1017, 0xFFFF, std::string(32, 'V'),
+       "\r\n_VID/DID/PFA 0x15B3/1017/FFFF, FW " + std::string(60 - 36, 'V')},
+  };
+  for (const auto &Case : Cases) {
+    FakePlatform Fake;
+    FUNCTION_SETTINGS Settings{};
+    Settings.VendorId = Case.VendorId;
+    Settings.DeviceId = Case.DeviceId;
+    Settings.PciAddress = Case.PciAddress;
+    std::memcpy(Settings.FirmwareVersion[0], Case.Firmware.data(), Case.Firmware.size());
+    LogClpDialogue(&Settings, nullptr, nullptr);
+    ASSERT_EQ(Case.Header.size(), 60u);
+    ASSERT_EQ(Fake.Requests.size(), 3u);
+    EXPECT_EQ(Fake.Requests[1].Data, LogMessage(Case.Header));
+  }
+}
+
+TEST(ClpDialogueLog, MissingTextsAreSkippedButBannersAndHeaderGoOut) {
+  FakePlatform Fake;
+  FUNCTION_SETTINGS Settings = KnownRecord();
+  LogClpDialogue(&Settings, nullptr, ASTR("ok"));
+  const std::vector<std::string> Texts = Fake.LoggedTexts();
+  ASSERT_EQ(Texts.size(), 4u);
+  EXPECT_EQ(Texts[0], kRequestBanner);
+  EXPECT_EQ(Texts[2], kResponseBanner);
+  EXPECT_EQ(Texts[3], "ok");
+}
+
+TEST(ClpDialogueLog, EmptyRequestIsOneEmptyMessage) {
+  FakePlatform Fake;
+  FUNCTION_SETTINGS Settings = KnownRecord();
+  LogClpDialogue(&Settings, ASTR(""), nullptr);
+  ASSERT_EQ(Fake.Requests.size(), 4u);
+  EXPECT_EQ(Fake.Requests[2].Data, LogMessage(""));
+}
+
+TEST(ClpDialogueLog, FailedMessagesDoNotStopTheDialogue) {
+  FakePlatform Fake;
+  for (int Index = 0; Index < 3 * 5; Index++) {
+    Fake.Answers.push_back({EFI_DEVICE_ERROR, 0xFF});
+  }
+  FUNCTION_SETTINGS Settings = KnownRecord();
+  LogClpDialogue(&Settings, ASTR("a"), ASTR("b"));
+  // Five texts, each tried three times by the transport.
+  ASSERT_EQ(Fake.Requests.size(), 15u);
+  EXPECT_EQ(Fake.Requests[14].Data, LogMessage("b"));
+}
+
+TEST(ClpDialogueLog, NoTransportMeansNothingIsSentAndNothingBreaks) {
+  FakePlatform Fake;
+  Fake.TransportInstalled = false;
+  FUNCTION_SETTINGS Settings = KnownRecord();
+  LogClpDialogue(&Settings, ASTR("a"), ASTR("b"));
+  EXPECT_TRUE(Fake.Requests.empty());
+  EXPECT_EQ(Fake.TransportLookups, 5u) << "looked for again at every message";
+}
+
+} // namespace

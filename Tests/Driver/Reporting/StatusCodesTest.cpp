@@ -1,0 +1,86 @@
+// Status codes of failed CLP commands: selection, instance bytes and the ErrorReported flag.
+#include "Driver/Reporting/ReportingFakes.h"
+
+using namespace reporting_test;
+
+namespace {
+
+struct ExpectedCode {
+  UINT32 Value;
+  UINT32 Instance;
+};
+
+struct StatusCase {
+  const char *Name;
+  UINT8 CmdStatus;
+  UINT8 ErrorValue;
+  UINT16 PciAddress;
+  UINT8 AuxLocation;
+  std::vector<ExpectedCode> Codes;
+};
+
+class StatusCodeSelectionTest : public ::testing::TestWithParam<StatusCase> {};
+
+TEST_P(StatusCodeSelectionTest, ReportsTheSelectedCodesAndMarksTheRecord) {
+  const StatusCase &Case = GetParam();
+  FakePlatform Fake;
+  FUNCTION_SETTINGS Settings{};
+  Settings.PciAddress = Case.PciAddress;
+  Settings.AuxLocation = Case.AuxLocation;
+  Settings.ErrorFlags = 0x80;
+
+  ReportClpFailure(&Settings, Case.CmdStatus, Case.ErrorValue);
+
+  const EFI_GUID CallerId = {0xD083E94C, 0x6560, 0x42E4, {0xB6, 0xD4, 0x2D, 0xF7, 0x5A, 0xDF, 0x6A, 0x2A}};
+  const EFI_GUID SpecificData = {
+      0x335984BD, 0xE805, 0x409A, {0xB8, 0xF8, 0xD2, 0x7E, 0xCE, 0x5F, 0xF7, 0xA6}};
+  ASSERT_EQ(Fake.Reports.size(), Case.Codes.size());
+  for (size_t Index = 0; Index < Case.Codes.size(); Index++) {
+    const StatusCodeReport &Report = Fake.Reports[Index];
+    EXPECT_EQ(Report.Type, 0x80000002u);
+    EXPECT_EQ(Report.Value, Case.Codes[Index].Value) << "report " << Index;
+    EXPECT_EQ(Report.Instance, Case.Codes[Index].Instance) << "report " << Index;
+    EXPECT_EQ(std::memcmp(&Report.CallerId, &CallerId, sizeof(EFI_GUID)), 0);
+    ASSERT_TRUE(Report.HasData);
+    EXPECT_EQ(Report.DataHeaderSize, 20);
+    EXPECT_EQ(Report.DataSize, 0) << "no extended data";
+    EXPECT_EQ(std::memcmp(&Report.DataType, &SpecificData, sizeof(EFI_GUID)), 0);
+  }
+  EXPECT_EQ(Settings.ErrorFlags, Case.CmdStatus == 0 ? 0x80 : 0x81);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Selection, StatusCodeSelectionTest,
+    ::testing::Values(
+        StatusCase{"ProcessingFailedF7", 2, 0xF7, 0x3A01, 0, {{0x03808014, 0x00013AA6}}},
+        StatusCase{"ProcessingFailedF7WithAuxLocation",
+                   2,
+                   0xF7,
+                   0x3A01,
+                   5,
+                   {{0x03808014, 0x00013AA6}, {0x03808015, 0x000500A6}}},
+        StatusCase{"ProcessingFailedOther", 2, 0xF6, 0x0300, 0, {{0x03808012, 0x000003A5}}},
+        StatusCase{"ProcessingFailedZero",
+                   2,
+                   0x00,
+                   0x0300,
+                   0x80,
+                   {{0x03808012, 0x000003A5}, {0x03808013, 0x008000A5}}},
+        StatusCase{
+            "ExecutionFailed", 3, 0xF7, 0x1234, 0xFF, {{0x03808016, 0x003412A7}, {0x03808017, 0x00FF00A7}}},
+        StatusCase{"Spawned", 1, 0, 0x3A01, 0, {{0x03808010, 0x00013AA4}}},
+        StatusCase{
+            "UnknownStatus", 0xFF, 0xF7, 0xFFFF, 1, {{0x03808010, 0x00FFFFA4}, {0x03808011, 0x000100A4}}},
+        StatusCase{"Completed", 0, 0xF7, 0x3A01, 5, {}}),
+    [](const ::testing::TestParamInfo<StatusCase> &Info) { return std::string(Info.param.Name); });
+
+TEST(StatusCodes, FlagIsSetWithoutAStatusCodeService) {
+  FakePlatform Fake;
+  Fake.StatusCodeInstalled = false;
+  FUNCTION_SETTINGS Settings{};
+  ReportClpFailure(&Settings, 2, 0);
+  EXPECT_TRUE(Fake.Reports.empty());
+  EXPECT_EQ(Settings.ErrorFlags, ERROR_FLAG_ERROR_REPORTED);
+}
+
+} // namespace
