@@ -181,8 +181,10 @@ TEST_F(GeneralPlannerTest, AppendsStopShortOfTheEndOfTheCommandList) {
   PLAN_STATE State = {248, PLAN_INSTANCE_NONE, 0, 0, 0};
   UINTN Count = 248;
   PlanGeneral(248, F, &State, &Count);
-  EXPECT_LT(Count, (UINTN)COMMAND_LIST_ENTRIES);
-  EXPECT_GT(Count, 248u);
+  // Two entries stay free for EXIT and END.
+  EXPECT_EQ(Count, (UINTN)COMMAND_LIST_ENTRIES - 2);
+  EXPECT_EQ(mModule.CommandList[252], SHOW_PF_VOLATILE_WWNN); // the fifth of the twelve shows
+  EXPECT_EQ(mModule.CommandList[253], END);
   EXPECT_EQ(mModule.mPlanInstance2, (UINT8)Count);
 }
 

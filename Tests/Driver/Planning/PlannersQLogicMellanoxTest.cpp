@@ -106,6 +106,8 @@ TEST_F(MellanoxPlannerTest, Mellanox1013ReadsThenSetsInTwoPhases) {
     FUNCTION_SETTINGS *F = Record(0x15B3, 0x1013, 0, C.Pf);
     F->FunctionCount = 1;
     F->Functions[0] = F;
+    F->PortEnable = 1; // already enabled: port defaults do not force an enable
+    mModule.mCurrentPortEnable = mModule.mTargetPortEnable = 1;
     EXPECT_EQ(Pass(0, F), C.Phase1) << (int)C.Pf << (int)C.PortDefaults;
     EXPECT_EQ(mModule.mPlanInstance, C.Phase1.size());
     EXPECT_EQ(Pass(mModule.mPlanInstance, F), Codes({SHOW_PF_MAC, EXIT}));
