@@ -1,6 +1,6 @@
 #!/bin/bash
 # Boots the firmware test application in OVMF under QEMU and judges its console output.
-#   run-ovmf-test.sh TEST_APP.efi DRIVER.efi WORK_DIR
+#   run-ovmf-test.sh TEST_APP.efi DRIVER.efi DRIVER.so WORK_DIR
 # The VM has a multifunction e1000e at 00:03.0 and 00:03.1, the devices the application drives in
 # ToolMode. Exits 0 only when the application printed its final "PASS" line; otherwise prints the
 # console log and exits 1 (also on a hang: the VM is killed after the timeout).
@@ -8,12 +8,13 @@ set -euo pipefail
 
 app=$1
 driver=$2
-work=$3
+driver_so=$3
+work=$4
 timeout_seconds=${PTD_OVMF_TIMEOUT:-100}
 ovmf_code=${PTD_OVMF_CODE:-/usr/share/OVMF/OVMF_CODE_4M.fd}
 ovmf_vars=${PTD_OVMF_VARS:-/usr/share/OVMF/OVMF_VARS_4M.fd}
 
-for f in "$app" "$driver" "$ovmf_code" "$ovmf_vars"; do
+for f in "$app" "$driver" "$driver_so" "$ovmf_code" "$ovmf_vars"; do
   if [[ ! -f $f ]]; then
     echo "run-ovmf-test: missing $f" >&2
     exit 1
@@ -31,6 +32,29 @@ mkdir -p "$work/disk/EFI/BOOT"
 cp "$app" "$work/disk/EFI/BOOT/BOOTX64.EFI"
 cp "$driver" "$work/disk/EFI/BOOT/PlatformToDriver.efi"
 cp "$ovmf_vars" "$work/OVMF_VARS.fd"
+
+# The image offsets of the two protocol members, so that the application can tell that the
+# installed instance points at exactly these functions (the PE image keeps the ELF addresses as
+# offsets from its base): two little-endian 64-bit values, Query then Response.
+le64() {
+  local value=$1 i
+  for ((i = 0; i < 8; i++)); do
+    printf "\\$(printf %03o $(((value >> (8 * i)) & 255)))"
+  done
+}
+member_offset() {
+  local address
+  address=$(nm -C "$driver_so" | sed -nE "s/^([0-9a-f]+) T $1\\(.*/\\1/p")
+  if [[ -z $address ]]; then
+    echo "run-ovmf-test: $1 not found in $driver_so" >&2
+    exit 1
+  fi
+  echo $((16#$address))
+}
+{
+  le64 "$(member_offset PlatformToDriverQuery)"
+  le64 "$(member_offset PlatformToDriverResponse)"
+} >"$work/disk/EFI/BOOT/members.bin"
 console_log=$work/console.log
 debug_log=$work/debug.log
 : >"$console_log"

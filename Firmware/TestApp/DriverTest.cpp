@@ -21,8 +21,10 @@ EFI_GUID gConsoleMessageGuid = CONSOLE_MESSAGE_PROTOCOL_GUID;
 constexpr UINT32 kVariableAttributes =
     EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
 
-// The driver image sits beside this application on the boot disk.
+// The driver image sits beside this application on the boot disk, with the image offsets of
+// PlatformToDriverQuery and PlatformToDriverResponse that the build read from its symbol table.
 const CHAR16 *const kDriverPath = W("\\EFI\\BOOT\\PlatformToDriver.efi");
+const CHAR16 *const kMemberOffsetsPath = W("\\EFI\\BOOT\\members.bin");
 
 // The ToolMode device and the e1000e identity that QEMU gives it.
 constexpr UINT64 kToolBus = 0;
@@ -167,6 +169,32 @@ PciFunction FindToolFunction(UINTN Function) {
 
 // --- Driver loading and the protocol instance ----------------------------------------------------
 
+// Two little-endian 64-bit offsets from the driver's image base: Query, then Response.
+BOOLEAN ReadMemberOffsets(EFI_HANDLE ImageHandle, UINT64 Offsets[2]) {
+  EFI_LOADED_IMAGE *Self = nullptr;
+  if (EFI_ERROR(BS->HandleProtocol(ImageHandle, &LoadedImageProtocol, (VOID **)&Self))) {
+    return FALSE;
+  }
+  EFI_FILE_HANDLE Root = LibOpenRoot(Self->DeviceHandle);
+  if (Root == nullptr) {
+    Check(FALSE, W("cannot open the boot disk's root directory"));
+    return FALSE;
+  }
+  EFI_FILE_HANDLE File = nullptr;
+  EFI_STATUS Status = Root->Open(Root, &File, (CHAR16 *)kMemberOffsetsPath, EFI_FILE_MODE_READ, 0);
+  BOOLEAN Ok = CheckStatus(Status, EFI_SUCCESS, W("opening members.bin"));
+  if (Ok) {
+    UINTN Size = 2 * sizeof(UINT64);
+    Status = File->Read(File, &Size, Offsets);
+    Ok = CheckStatus(Status, EFI_SUCCESS, W("reading members.bin"));
+    Check(!Ok || Size == 2 * sizeof(UINT64), W("members.bin holds %d bytes, expected 16"), Size);
+    Ok = Ok && Size == 2 * sizeof(UINT64);
+    File->Close(File);
+  }
+  Root->Close(Root);
+  return Ok;
+}
+
 EFI_HANDLE LoadDriver(EFI_HANDLE ImageHandle) {
   EFI_LOADED_IMAGE *Self = nullptr;
   EFI_STATUS Status = BS->HandleProtocol(ImageHandle, &LoadedImageProtocol, (VOID **)&Self);
@@ -191,8 +219,10 @@ EFI_HANDLE LoadDriver(EFI_HANDLE ImageHandle) {
   return DriverHandle;
 }
 
-// Exactly one instance, on the driver's own image handle, whose members lie in the driver image.
-EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *CheckProtocolInstance(EFI_HANDLE DriverHandle) {
+// Exactly one instance, on the driver's own image handle, whose members are the driver's
+// PlatformToDriverQuery and PlatformToDriverResponse.
+EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *CheckProtocolInstance(EFI_HANDLE DriverHandle,
+                                                                     const UINT64 MemberOffsets[2]) {
   EFI_GUID **Guids = nullptr;
   UINTN GuidCount = 0;
   UINTN Instances = 0;
@@ -237,7 +267,12 @@ EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *CheckProtocolInstance(EFI_HANDLE 
           Base, End);
     Check(Response >= Base && Response < End, W("Response member %lx lies outside the driver image %lx-%lx"),
           Response, Base, End);
-    Check(Query != Response, W("Query and Response are the same function"));
+    Check(Query == Base + MemberOffsets[0],
+          W("Query member is at image offset %lx, PlatformToDriverQuery at %lx"), Query - Base,
+          MemberOffsets[0]);
+    Check(Response == Base + MemberOffsets[1],
+          W("Response member is at image offset %lx, PlatformToDriverResponse at %lx"), Response - Base,
+          MemberOffsets[1]);
   }
   return Protocol;
 }
@@ -402,9 +437,11 @@ EFI_STATUS RunTests(EFI_HANDLE ImageHandle) {
               EFI_SUCCESS, W("InstallProtocolInterface(console message)"));
   SetUpToolVariables();
 
+  UINT64 MemberOffsets[2] = {0, 0};
+  ReadMemberOffsets(ImageHandle, MemberOffsets);
   EFI_HANDLE DriverHandle = LoadDriver(ImageHandle);
   EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol =
-      DriverHandle == nullptr ? nullptr : CheckProtocolInstance(DriverHandle);
+      DriverHandle == nullptr ? nullptr : CheckProtocolInstance(DriverHandle, MemberOffsets);
   if (Protocol != nullptr) {
     Check(gBannerCalls == 0, W("console message shown %d times while loading, expected none"), gBannerCalls);
     TestToolMode(Protocol);
