@@ -112,6 +112,7 @@ public:
   explicit Simulation(const Scenario &Scenario);
 
   Transcript Run();
+  void Inspect(const std::function<void(const BuiltPlatform &)> &Visit);
 
 private:
   void BuildPlatform();
@@ -119,6 +120,7 @@ private:
   void AddNaloEntry(const NaloEntrySpec &Spec, const std::array<uint8_t, 3> &Key);
   bool LoadDriver(TranscriptBoot &Boot);
   void PlayOrder();
+  void ComputeOrder();
   void PlayController(size_t Index);
   void FinishRun();
   ClpOutcome Respond(size_t ControllerIndex, const std::string &Command);
@@ -130,7 +132,8 @@ private:
   std::unique_ptr<fake::FakeFirmware> F;
   std::vector<Controller> Controllers;
   std::vector<size_t> Order;
-  std::vector<std::unique_ptr<AdapterModel>> Models;                   // per adapter; null for scripted ones
+  std::vector<std::array<uint8_t, 3>> NaloKeys;      // every virtual-I/O entry built, in build order
+  std::vector<std::unique_ptr<AdapterModel>> Models; // per adapter; null for scripted ones
   std::vector<std::map<std::string, std::vector<uint64_t>>> ReplyUses; // per adapter and command
   EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol = nullptr;
   size_t EventsSeen = 0;
@@ -174,6 +177,7 @@ std::vector<TranscriptEvent> Simulation::TakeEvents() {
 
 void Simulation::AddNaloEntry(const NaloEntrySpec &Spec, const std::array<uint8_t, 3> &Key) {
   fake::NaloEntry &E = F->Nalo(Key[0], Key[1], Key[2]);
+  NaloKeys.push_back(Key);
   E.Status = Spec.Status;
   E.QueryDefaultsPort = Spec.QueryDefaultsPort;
   E.QueryDefaultsAddresses = Spec.QueryDefaultsAddresses;
@@ -512,9 +516,7 @@ void Simulation::DumpRecords() {
   }
 }
 
-Transcript Simulation::Run() {
-  T.Scenario = S.Name;
-  BuildPlatform();
+void Simulation::ComputeOrder() {
   if (S.Order.empty()) {
     for (size_t I = 0; I < Controllers.size(); I++) {
       Order.push_back(I);
@@ -528,6 +530,26 @@ Transcript Simulation::Run() {
       }
     }
   }
+}
+
+void Simulation::Inspect(const std::function<void(const BuiltPlatform &)> &Visit) {
+  BuildPlatform();
+  ComputeOrder();
+  BuiltPlatform P;
+  for (const Controller &C : Controllers) {
+    P.Controllers.push_back(BuiltController{C.Name, C.Adapter, C.Record});
+  }
+  P.Order = Order;
+  for (const auto &Key : NaloKeys) {
+    P.Nalo.push_back(BuiltNalo{Key, &F->Nalo(Key[0], Key[1], Key[2])});
+  }
+  Visit(P);
+}
+
+Transcript Simulation::Run() {
+  T.Scenario = S.Name;
+  BuildPlatform();
+  ComputeOrder();
 
   for (uint32_t BootNumber = 0; BootNumber <= S.Reboots; BootNumber++) {
     T.Boots.emplace_back();
@@ -559,6 +581,11 @@ Transcript Simulation::Run() {
 Transcript RunScenario(const Scenario &Scn) {
   Simulation Sim(Scn);
   return Sim.Run();
+}
+
+void InspectScenarioPlatform(const Scenario &Scn, const std::function<void(const BuiltPlatform &)> &Visit) {
+  Simulation Sim(Scn);
+  Sim.Inspect(Visit);
 }
 
 } // namespace sim

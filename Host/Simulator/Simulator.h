@@ -2,13 +2,37 @@
 // adapter drivers controller by controller, and records what happened.
 #pragma once
 
+#include <functional>
+
 #include "Simulator/Scenario.h"
 #include "Simulator/Transcript.h"
+
+namespace fake {
+struct NaloEntry;
+}
 
 namespace sim {
 
 // Exit status in Transcript::ExitStatus: 0 ran, 1 a controller hit maxRestarts or a run passed 255
 // Instances.
 Transcript RunScenario(const Scenario &S);
+
+// The platform of a scenario as RunScenario builds it, before the driver is loaded: what the
+// firmware stand-in needs to rebuild the same platform on real firmware.
+struct BuiltController {
+  std::string Name;
+  size_t Adapter = 0;
+  const FUNCTION_SETTINGS *Record = nullptr; // null when the controller has no settings protocol
+};
+struct BuiltNalo {
+  std::array<uint8_t, 3> Key{};
+  const fake::NaloEntry *Entry = nullptr;
+};
+struct BuiltPlatform {
+  std::vector<BuiltController> Controllers;
+  std::vector<size_t> Order; // controller indices in play order
+  std::vector<BuiltNalo> Nalo;
+};
+void InspectScenarioPlatform(const Scenario &S, const std::function<void(const BuiltPlatform &)> &Visit);
 
 } // namespace sim
