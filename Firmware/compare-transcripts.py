@@ -69,7 +69,10 @@ def normal_sim(doc):
 def firmware_scenarios(lines):
     scenarios, current, last = [], None, None
     for line in lines:
-        entry = json.loads(line)
+        try:
+            entry = json.loads(line)
+        except ValueError as error:
+            raise SystemExit("compare-transcripts: unreadable firmware line (%s): %s" % (error, line))
         last = entry
         if "error" in entry:
             raise SystemExit("compare-transcripts: the firmware stand-in failed: " + entry["error"])

@@ -89,25 +89,28 @@ VOID PutHexBytes(const UINT8 *Data, UINTN Size) {
 
 // A JSON string of Length bytes; bytes above 0x7F are taken as Latin-1, as nlohmann's dump of the
 // simulator's std::string would refuse invalid UTF-8 anyway.
+VOID PutEscaped(UINT8 C) {
+  if (C == '"' || C == '\\') {
+    PutChar('\\');
+    PutChar((char)C);
+  } else if (C == '\n') {
+    Put("\\n");
+  } else if (C == '\r') {
+    Put("\\r");
+  } else if (C == '\t') {
+    Put("\\t");
+  } else if (C < 0x20 || C >= 0x7F) {
+    Put("\\u00");
+    PutHexDigits(C, 2);
+  } else {
+    PutChar((char)C);
+  }
+}
+
 VOID PutString(const CHAR8 *Text, UINTN Length) {
   PutChar('"');
   for (UINTN I = 0; I < Length; I++) {
-    const UINT8 C = Text[I];
-    if (C == '"' || C == '\\') {
-      PutChar('\\');
-      PutChar((char)C);
-    } else if (C == '\n') {
-      Put("\\n");
-    } else if (C == '\r') {
-      Put("\\r");
-    } else if (C == '\t') {
-      Put("\\t");
-    } else if (C < 0x20 || C >= 0x7F) {
-      Put("\\u00");
-      PutHexDigits(C, 2);
-    } else {
-      PutChar((char)C);
-    }
+    PutEscaped(Text[I]);
   }
   PutChar('"');
 }
@@ -291,10 +294,7 @@ VOID PutEvents() {
       Put("{\"kind\":\"console\",\"text\":\"");
       const CHAR16 *Text = (const CHAR16 *)Data;
       for (UINTN C = 0; C * 2 < E.DataSize && Text[C] != 0; C++) {
-        CHAR8 Byte = (CHAR8)(Text[C] & 0xFF);
-        gLineLength--; // reuse the escaper without its quotes
-        PutString(&Byte, 1);
-        gLineLength--;
+        PutEscaped((UINT8)(Text[C] & 0xFF));
       }
       PutChar('"');
       break;
@@ -482,8 +482,32 @@ EFI_RESET_SYSTEM gRealResetSystem;
 EFI_DISCONNECT_CONTROLLER gRealDisconnect;
 EFI_CONNECT_CONTROLLER gRealConnect;
 
+// Variables the driver wrote, deleted when the scenario ends so that the next one starts clean.
+struct Written {
+  CHAR16 Name[64];
+  EFI_GUID Guid;
+} gWritten[64];
+UINTN gWrittenCount;
+
+VOID RememberWritten(const CHAR16 *Name, const EFI_GUID *Guid) {
+  if (Name == nullptr || Guid == nullptr || gWrittenCount >= sizeof(gWritten) / sizeof(gWritten[0])) {
+    return;
+  }
+  Written &Entry = gWritten[gWrittenCount];
+  UINTN I = 0;
+  for (; Name[I] != 0 && I < sizeof(Entry.Name) / sizeof(Entry.Name[0]) - 1; I++) {
+    Entry.Name[I] = Name[I];
+  }
+  Entry.Name[I] = 0;
+  Entry.Guid = *Guid;
+  gWrittenCount++;
+}
+
 EFI_STATUS EFIAPI WatchedSetVariable(CHAR16 *Name, EFI_GUID *Guid, UINT32 Attributes, UINTN Size,
                                      VOID *Data) {
+  if (gRecording) {
+    RememberWritten(Name, Guid);
+  }
   if (Event *E = NewEvent(Kind::SetVariable)) {
     UINTN NameChars = 0;
     while (Name != nullptr && Name[NameChars] != 0 && NameChars < 256) {
@@ -948,6 +972,10 @@ VOID PlayScenario(PTD_PACK_SCENARIO *S) {
     PTD_PACK_VARIABLE &Var = S->Variables[V];
     uefi_call_wrapper(gRealSetVariable, 5, Var.Name, &Var.Guid, 0, (UINTN)0, nullptr);
   }
+  for (UINTN I = 0; I < gWrittenCount; I++) {
+    uefi_call_wrapper(gRealSetVariable, 5, gWritten[I].Name, &gWritten[I].Guid, 0, (UINTN)0, nullptr);
+  }
+  gWrittenCount = 0;
   BeginLine();
   Put("{\"scenarioEnd\":");
   PutText(S->Name);
