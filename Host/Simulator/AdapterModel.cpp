@@ -470,8 +470,8 @@ public:
     S.Adapter = State.Adapter;
     for (size_t P = 0; P < S.Ports.size() && P < State.Ports.size(); P++) {
       S.Ports[P] = State.Ports[P];
-      for (size_t F = 0; F < S.Functions[P].size() && P < State.Functions.size() && F < State.Functions[P].size();
-           F++) {
+      for (size_t F = 0;
+           F < S.Functions[P].size() && P < State.Functions.size() && F < State.Functions[P].size(); F++) {
         S.Functions[P][F] = State.Functions[P][F];
       }
     }

@@ -137,9 +137,9 @@ TEST(DemoFleet, NextBootOnlyDiscoversApartFromWhatIsWrittenEveryBoot) {
   }
   // SET_PXE_VLAN follows every PXE VLAN decision of a NIC function.
   Expected.push_back("cna4/p0/f0: set port0/pf0 OEMELX_PXEVlan=Enabled");
-  for (const char *S : {"OEM_TargetWWPN[0]=50060E8007E2A120", "OEM_TargetWWPN[1]=50060E8007E2A130",
-                        "OEM_TargetLUN[0]=0000", "OEM_TargetLUN[1]=0000", "OEM_hbaportLinkSpeed=08",
-                        "OEM_hbaportTopology=02"}) {
+  for (const char *S :
+       {"OEM_TargetWWPN[0]=50060E8007E2A120", "OEM_TargetWWPN[1]=50060E8007E2A130", "OEM_TargetLUN[0]=0000",
+        "OEM_TargetLUN[1]=0000", "OEM_hbaportLinkSpeed=08", "OEM_hbaportTopology=02"}) {
     Expected.push_back(std::string("fc6/p0/f0: set netport1 ") + S);
   }
   // ToolMode replays the platform's stored command lines on every boot.
