@@ -219,11 +219,13 @@ public:
   std::optional<EFI_STATUS> SetVariableFailure() const { return SetVariableFailure_; }
 
   // ---- Reset --------------------------------------------------------------------------------------
-  // Runs Boot; ResetSystem inside it records a "reset" event and ends Boot at once by longjmp
-  // back here. Returns true when a reset ended it. The driver core has no destructors, so jumping
-  // over its frames leaks nothing; the code between ResetSystem and Boot must not hold objects
-  // with destructors either (host code inside Boot should keep such objects outside the call
-  // chain that reaches the driver).
+  // Runs Boot; a ResetSystem inside it records a "reset" event and ends Boot at once by longjmp
+  // back here, as a real reset never returns into the driver. Returns true when a reset ended it.
+  // longjmp runs no destructors of the frames it leaves: the driver core has none, and host code
+  // on the call chain from Boot down to the driver must not own objects with destructors either
+  // (keep such state in objects that outlive the call, as the adapter-driver loop does). Nested
+  // calls are allowed; a reset ends the innermost. ResetSystem outside any RunUntilReset aborts
+  // the process with a message.
   bool RunUntilReset(const std::function<void()> &Boot);
   [[noreturn]] void EndBootByReset();
 

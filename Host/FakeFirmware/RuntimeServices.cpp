@@ -107,14 +107,16 @@ EFI_STATUS SetVariableChecked(FakeFirmware &F, const std::u16string &Name, const
   const NvramVariable *Existing = F.FindVariable(Name, Guid);
   const bool Delete =
       DataSize == 0 || (Attributes & (EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS)) == 0;
+  // The attributes of a variable are kept for its life; only 0 may stand for them (as EDK II does,
+  // a delete with other attributes is refused too).
+  if (Existing != nullptr && Attributes != 0 && Existing->Attributes != Attributes) {
+    return EFI_INVALID_PARAMETER;
+  }
   if (Delete) {
     if (Existing == nullptr) {
       return EFI_NOT_FOUND;
     }
   } else {
-    if (Existing != nullptr && Existing->Attributes != Attributes) {
-      return EFI_INVALID_PARAMETER; // attributes of a variable are kept for its life
-    }
     if (kVariableHeaderSize + (Name.size() + 1) * sizeof(CHAR16) + DataSize > kMaxVariableSize) {
       return EFI_INVALID_PARAMETER;
     }

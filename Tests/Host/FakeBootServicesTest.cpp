@@ -2,6 +2,7 @@
 // pool ownership and misuse detection, the variadic ms_abi install, connect/disconnect.
 #include "Support/DriverTest.h"
 
+#include <cstddef>
 #include <cstring>
 
 namespace {
@@ -168,6 +169,36 @@ TEST_F(FakeBootServicesTest, ServicesTheFakeDoesNotOfferAreRecordedNotNull) {
   EXPECT_EQ("BootServices.Stall", Fw().UnexpectedCalls()[0]);
   EXPECT_EQ("BootServices.CreateEvent", Fw().UnexpectedCalls()[1]);
   EXPECT_EQ("BootServices.RestoreTPL", Fw().UnexpectedCalls()[2]);
+}
+
+// A NULL slot would crash the driver instead of failing a test.
+TEST_F(FakeBootServicesTest, NoServiceSlotIsNull) {
+  struct Table {
+    const char *Name;
+    const void *Start;
+    size_t Size;
+  } Tables[] = {
+      {"boot services", Fw().BootServices(), sizeof(EFI_BOOT_SERVICES)},
+      {"runtime services", Fw().RuntimeServices(), sizeof(EFI_RUNTIME_SERVICES)},
+  };
+  for (const Table &T : Tables) {
+    const auto *Slots = reinterpret_cast<const uint8_t *>(T.Start) + sizeof(EFI_TABLE_HEADER);
+    const size_t Count = (T.Size - sizeof(EFI_TABLE_HEADER)) / sizeof(void *);
+    for (size_t I = 0; I < Count; ++I) {
+      void *Slot = nullptr;
+      std::memcpy(&Slot, Slots + I * sizeof(void *), sizeof(void *));
+      EXPECT_NE(nullptr, Slot) << T.Name << " slot " << I;
+    }
+  }
+  EFI_PCI_IO_PROTOCOL *PciIo = static_cast<EFI_PCI_IO_PROTOCOL *>(
+      Fw().FindProtocol(Fw().AddPciFunction(0, 1, 0, 0, 0x8086, 0x10D3), EFI_GUID(EFI_PCI_IO_PROTOCOL_GUID)));
+  ASSERT_NE(nullptr, PciIo);
+  const size_t PciSlots = offsetof(EFI_PCI_IO_PROTOCOL, RomSize) / sizeof(void *);
+  for (size_t I = 0; I < PciSlots; ++I) {
+    void *Slot = nullptr;
+    std::memcpy(&Slot, reinterpret_cast<const uint8_t *>(PciIo) + I * sizeof(void *), sizeof(void *));
+    EXPECT_NE(nullptr, Slot) << "PCI I/O slot " << I;
+  }
 }
 
 TEST_F(FakeBootServicesTest, DisconnectNeedsABoundDriverAndConnectBindsOne) {

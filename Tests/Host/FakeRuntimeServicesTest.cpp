@@ -76,6 +76,9 @@ TEST_F(FakeRuntimeServicesTest, SetVariableKeepsAttributesDeletesWithSizeZeroAnd
   // The attributes of an existing variable cannot change by rewriting it.
   EXPECT_EQ(EFI_INVALID_PARAMETER, Rt()->SetVariable(WSTR("CLPCMD000_0_RESULT"), &ClpGuid,
                                                      EFI_VARIABLE_BOOTSERVICE_ACCESS, 2, Result));
+  EXPECT_EQ(EFI_INVALID_PARAMETER, Rt()->SetVariable(WSTR("CLPCMD000_0_RESULT"), &ClpGuid,
+                                                     EFI_VARIABLE_BOOTSERVICE_ACCESS, 0, nullptr));
+  ASSERT_NE(nullptr, Fw().FindVariable(u"CLPCMD000_0_RESULT", ClpGuid));
   EXPECT_EQ(EFI_SUCCESS, Rt()->SetVariable(WSTR("CLPCMD000_0_RESULT"), &ClpGuid, kNvBsRt, 0, nullptr));
   EXPECT_EQ(nullptr, Fw().FindVariable(u"CLPCMD000_0_RESULT", ClpGuid));
   EXPECT_EQ(EFI_NOT_FOUND, Rt()->SetVariable(WSTR("CLPCMD000_0_RESULT"), &ClpGuid, kNvBsRt, 0, nullptr));
@@ -84,12 +87,12 @@ TEST_F(FakeRuntimeServicesTest, SetVariableKeepsAttributesDeletesWithSizeZeroAnd
             Rt()->SetVariable(WSTR("X"), &ClpGuid, EFI_VARIABLE_RUNTIME_ACCESS, 2, Result));
 
   const auto Events = Fw().EventsOf(fake::EventKind::SetVariable);
-  ASSERT_EQ(5u, Events.size());
+  ASSERT_EQ(6u, Events.size());
   EXPECT_EQ(u"CLPCMD000_0_RESULT", Events[0].Name);
   EXPECT_EQ(kNvBsRt, Events[0].Attributes);
   EXPECT_EQ((std::vector<uint8_t>{'o', 'k'}), Events[0].Data);
-  const EFI_STATUS Statuses[] = {EFI_SUCCESS, EFI_INVALID_PARAMETER, EFI_SUCCESS, EFI_NOT_FOUND,
-                                 EFI_INVALID_PARAMETER};
+  const EFI_STATUS Statuses[] = {EFI_SUCCESS, EFI_INVALID_PARAMETER, EFI_INVALID_PARAMETER,
+                                 EFI_SUCCESS, EFI_NOT_FOUND,         EFI_INVALID_PARAMETER};
   for (size_t I = 0; I < Events.size(); ++I) {
     EXPECT_EQ(Statuses[I], Events[I].Status) << I;
   }
@@ -118,6 +121,10 @@ TEST_F(FakeRuntimeServicesTest, ResetSystemEndsTheBootInsideRunUntilReset) {
   bool Ran = false;
   EXPECT_FALSE(Fw().RunUntilReset([&] { Ran = true; }));
   EXPECT_TRUE(Ran);
+}
+
+TEST_F(FakeRuntimeServicesTest, ResetOutsideABootAbortsWithAMessage) {
+  EXPECT_DEATH(Rt()->ResetSystem(EfiResetWarm, EFI_SUCCESS, 0, nullptr), "outside RunUntilReset");
 }
 
 } // namespace

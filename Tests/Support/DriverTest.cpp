@@ -5,6 +5,9 @@
 
 #include "ModuleState.h"
 #include "PlatformToDriver.h"
+#include "Library/PciExpressLib.h"
+#include "Library/UefiBootServicesTableLib.h"
+#include "Library/UefiRuntimeServicesTableLib.h"
 
 // Weak: executables that never load the driver (the library tests share this fixture's source)
 // do not have to link the whole driver for it.
@@ -19,6 +22,19 @@ void DriverTest::SetUp() {
   });
   ResetModuleState();
   Protocol = nullptr;
+
+  // The table libraries' globals outlive a test; point them at this test's platform (as after
+  // the library constructors ran) so driver code called directly finds it, and put them back at
+  // the end so nothing keeps pointing into a destroyed fake.
+  SavedImageHandle = gImageHandle;
+  SavedSystemTable = gST;
+  SavedBootServices = gBS;
+  SavedRuntimeServices = gRT;
+  gImageHandle = Firmware->ImageHandle();
+  gST = Firmware->SystemTable();
+  gBS = Firmware->BootServices();
+  gRT = Firmware->RuntimeServices();
+  PciExpressLibConstructor();
 }
 
 void DriverTest::TearDown() {
@@ -41,6 +57,12 @@ void DriverTest::TearDown() {
       ADD_FAILURE() << "unexpected firmware call: " << Call;
     }
   }
+  gST = nullptr;
+  PciExpressLibConstructor(); // forgets the ECAM window of the fake that goes away
+  gImageHandle = SavedImageHandle;
+  gST = SavedSystemTable;
+  gBS = SavedBootServices;
+  gRT = SavedRuntimeServices;
   Firmware.reset();
 }
 

@@ -1,7 +1,8 @@
 // Test fixture for everything that runs the driver against the host fake firmware.
 //
 // Per test: a fresh FakeFirmware with every platform protocol installed, the driver's module
-// state back at its load values, and failed driver assertions reported as test failures. At the
+// state back at its load values, gImageHandle/gST/gBS/gRT and the PCI Express library pointing at
+// the fake (restored afterwards), and failed driver assertions reported as test failures. At the
 // end the test fails on pool blocks still allocated, double or invalid frees, and calls of
 // firmware services the driver should not make, unless the test opted out.
 #pragma once
@@ -36,6 +37,10 @@ private:
   bool PoolLeaksAllowed = false;
   bool UnexpectedCallsAllowed = false;
   bool BadFreesAllowed = false;
+  EFI_HANDLE SavedImageHandle = nullptr;
+  EFI_SYSTEM_TABLE *SavedSystemTable = nullptr;
+  EFI_BOOT_SERVICES *SavedBootServices = nullptr;
+  EFI_RUNTIME_SERVICES *SavedRuntimeServices = nullptr;
 };
 
 // ---- Settings records of an adapter ---------------------------------------------------------------

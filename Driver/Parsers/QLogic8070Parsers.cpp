@@ -1,0 +1,203 @@
+// QLogic8070 reply parsers. The family answers with short values after "data=", mostly in double
+// quotes: a type word, a quoted comma list with one number per PF, a colon MAC, tagged firmware
+// versions. Several replies describe the whole port and are spread over the record's Functions.
+#include "Parsers/ReplyParsers.h"
+#include "Strings/DriverStrings.h"
+#include "Library/BaseLib.h"
+#include "Library/BaseMemoryLib.h"
+
+#define BANDWIDTH_ELEMENT_CHARS 3
+#define PXE_VLAN_DIGITS 4
+#define COLON_MAC_MIN_CHARS 17
+#define MAC_DIGITS 12
+#define VERSION_CHARS (FUNCTION_FIRMWARE_VERSION_SIZE - 1)
+
+typedef struct {
+  const char *Text;
+  UINT32 Type;
+} QUOTED_TYPE;
+
+// Searched in this order within the first 10 characters of the value. The quoted Ethernet fills
+// the whole window and so only matches at the value start; the disabled text omits its closing
+// quote, so "Disabled" matches as well.
+static const QUOTED_TYPE mQuotedTypes[] = {
+    {"\"Ethernet\"", PF_TYPE_NIC},
+    {"\"FCoE\"", PF_TYPE_FCOE},
+    {"\"iSCSI\"", PF_TYPE_ISCSI},
+    {"\"Disable", PF_TYPE_DISABLED},
+};
+
+#define PF_TYPE_WINDOW 10
+
+static const char *const mVersionTags[] = {"MBI:", "UEFI:", "MFW:"};
+#define VERSION_TAG_COUNT (sizeof(mVersionTags) / sizeof(mVersionTags[0]))
+
+VOID ParsePfTypeQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+  if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
+    return;
+  }
+  UINT32 Type = PF_TYPE_UNKNOWN;
+  for (const QUOTED_TYPE &Candidate : mQuotedTypes) {
+    if (FindInValue(Value, Length, PF_TYPE_WINDOW, Candidate.Text) != nullptr) {
+      Type = Candidate.Type;
+      break;
+    }
+  }
+  Settings->PfType = Type;
+  // One reply per PF, in reply order; a seventeenth reply has no entry and is not counted, so the
+  // count never points past the table for the builder that reads it.
+  if (mModule.mPfTypeCount < PF_TYPE_TABLE_ENTRIES) {
+    mModule.mPfTypeTable[mModule.mPfTypeCount] = Type;
+    mModule.mPfTypeCount++;
+  }
+}
+
+VOID ParseSriovQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+  if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
+    return;
+  }
+  Settings->SriovEnabled = FindKeyword(Value, Length, "Enable") != nullptr ? 1 : 0;
+}
+
+VOID ParseUmcQLogic8070(CHAR8 *Value, UINTN Length) {
+  if (!mModule.mFamily.QLogic8070) {
+    return;
+  }
+  const UINT8 Partitioned = FindKeyword(Value, Length, "NPAR") != nullptr ? 1 : 0;
+  mModule.mCurrentUmc = Partitioned;
+  mModule.mTargetUmc = Partitioned;
+}
+
+// The list holds percentages, so an element has at most three characters. A longer element is
+// cut to its first three characters and the rest of it, up to the separator, is skipped: the
+// element still belongs to its own PF and the following PFs stay aligned with their numbers.
+// The closing quote separates like a comma, so with more PFs than numbers the next PF reads what
+// follows the quote, up to the next separator or the end of the reply.
+VOID ParseBandwidthListQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings,
+                                  BOOLEAN MaximumBandwidth) {
+  if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
+    return;
+  }
+  if (Length == 0 || Value[0] != '"') {
+    return;
+  }
+  UINTN Position = 1;
+  for (UINTN Pf = 0; Pf < FunctionListCount(Settings); Pf++) {
+    CHAR8 Element[BANDWIDTH_ELEMENT_CHARS + 1];
+    UINTN Count = 0;
+    while (Position < Length && Value[Position] != ',' && Value[Position] != '"') {
+      if (Count < BANDWIDTH_ELEMENT_CHARS) {
+        Element[Count++] = Value[Position];
+      }
+      Position++;
+    }
+    if (Position >= Length) {
+      return; // this PF and the later ones keep their values
+    }
+    Element[Count] = 0;
+    Position++; // over the separator
+    FUNCTION_SETTINGS *Function = Settings->Functions[Pf];
+    // A missing PF record still consumes its number, so PF k keeps number k.
+    if (Function == nullptr) {
+      continue;
+    }
+    const UINT8 Percent = (UINT8)AsciiStrDecimalToUintn(Element);
+    if (MaximumBandwidth) {
+      Function->MaxBandwidth = Percent;
+    } else {
+      Function->MinBandwidth = Percent;
+    }
+  }
+}
+
+VOID ParseColonMacQLogic8070(CHAR8 *DestText, CHAR8 *Value, UINTN Length) {
+  if (!mModule.mFamily.QLogic8070 || DestText == nullptr || Value == nullptr) {
+    return;
+  }
+  // A reply too short for a MAC leaves the slot as it was.
+  if (AsciiStrLen(Value) < COLON_MAC_MIN_CHARS) {
+    return;
+  }
+  CHAR8 Digits[MAC_DIGITS + 1];
+  UINTN Count = 0;
+  for (UINTN Position = 1; Position < Length && Value[Position] != 0 && Count < MAC_DIGITS; Position++) {
+    if (Value[Position] != ':') {
+      Digits[Count++] = Value[Position];
+    }
+  }
+  Digits[Count] = 0;
+  CopyCharsUpper(DestText, Digits, MAC_DIGITS);
+}
+
+VOID ParseVersionsQLogic8070(UINT8 TagCount, CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+  if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
+    return;
+  }
+  for (UINTN Tag = 0; Tag < TagCount && Tag < VERSION_TAG_COUNT; Tag++) {
+    CHAR8 *Match = FindKeyword(Value, Length, mVersionTags[Tag]);
+    if (Match == nullptr) {
+      continue; // the slot keeps its version
+    }
+    UINTN Position = (UINTN)(Match - Value) + mModule.mScanLength;
+    CHAR8 *Slot = Settings->FirmwareVersion[Tag];
+    UINTN Count = 0;
+    while (Count < VERSION_CHARS && Position < Length) {
+      const CHAR8 Char = Value[Position];
+      if (Char == ',' || Char == '"' || Char == 0) {
+        break;
+      }
+      Slot[Count++] = Char;
+      Position++;
+    }
+    Slot[Count] = 0;
+  }
+}
+
+VOID ParsePxeVlanIdQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+  if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
+    return;
+  }
+  if (Length == 0 || Value[0] != '"') {
+    return;
+  }
+  // One to four digits and the closing quote: the quote must come within the next five characters.
+  CHAR8 Digits[PXE_VLAN_DIGITS + 1] = {};
+  UINTN Count = 0;
+  UINTN Position = 1;
+  for (;;) {
+    if (Position >= Length) {
+      return;
+    }
+    if (Value[Position] == '"') {
+      break;
+    }
+    if (Count == PXE_VLAN_DIGITS) {
+      return;
+    }
+    Digits[Count++] = Value[Position++];
+  }
+  // Unlike the other families, 4095 is kept as it is.
+  const UINT16 VlanId = (UINT16)AsciiStrDecimalToUintn(Digits);
+  for (UINTN Pf = 0; Pf < FunctionListCount(Settings); Pf++) {
+    if (Settings->Functions[Pf] != nullptr) {
+      Settings->Functions[Pf]->VlanId = VlanId;
+    }
+  }
+}
+
+VOID ParsePxeVlanQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+  if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
+    return;
+  }
+  mModule.mPxeVlanEnabled = 0;
+  if (FindKeyword(Value, Length, "Enable") != nullptr) {
+    mModule.mPxeVlanEnabled = 1;
+    return;
+  }
+  // Without PXE VLAN tagging no function boots on a VLAN.
+  for (UINTN Pf = 0; Pf < FunctionListCount(Settings); Pf++) {
+    if (Settings->Functions[Pf] != nullptr) {
+      Settings->Functions[Pf]->VlanId = 0;
+    }
+  }
+}
