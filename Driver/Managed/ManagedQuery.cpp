@@ -117,6 +117,7 @@ static VOID RunPlanningPass(UINTN Instance, FUNCTION_SETTINGS *Adapter) {
     PointEntriesAt(Index);
     for (FAMILY_PLANNER Planner : mFamilyPlanners) {
       PLAN_STATE Copy = Snapshot;
+      // cppcheck-suppress legacyUninitvar ; false positive: the range-for variable is initialised
       Planner(Instance, Function, &Copy, &mModule.mCommandCount);
     }
     for (UINTN Entry = First; Entry < mModule.mCommandCount && Entry < COMMAND_LIST_ENTRIES; Entry++) {

@@ -98,10 +98,9 @@ VOID PlanPf2Types(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     }
     const NALO_FUNCTION_ENTRY &Entry = mModule.mNaloPortTable.Function[Function];
     if (mModule.mNaloPortTable.DesiredFunctionCount != 0 && Entry.Enabled == 1) {
-      if (mModule.mRoceMode != 0) {
-        mModule.mTargetPfTypeWork = PF_TYPE_DISABLED;
-      } else if (Entry.FunctionType == PF_TYPE_NIC && mModule.mTargetUmc == 0) {
-        // A further NIC function exists only on a partitioned port.
+      // RoCE mode keeps the further functions off; a further NIC function exists only on a
+      // partitioned port.
+      if (mModule.mRoceMode != 0 || (Entry.FunctionType == PF_TYPE_NIC && mModule.mTargetUmc == 0)) {
         mModule.mTargetPfTypeWork = PF_TYPE_DISABLED;
       } else {
         mModule.mTargetPfTypeWork = Entry.FunctionType;

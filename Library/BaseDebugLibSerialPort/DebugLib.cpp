@@ -22,10 +22,45 @@ void DebugPrint(UINTN ErrorLevel, const char *Format, ...) {
   SerialPortWrite(Buffer, Length);
 }
 
+namespace {
+
+// Appends Text to the message, keeping the last byte of the buffer for the terminator.
+void AppendText(CHAR8 *Buffer, UINTN *Length, const char *Text) {
+  for (; *Text != 0 && *Length < kMaxDebugMessageLength - 1; Text++) {
+    Buffer[(*Length)++] = (CHAR8)*Text;
+  }
+}
+
+void AppendDecimal(CHAR8 *Buffer, UINTN *Length, UINT64 Value) {
+  char Digits[21];
+  UINTN Count = 0;
+  do {
+    Digits[Count++] = (char)('0' + Value % 10);
+    Value /= 10;
+  } while (Value != 0);
+  char Text[21];
+  for (UINTN Index = 0; Index < Count; Index++) {
+    Text[Index] = Digits[Count - 1 - Index];
+  }
+  Text[Count] = 0;
+  AppendText(Buffer, Length, Text);
+}
+
+} // namespace
+
+// The report is put together here rather than with AsciiSPrint: the print library asserts on its
+// own arguments, and an assertion report must never be able to re-enter itself.
 void DebugAssert(const char *FileName, UINTN LineNumber, const char *Description) {
   CHAR8 Buffer[kMaxDebugMessageLength];
-  UINTN Length = AsciiSPrint(Buffer, sizeof(Buffer), "ASSERT %a(%Lu): %a\n", (const CHAR8 *)FileName,
-                             (UINT64)LineNumber, (const CHAR8 *)Description);
+  UINTN Length = 0;
+  AppendText(Buffer, &Length, "ASSERT ");
+  AppendText(Buffer, &Length, FileName != nullptr ? FileName : "<null string>");
+  AppendText(Buffer, &Length, "(");
+  AppendDecimal(Buffer, &Length, (UINT64)LineNumber);
+  AppendText(Buffer, &Length, "): ");
+  AppendText(Buffer, &Length, Description != nullptr ? Description : "<null string>");
+  AppendText(Buffer, &Length, "\r\n");
+  Buffer[Length] = 0;
   SerialPortWrite(Buffer, Length);
   DebugAssertFinish(FileName, LineNumber, Description);
 }

@@ -17,11 +17,11 @@ const CHAR8 *SkipBlanks(const CHAR8 *String) {
 
 BOOLEAN HexValue(CHAR8 Char, UINTN *Value) {
   if (Char >= '0' && Char <= '9') {
-    *Value = (UINTN)(Char - '0');
+    *Value = (UINTN)Char - '0';
   } else if (Char >= 'A' && Char <= 'F') {
-    *Value = (UINTN)(Char - 'A' + 10);
+    *Value = (UINTN)Char - 'A' + 10;
   } else if (Char >= 'a' && Char <= 'f') {
-    *Value = (UINTN)(Char - 'a' + 10);
+    *Value = (UINTN)Char - 'a' + 10;
   } else {
     return FALSE;
   }
