@@ -1,0 +1,204 @@
+// Emulex0720 planner: link layout, partitioning, function types, per-function SR-IOV and the RoCE
+// profile are decided on the first function of the adapter and of each port; any of them ends the
+// plan with a restart request, otherwise the per-function settings follow.
+#include "Planning/PlanPhases.h"
+#include "Planning/Planning.h"
+#include "Planning/NaloConfiguration.h"
+#include "Library/BaseMemoryLib.h"
+#include "Library/MemoryAllocationLib.h"
+
+#define SUBSYSTEM_FOUR_BY_FOUR 0xE868
+#define SUBSYSTEM_LAYOUT_FIRST 0x11F9
+#define SUBSYSTEM_LAYOUT_LAST 0x11FA
+// A management index that names the whole card rather than one port.
+#define NALO_INDEX_CARD 224
+#define LAYOUT_PROBE_INDICES 4
+
+static const UINT32 mEmulex0720Shares[] = {SET_PF_BANDWIDTH, SET_PF_RATE_LIMIT, SET_ADDR_DEFAULTS,
+                                           SET_PORT_EN};
+static const UINT32 mFibreChannelNames[] = {SET_PF_WWNN,      SET_PF_WWPN,     SET_PF_TAR_WWPN1,
+                                            SET_PF_TAR_WWPN2, SET_PF_TAR_LUN1, SET_PF_TAR_LUN2};
+static const UINT32 mIscsiSettings[] = {
+    SET_ISCSI_INI_NAME,         SET_ISCSI_INI_ADDR_ORIGIN,
+    SET_ISCSI_INI_IPV4_ADDR,    SET_ISCSI_INI_IPV4_SUBNET_MASK,
+    SET_ISCSI_INI_IPV4_GATEWAY, SET_ISCSI_TAR_ADDR_ORIGIN,
+    SET_ISCSI_TAR_NAME,         SET_ISCSI_TAR_IPV4_ADDR,
+    SET_ISCSI_TAR_TCP_PORT,     SET_ISCSI_TAR_BOOT_LUN,
+    SET_ISCSI_TAR_AUTH_METHOD,  SET_ISCSI_TAR_CHAP_USERNAME,
+    SET_ISCSI_TAR_CHAP_SECRET,  SET_ISCSI_TAR_MUT_CHAP_SECRET,
+};
+
+static BOOLEAN LayoutFromAdapter(const FUNCTION_SETTINGS *Settings) {
+  const UINT16 Subsystem = Settings->SubsystemId;
+  return Subsystem == SUBSYSTEM_FOUR_BY_FOUR ||
+         (Subsystem >= SUBSYSTEM_LAYOUT_FIRST && Subsystem <= SUBSYSTEM_LAYOUT_LAST);
+}
+
+static BOOLEAN TypedLayout(UINT32 LinkConfig) {
+  return LinkConfig == 0 || LinkConfig == 2 || LinkConfig == 3;
+}
+
+static UINT8 ProbeIndex(const FUNCTION_SETTINGS *Settings, UINTN Port) {
+  if (Settings->NaloIndex == NALO_INDEX_CARD) {
+    return NALO_INDEX_CARD;
+  }
+  return (UINT8)((Settings->NaloIndex + Port) & 0xFF);
+}
+
+static EFI_STATUS ProbePort(const FUNCTION_SETTINGS *Settings, UINTN Port, NALO_PORT_TABLE *Table) {
+  ZeroMem(Table, sizeof(*Table));
+  return mModule.mNaloConfig->GetPortConfiguration(ProbeIndex(Settings, Port), Settings->CardIndex,
+                                                   Settings->PortNumber, nullptr, Table, nullptr, nullptr);
+}
+
+VOID ProbeRoceAndSriov(FUNCTION_SETTINGS *Settings, UINT8 *RoceMode, UINT8 *SriovRequested,
+                       UINT32 *ActiveLinkConfig) {
+  if (Settings == nullptr || EFI_ERROR(LocateNaloConfig()) || mModule.mNaloConfig == nullptr ||
+      mModule.mNaloConfig->GetPortConfiguration == nullptr) {
+    return;
+  }
+  NALO_PORT_TABLE *Table = (NALO_PORT_TABLE *)AllocateZeroPool(sizeof(NALO_PORT_TABLE));
+  if (Table == nullptr) {
+    return;
+  }
+  // The first port that asks for RoCE or SR-IOV decides; RoCE wins on that port.
+  for (UINTN Port = 0; Port < Settings->PortCount; Port++) {
+    ProbePort(Settings, Port, Table);
+    const NALO_FUNCTION_ENTRY &Entry = Table->Function[0];
+    if (Table->DesiredFunctionCount == 0 || Entry.Enabled != 1) {
+      continue;
+    }
+    if (Entry.RoceMode == 1 || Entry.RoceMode == 2) {
+      *RoceMode = 1;
+      break;
+    }
+    if (Entry.SriovEnable != 0) {
+      *SriovRequested = 1;
+      break;
+    }
+  }
+  // The four-port board: the platform knows one index per port when the ports carry four
+  // functions each, only the first when a port carries all sixteen.
+  if (Settings->SubsystemId == SUBSYSTEM_FOUR_BY_FOUR) {
+    for (UINTN Index = 0; Index < LAYOUT_PROBE_INDICES; Index++) {
+      if (EFI_ERROR(ProbePort(Settings, Index, Table))) {
+        continue;
+      }
+      if (Index == 0) {
+        *ActiveLinkConfig = 2;
+      } else {
+        *ActiveLinkConfig = 3;
+        break;
+      }
+    }
+  }
+  FreePool(Table);
+}
+
+// Layout decisions on the port's first function. TRUE when one of them needs a restart.
+static BOOLEAN PlanEmulex0720Layout(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
+  BOOLEAN ModeChanged = FALSE;
+  BOOLEAN UmcChanged = FALSE;
+  if (mModule.mFirstFunctionOfAdapter) {
+    if (TypedLayout(mModule.mActiveLinkConfig) && mModule.mNaloHeader.PortTableValid == 1) {
+      ProbeRoceAndSriov(Settings, &mModule.mRoceMode, &mModule.mSriovRequested, &mModule.mActiveLinkConfig);
+    }
+    ModeChanged = PlanDecide(Call, Settings, SET_MODE);
+    UmcChanged = PlanDecide(Call, Settings, SET_UMC);
+    if (mModule.mRoceMode != 0) {
+      PlanAppend(Call, SET_ROCE_PROFILE);
+    }
+  }
+  const BOOLEAN TypesChanged = PlanDecide(Call, Settings, SET_PF2_TYPE);
+  mModule.mEmulexPfTypeSetIndex = 0;
+  const BOOLEAN SriovChanged = PlanDecide(Call, Settings, SET_SRIOV_FOR_PF);
+  return ModeChanged || UmcChanged || TypesChanged || SriovChanged;
+}
+
+static VOID PlanEmulex0720Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
+  mModule.mCurrentVlanId = Settings->VlanId;
+  mModule.mTargetVlanId = Settings->VlanId;
+  mModule.mCurrentBootEnable = Settings->BootEnable;
+  mModule.mTargetBootEnable = Settings->BootEnable;
+
+  if (mModule.mFirstFunctionOfPort) {
+    mModule.mEmulex0720Flag = 0;
+    if (PlanEmulex0720Layout(Call, Settings)) {
+      mModule.mEmulex0720Flag = 1;
+      NotifyRestartOnce();
+    }
+  }
+  // A layout change ends the plan for every function of the pass; the records are not marked
+  // planned, the restart plans them again.
+  if (mModule.mEmulex0720Flag != 0) {
+    mModule.mPlanComplete = 1;
+    return;
+  }
+  if (Settings->PfIndex != 0 && Settings->PfIndex == mModule.mNaloPortTable.DesiredFunctionCount) {
+    mModule.mPlanComplete = 1;
+    return;
+  }
+  PlanDecideAll(Call, Settings, PLAN_CODES(mEmulex0720Shares));
+  PlanDecide(Call, Settings, SET_PF_VLANID);
+  if (!(mModule.mTargetUmc == 1 || Settings->PfType == PF_TYPE_ISCSI)) {
+    PlanDecide(Call, Settings, SET_PXE_VLANID);
+  }
+  PlanDecide(Call, Settings, SET_BOOT_EN);
+  const UINT32 PfType = Settings->PfType;
+  if (PfType == PF_TYPE_NIC || PfType == PF_TYPE_FCOE || PfType == PF_TYPE_ISCSI || PfType == PF_TYPE_IB ||
+      PfType == PF_TYPE_ROCE) {
+    PlanDecide(Call, Settings, SET_PF_MAC);
+  }
+  if (PfType == PF_TYPE_FCOE || PfType == PF_TYPE_FC) {
+    PlanDecideAll(Call, Settings, PLAN_CODES(mFibreChannelNames));
+  }
+  if (PfType == PF_TYPE_ISCSI) {
+    PlanDecideAll(Call, Settings, PLAN_CODES(mIscsiSettings));
+  }
+  PlanFinish(Settings);
+}
+
+VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
+  PlanNoteFunctionPosition(Settings);
+  if (!mModule.mFamily.Emulex0720) {
+    return;
+  }
+  const BOOLEAN FromAdapter = LayoutFromAdapter(Settings);
+  const BOOLEAN FirstPort = Settings->PortIndex == 0;
+  if (!FromAdapter) {
+    mModule.mLinkConfig = Settings->LinkConfig;
+    mModule.mActiveLinkConfig = mModule.mLinkConfig;
+  }
+
+  PLAN_CALL Call;
+  PlanBegin(&Call, Instance, PlanState, Count);
+  if (PlanAtPhase1(&Call)) {
+    if (FromAdapter && FirstPort) {
+      if (mModule.mFirstFunctionOfPort) {
+        PlanAppend(&Call, SHOW_LINK_CONFIG);
+      }
+    } else {
+      PlanAppend(&Call, SHOW_PF_INFO);
+    }
+    // The function-type parser of SHOW_PF_INFO fills in the functions that exist.
+    if (mModule.mFirstFunctionOfPort) {
+      mModule.mPfTypeTable[0] = PF_TYPE_NIC;
+      if (mModule.mActiveLinkConfig != 1) {
+        for (UINTN Index = 1; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
+          mModule.mPfTypeTable[Index] = PF_TYPE_DISABLED;
+        }
+      }
+    }
+    PlanEndPhase1(&Call);
+  }
+  if (PlanAtPhase2(&Call)) {
+    if (FromAdapter && FirstPort) {
+      PlanAppend(&Call, SHOW_PF_INFO);
+    }
+    PlanEndPhase2(&Call);
+  }
+  if (PlanAtPhase3(&Call)) {
+    PlanEmulex0720Phase3(&Call, Settings);
+  }
+  PlanEnd(&Call);
+}

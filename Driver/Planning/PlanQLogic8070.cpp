@@ -1,0 +1,108 @@
+// QLogic8070 planner: controller-wide state is read once on the first port, per-port state on
+// every port; a partitioned adapter is read but not changed.
+#include "Planning/PlanPhases.h"
+#include "Planning/Planning.h"
+
+#define DEVICE_QLOGIC_8070 0x10778070u
+
+static const UINT32 mControllerShows[] = {SHOW_UMC, SHOW_SRIOV, SHOW_VERSION};
+static const UINT32 mControllerSettings[] = {SET_SRIOV_FOR_CONTROLLER, SET_PORT_DEFAULTS};
+
+// Boards of the 8070 that cannot report the minimum bandwidth allocation.
+static BOOLEAN LacksBandwidthQuery(const FUNCTION_SETTINGS *Settings) {
+  if (PlanVidDid(Settings) != DEVICE_QLOGIC_8070) {
+    return FALSE;
+  }
+  const UINT16 Subsystem = Settings->SubsystemId;
+  return Subsystem == 0x29 || Subsystem == 0x61 || Subsystem == 0x64;
+}
+
+static VOID PlanPortDiscovery(PLAN_CALL *Call, const FUNCTION_SETTINGS *Settings) {
+  const BOOLEAN Partitioned = mModule.mCurrentUmc != 0;
+  if (mModule.mFirstFunctionOfPort) {
+    PlanAppend(Call, SHOW_BOOT_EN);
+    if (Partitioned) {
+      if (!LacksBandwidthQuery(Settings)) {
+        PlanAppend(Call, SHOW_PF_BANDWIDTH);
+      }
+      PlanAppend(Call, SHOW_PF_RATE_LIMIT);
+    }
+  }
+  PlanAppend(Call, SHOW_PF_MFG_MAC);
+  PlanAppend(Call, SHOW_PF_MAC);
+  if (Partitioned) {
+    PlanAppend(Call, SHOW_PF_TYPE);
+  }
+}
+
+static VOID PlanQLogic8070Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
+  mModule.mCurrentVlanId = Settings->VlanId;
+  mModule.mTargetVlanId = Settings->VlanId;
+  // Boot enable was read for the function planned at Instance 0.
+  const FUNCTION_SETTINGS *First = mModule.mCommandSettings[0];
+  const UINT8 BootEnable = First != nullptr ? First->BootEnable : Settings->BootEnable;
+  mModule.mCurrentBootEnable = BootEnable;
+  mModule.mTargetBootEnable = BootEnable;
+
+  if (mModule.mCurrentUmc != 0) {
+    mModule.mPlanComplete = 1;
+    return;
+  }
+  PlanDecideAll(Call, Settings, PLAN_CODES(mControllerSettings));
+  if (mModule.mFirstFunctionOfPort) {
+    PlanDecide(Call, Settings, SET_BOOT_EN);
+    PlanDecide(Call, Settings, SET_PXE_VLANID);
+    mModule.mPfTypeCount = 0;
+  }
+  if (Settings->PfType == PF_TYPE_NIC) {
+    PlanDecide(Call, Settings, SET_PF_MAC);
+    // Read the MAC back whether or not it changed.
+    PlanAppend(Call, SHOW_PF_MAC);
+  }
+  PlanFinish(Settings);
+}
+
+VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
+  const BOOLEAN FirstPort = Settings->PortIndex == 0;
+  PlanNoteFunctionPosition(Settings);
+  if (!mModule.mFamily.QLogic8070) {
+    return;
+  }
+  mModule.mLinkConfig = Settings->LinkConfig;
+  mModule.mActiveLinkConfig = mModule.mLinkConfig;
+
+  PLAN_CALL Call;
+  PlanBegin(&Call, Instance, PlanState, Count);
+  if (PlanAtPhase1(&Call)) {
+    if (FirstPort) {
+      if (mModule.mFirstFunctionOfPort) {
+        PlanAppendAll(&Call, PLAN_CODES(mControllerShows));
+      }
+    } else {
+      PlanPortDiscovery(&Call, Settings);
+    }
+    PlanAppend(&Call, SHOW_PXE_VLAN);
+    if (mModule.mFirstFunctionOfPort) {
+      mModule.mPfTypeTable[0] = PF_TYPE_NIC;
+      for (UINTN Index = 1; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
+        mModule.mPfTypeTable[Index] = PF_TYPE_DISABLED;
+      }
+      mModule.mPfTypeCount = 0;
+    }
+    PlanEndPhase1(&Call);
+  }
+  if (PlanAtPhase2(&Call)) {
+    // The first port learns only now, from SHOW_UMC, whether the adapter is partitioned.
+    if (FirstPort) {
+      PlanPortDiscovery(&Call, Settings);
+    }
+    if (mModule.mFirstFunctionOfPort) {
+      PlanDecide(&Call, Settings, SHOW_PXE_VLANID);
+    }
+    PlanEndPhase2(&Call);
+  }
+  if (PlanAtPhase3(&Call)) {
+    PlanQLogic8070Phase3(&Call, Settings);
+  }
+  PlanEnd(&Call);
+}
