@@ -9,7 +9,13 @@
 
 extern "C++" {
 #include "ModuleState.h"
+#include "PlatformToDriver.h"
 }
+
+// The fixture reaches the entry point through a weak reference, which does not pull its object
+// out of the driver archive; this strong one does.
+__attribute__((used)) static EFI_STATUS(EFIAPI *const kLinkEntryPoint)(EFI_HANDLE, EFI_SYSTEM_TABLE *) =
+    _ModuleEntryPoint;
 
 namespace {
 
@@ -19,7 +25,7 @@ std::string Str(const CHAR8 *Text) {
 
 constexpr uint8_t kManagedFlags = PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6;
 
-class Emulex0720Test : public DriverTest {
+class Emulex0720RunTest : public DriverTest {
 protected:
   void SetUp() override {
     DriverTest::SetUp();
@@ -78,7 +84,8 @@ void PrintTo(const FourByTenCase &C, std::ostream *Os) {
   *Os << C.Name;
 }
 
-class Emulex0720FourByTenTest : public Emulex0720Test, public ::testing::WithParamInterface<FourByTenCase> {};
+class Emulex0720FourByTenTest : public Emulex0720RunTest,
+                                public ::testing::WithParamInterface<FourByTenCase> {};
 
 TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenIntoFourPorts) {
   const FourByTenCase &C = GetParam();
@@ -177,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(ManagementIndices, Emulex0720FourByTenTest,
 
 // ---- 4 x 1 Gb/s: each port keeps one function ---------------------------------------------------
 
-TEST_F(Emulex0720Test, FourByOneBoardRewritesEachControllerToOneFunctionOfItsPort) {
+TEST_F(Emulex0720RunTest, FourByOneBoardRewritesEachControllerToOneFunctionOfItsPort) {
   // The platform lists two ports of two functions; the adapter runs four 1 Gb/s ports.
   const BuiltAdapter A = Add(0x11F9, 2, 2);
   EXPECT_EQ(RunController(A.Handle(0, 0), 3, {{"show / OEMELX_LinkConfig", "retdata=ELX_4x1G"}}),
@@ -218,7 +225,7 @@ TEST_F(Emulex0720Test, FourByOneBoardRewritesEachControllerToOneFunctionOfItsPor
 
 // ---- A port's second function ------------------------------------------------------------------------
 
-TEST_F(Emulex0720Test, SecondFunctionOfAPortPlansNothingAndEndsAtOnce) {
+TEST_F(Emulex0720RunTest, SecondFunctionOfAPortPlansNothingAndEndsAtOnce) {
   const BuiltAdapter A = Add(0x0001, 1, 2);
   UINTN Instance = 0, Size = 0;
   EFI_GUID *Guid = nullptr;
@@ -240,10 +247,10 @@ TEST_F(Emulex0720Test, SecondFunctionOfAPortPlansNothingAndEndsAtOnce) {
 
 // Two ports of four functions on a board whose layout is in the settings record (2 x 10 Gb/s).
 // Port 0's table wants one function; port 1's table reports RoCE profile 2.
-class Emulex0720RoceTest : public Emulex0720Test {
+class Emulex0720RoceTest : public Emulex0720RunTest {
 protected:
   void SetUp() override {
-    Emulex0720Test::SetUp();
+    Emulex0720RunTest::SetUp();
     A = Add(0x0001, 2, 4);
     A.Record(0, 0)->NaloIndex = 1;
 
@@ -343,10 +350,10 @@ TEST_F(Emulex0720RoceTest, AfterTheRestartTheRoceFunctionGetsItsSettings) {
 
 // ---- One partitioned port of four functions --------------------------------------------------------
 
-class Emulex0720PortTest : public Emulex0720Test {
+class Emulex0720PortTest : public Emulex0720RunTest {
 protected:
   void SetUp() override {
-    Emulex0720Test::SetUp();
+    Emulex0720RunTest::SetUp();
     A = Add(0x0001, 1, 4);
     A.Record(0, 0)->NaloIndex = 1;
     fake::NaloEntry &N = Fw().Nalo(1, 0, 0);

@@ -16,7 +16,7 @@ std::string Str(const CHAR8 *Text) {
   return reinterpret_cast<const char *>(Text);
 }
 
-class MellanoxTest : public DriverTest {
+class MellanoxRunTest : public DriverTest {
 protected:
   void SetUp() override {
     DriverTest::SetUp();
@@ -77,7 +77,7 @@ const std::vector<std::string> kNothingToChange = {
     // second phase: every decision is "no change", yet the MAC is shown again
     "show netport1 MAC", "exit"};
 
-TEST_F(MellanoxTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExit) {
+TEST_F(MellanoxRunTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExit) {
   AddBoard(0x1013, 1);
   EXPECT_EQ(Run(A.Handle(0, 0), 10), kNothingToChange);
 
@@ -101,7 +101,7 @@ TEST_F(MellanoxTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExit) 
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Ipmi).empty());
 }
 
-TEST_F(MellanoxTest, Mellanox1013PortDefaultsComeBetweenSriovAndPortEnable) {
+TEST_F(MellanoxRunTest, Mellanox1013PortDefaultsComeBetweenSriovAndPortEnable) {
   AddBoard(0x1013, 1);
   // The platform's answer about port defaults belongs to the tables it last handed out; the
   // first run loads them, the reconfiguration run then asks at Instance 0.
@@ -124,7 +124,7 @@ TEST_F(MellanoxTest, Mellanox1013PortDefaultsComeBetweenSriovAndPortEnable) {
   EXPECT_EQ(A.Record(0, 0)->PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED, 0);
 }
 
-TEST_F(MellanoxTest, Mellanox1013SecondFunctionPlansNoVersionOrSriov) {
+TEST_F(MellanoxRunTest, Mellanox1013SecondFunctionPlansNoVersionOrSriov) {
   AddBoard(0x1015, 2);
   const std::vector<std::string> Expected = {
       // function 0
@@ -145,7 +145,7 @@ TEST_F(MellanoxTest, Mellanox1013SecondFunctionPlansNoVersionOrSriov) {
   }
 }
 
-class Mellanox1017Test : public MellanoxTest, public ::testing::WithParamInterface<uint16_t> {};
+class Mellanox1017Test : public MellanoxRunTest, public ::testing::WithParamInterface<uint16_t> {};
 
 TEST_P(Mellanox1017Test, FourLinePlanReadsVersionsAndSpeed) {
   AdapterSpec Spec;

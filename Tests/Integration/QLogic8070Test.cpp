@@ -62,7 +62,7 @@ private:
   std::map<std::string, uint8_t> Failures;
 };
 
-class QLogic8070Test : public DriverTest {
+class QLogic8070RunTest : public DriverTest {
 protected:
   void SetUp() override {
     DriverTest::SetUp();
@@ -150,7 +150,7 @@ void PrintTo(const PartitionedCase &C, std::ostream *Os) {
   *Os << C.Name;
 }
 
-class QLogic8070PartitionedTest : public QLogic8070Test,
+class QLogic8070PartitionedTest : public QLogic8070RunTest,
                                   public ::testing::WithParamInterface<PartitionedCase> {};
 
 TEST_P(QLogic8070PartitionedTest, GetsOnlyShowCodesThenExit) {
@@ -199,7 +199,7 @@ INSTANTIATE_TEST_SUITE_P(Boards, QLogic8070PartitionedTest,
                                            PartitionedCase{"Subsystem61", 0x0061, false}),
                          [](const ::testing::TestParamInfo<PartitionedCase> &I) { return I.param.Name; });
 
-TEST_F(QLogic8070Test, SecondPortReadsItsOwnBlockAtInstanceZeroUnderTheFirstPortsPartitioning) {
+TEST_F(QLogic8070RunTest, SecondPortReadsItsOwnBlockAtInstanceZeroUnderTheFirstPortsPartitioning) {
   AddBoard(0x8070);
   Replies First;
   ScriptPartitioned(First);
@@ -248,7 +248,7 @@ void PrintTo(const NonPartitionedCase &C, std::ostream *Os) {
   *Os << C.Name;
 }
 
-class QLogic8070PhasesTest : public QLogic8070Test,
+class QLogic8070PhasesTest : public QLogic8070RunTest,
                              public ::testing::WithParamInterface<NonPartitionedCase> {};
 
 TEST_P(QLogic8070PhasesTest, FirstPortReadsThenSetsWhatDiffers) {
@@ -340,7 +340,7 @@ void PrintTo(const MacAppliedCase &C, std::ostream *Os) {
   *Os << C.Name;
 }
 
-class QLogic8070MacAppliedTest : public QLogic8070Test,
+class QLogic8070MacAppliedTest : public QLogic8070RunTest,
                                  public ::testing::WithParamInterface<MacAppliedCase> {};
 
 TEST_P(QLogic8070MacAppliedTest, OnlyASuccessfulSetWithResponseFlagZero) {
@@ -365,7 +365,7 @@ INSTANTIATE_TEST_SUITE_P(Responses, QLogic8070MacAppliedTest,
 
 // ---- RestartPlatform ----------------------------------------------------------------------------
 
-TEST_F(QLogic8070Test, RestartPlatformDuringARunDoesNotResetAndTheRunGoesOn) {
+TEST_F(QLogic8070RunTest, RestartPlatformDuringARunDoesNotResetAndTheRunGoesOn) {
   AddBoard(0x8070);
   Replies R;
   ScriptPartitioned(R);
