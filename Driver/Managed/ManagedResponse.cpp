@@ -27,7 +27,10 @@ EFI_STATUS ManagedModeResponse(EFI_HANDLE ControllerHandle, EFI_HANDLE ChildHand
 
   if (Block->CLPCmdStatus != 0) {
     ReportClpFailure(Settings, Block->CLPCmdStatus, Block->CLPErrorValue);
-    LogClpDialogue(Settings, Block->CLPCommand, Block->CLPReturnString);
+    // The command is the one this driver handed out; the reply has only the length the adapter
+    // driver gives, with no terminator promised.
+    LogClpDialogueWithReply(Settings, mModule.ClpCommandBuffer, Block->CLPReturnString,
+                            Block->CLPReturnString != nullptr ? Block->CLPReturnStringLength : 0);
   } else {
     NoteClpSuccess(Settings, Block, mModule.mResponseCommandCode);
   }

@@ -48,12 +48,15 @@ static UINTN BoundedLength(const CHAR8 *Text, UINTN Max) {
   return Length;
 }
 
-EFI_STATUS SendClpLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 *Text, UINT8 *CompletionCode) {
+// One message of at most 61 characters of Text, never reading more than Available characters.
+static EFI_STATUS SendBoundedLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 *Text, UINTN Available,
+                                     UINT8 *CompletionCode) {
   if (Text == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
   UINT8 Message[CLP_LOG_MESSAGE_HEADER + CLP_LOG_TEXT_MAX];
-  const UINT8 Length = (UINT8)BoundedLength(Text, CLP_LOG_TEXT_MAX);
+  const UINT8 Length =
+      (UINT8)BoundedLength(Text, Available < CLP_LOG_TEXT_MAX ? Available : CLP_LOG_TEXT_MAX);
 
   Message[0] = HxOemEnterpriseNumber[0];
   Message[1] = HxOemEnterpriseNumber[1];
@@ -69,12 +72,19 @@ EFI_STATUS SendClpLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 *Text, UINT
                              CompletionCode);
 }
 
-VOID SendClpLogChunks(const CHAR8 *Text) {
+EFI_STATUS SendClpLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 *Text, UINT8 *CompletionCode) {
+  return SendBoundedLogText(SystemTable, Text, CLP_LOG_TEXT_MAX, CompletionCode);
+}
+
+// Sends Text in messages of 61 characters, up to its NUL or Available characters, whichever
+// comes first: a CLP reply arrives with a length and need not be terminated.
+static VOID SendBoundedLogChunks(const CHAR8 *Text, UINTN Available) {
   if (Text == nullptr) {
     return;
   }
   // Counting stops one past what can be sent, so a huge reply costs no more than a capped one.
-  const UINTN Length = BoundedLength(Text, CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX + 1);
+  const UINTN Cap = CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX + 1;
+  const UINTN Length = BoundedLength(Text, Available < Cap ? Available : Cap);
   UINTN Messages = 1;
   if (Length > CLP_LOG_TEXT_MAX) {
     Messages = (Length + CLP_LOG_TEXT_MAX - 1) / CLP_LOG_TEXT_MAX;
@@ -84,8 +94,12 @@ VOID SendClpLogChunks(const CHAR8 *Text) {
   }
   // A lost log line must not stop the rest of the dialogue, so send errors are not acted on.
   for (UINTN Index = 0; Index < Messages; Index++) {
-    SendClpLogText(gST, Text + CLP_LOG_TEXT_MAX * Index, nullptr);
+    SendBoundedLogText(gST, Text + CLP_LOG_TEXT_MAX * Index, Length - CLP_LOG_TEXT_MAX * Index, nullptr);
   }
+}
+
+VOID SendClpLogChunks(const CHAR8 *Text) {
+  SendBoundedLogChunks(Text, CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX + 1);
 }
 
 // Formats the line that tells the controller's log which adapter function the dialogue is for.
@@ -101,7 +115,8 @@ static VOID FormatClpLogHeader(const FUNCTION_SETTINGS *Settings) {
               (UINT32)Settings->SubIndex);
 }
 
-VOID LogClpDialogue(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const CHAR8 *ResponseText) {
+VOID LogClpDialogueWithReply(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const CHAR8 *Reply,
+                             UINTN ReplyLength) {
   SendClpLogChunks(ASTR(mRequestBanner));
   if (Settings != nullptr) {
     FormatClpLogHeader(Settings);
@@ -109,5 +124,9 @@ VOID LogClpDialogue(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const
   }
   SendClpLogChunks(RequestText);
   SendClpLogChunks(ASTR(mResponseBanner));
-  SendClpLogChunks(ResponseText);
+  SendBoundedLogChunks(Reply, ReplyLength);
+}
+
+VOID LogClpDialogue(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const CHAR8 *ResponseText) {
+  LogClpDialogueWithReply(Settings, RequestText, ResponseText, CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX + 1);
 }

@@ -15,6 +15,9 @@ EFI_STATUS hxIpmiSendCommandCc(EFI_SYSTEM_TABLE *SystemTable, UINT8 NetFunction,
                                UINT8 *ResponseSize, UINT8 *CompletionCode);
 
 VOID LogClpDialogue(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const CHAR8 *ResponseText);
+// The same for a reply as an adapter driver returns it: ReplyLength characters, maybe unterminated.
+VOID LogClpDialogueWithReply(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const CHAR8 *Reply,
+                             UINTN ReplyLength);
 VOID SendClpLogChunks(const CHAR8 *Text);
 EFI_STATUS SendClpLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 *Text, UINT8 *CompletionCode);
 

@@ -188,13 +188,14 @@ CHAR8 *Text(fake::NaloEntry &Entry, Reader &In, bool Hostile) {
     return nullptr;
   }
   if (Hostile && Shape % 5 == 1) {
+    // Any bytes and any length up to 510, ended by the only NUL: a platform text has no length
+    // field, so its terminator is the one promise the driver can hold the platform to; it must
+    // still never copy more of it than the command field takes.
     std::vector<uint8_t> Bytes = In.Blob();
-    if (Bytes.empty()) {
-      Bytes.push_back('7');
-    }
     for (uint8_t &B : Bytes) {
-      B = B == 0 ? 'X' : B; // no terminator anywhere
+      B = B == 0 ? 'X' : B;
     }
+    Bytes.push_back(0);
     return reinterpret_cast<CHAR8 *>(Entry.OwnBytes(Bytes));
   }
   return Entry.OwnText(kTexts[In.Byte() % (sizeof(kTexts) / sizeof(kTexts[0]))]);

@@ -98,8 +98,9 @@ size_t RunDialogue(Platform &P, EFI_HANDLE Controller, Reader &In, const Dialogu
 namespace fuzz {
 
 // Fills one answer of GetPortConfiguration from the input. Every pointer field is NULL or points
-// at a heap block of exactly the field's size; texts are terminated unless Hostile, when they may
-// fill their block without a NUL, and DesiredFunctionCount and function types take any byte.
+// at a heap block of exactly the field's size. Texts are realistic or, when Hostile, any bytes of
+// any length up to 510, ended by their only NUL (a platform text has no other end); with Hostile,
+// DesiredFunctionCount and the function types take any byte.
 void FillNaloEntry(fake::NaloEntry &Entry, Reader &In, bool Hostile);
 
 } // namespace fuzz
