@@ -12,11 +12,6 @@ extern "C++" {
 #include "PlatformToDriver.h"
 }
 
-// The fixture reaches the entry point through a weak reference, which does not pull its object
-// out of the driver archive; this strong one does.
-__attribute__((used)) static EFI_STATUS(EFIAPI *const kLinkEntryPoint)(EFI_HANDLE, EFI_SYSTEM_TABLE *) =
-    _ModuleEntryPoint;
-
 namespace {
 
 std::string Str(const CHAR8 *Text) {
