@@ -155,7 +155,9 @@ void WriteBytes(FUNCTION_SETTINGS &Record, const RecordField &Field, const std::
   }
   uint8_t *Destination = At(Record, Field.Offset + Slot * Field.Size);
   std::memset(Destination, 0, Field.Size);
-  std::memcpy(Destination, Bytes.data(), Bytes.size());
+  if (!Bytes.empty()) { // an empty vector's data() may be null, which memcpy must not get
+    std::memcpy(Destination, Bytes.data(), Bytes.size());
+  }
 }
 
 } // namespace sim
