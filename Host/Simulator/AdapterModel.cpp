@@ -465,6 +465,19 @@ public:
   }
 
   const ModelState &State() const override { return S; }
+  void Seed(const ModelState &State) override {
+    // Only properties are taken over; the shape stays the one the scenario gives.
+    S.Adapter = State.Adapter;
+    for (size_t P = 0; P < S.Ports.size() && P < State.Ports.size(); P++) {
+      S.Ports[P] = State.Ports[P];
+      for (size_t F = 0;
+           F < S.Functions[P].size() && P < State.Functions.size() && F < State.Functions[P].size(); F++) {
+        S.Functions[P][F] = State.Functions[P][F];
+      }
+    }
+    PendingChanges.clear();
+    RestartWanted = false;
+  }
   ModelState &MutableState() { return S; }
   const Dialect &Which() const { return D; }
 

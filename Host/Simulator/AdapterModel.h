@@ -34,6 +34,8 @@ public:
   // The controller restarted: pending layout changes take effect.
   virtual void Restart() = 0;
   virtual const ModelState &State() const = 0;
+  // Replaces the state, as an adapter that comes up with what an earlier boot left in its NVRAM.
+  virtual void Seed(const ModelState &State) = 0;
 };
 
 // Creates the simulated model for a family, given by PCI vendor and device ID; nullptr when the

@@ -109,7 +109,7 @@ struct Controller {
 
 class Simulation {
 public:
-  explicit Simulation(const Scenario &Scenario);
+  Simulation(const Scenario &Scenario, const RunOptions &Options);
 
   Transcript Run();
 
@@ -127,6 +127,7 @@ private:
   void DumpRecords();
 
   const Scenario &S;
+  const RunOptions &Options;
   std::unique_ptr<fake::FakeFirmware> F;
   std::vector<Controller> Controllers;
   std::vector<size_t> Order;
@@ -147,7 +148,7 @@ private:
   StepObserver ObserverFn;
 };
 
-Simulation::Simulation(const Scenario &Scenario) : S(Scenario) {
+Simulation::Simulation(const Scenario &Scenario, const RunOptions &Options) : S(Scenario), Options(Options) {
   ResponderFn = [this](const std::string &Command) { return Respond(CurrentController, Command); };
   ObserverFn = [this](uint64_t, bool AfterResponse) {
     (AfterResponse ? ResponseMarks : QueryMarks).push_back(F->Events().size());
@@ -336,6 +337,9 @@ void Simulation::BuildRecords(const AdapterSpec &A, size_t AdapterIndex) {
     if (!Models.back()) {
       throw ScenarioError("adapters[" + std::to_string(AdapterIndex) +
                           "].model: no simulated model for this vendor and device");
+    }
+    if (Options.Seed != nullptr && AdapterIndex < Options.Seed->size() && (*Options.Seed)[AdapterIndex]) {
+      Models.back()->Seed(*(*Options.Seed)[AdapterIndex]);
     }
   } else {
     Models.push_back(nullptr);
@@ -551,13 +555,24 @@ Transcript Simulation::Run() {
     Boot->Reset = fake::ResetTypeName(F->Events().empty() ? EfiResetCold : F->Events().back().ResetType);
   }
   DumpRecords();
+  if (Options.Final != nullptr) {
+    Options.Final->clear();
+    for (auto &Model : Models) {
+      if (Model) {
+        Model->Restart();
+        Options.Final->push_back(Model->State());
+      } else {
+        Options.Final->push_back(std::nullopt);
+      }
+    }
+  }
   return T;
 }
 
 } // namespace
 
-Transcript RunScenario(const Scenario &Scn) {
-  Simulation Sim(Scn);
+Transcript RunScenario(const Scenario &Scn, const RunOptions &Options) {
+  Simulation Sim(Scn, Options);
   return Sim.Run();
 }
 

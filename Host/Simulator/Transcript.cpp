@@ -72,7 +72,13 @@ std::string EventText(const TranscriptEvent &E) {
   if (Kind == "ipmi") {
     const std::string Text = OemLogText(E);
     if (!Text.empty() || E.value("data", "").size() == 10) {
-      Out << " BMC log \"" << Printable(Text) << "\" completionCode=" << E.value("completionCode", 0);
+      // The five header bytes (enterprise number, text message, length) stay visible.
+      const std::string Hex = E.value("data", "");
+      Out << " BMC log";
+      for (size_t I = 0; I < 10; I += 2) {
+        Out << ' ' << Hex.substr(I, 2);
+      }
+      Out << " \"" << Printable(Text) << "\" completionCode=" << E.value("completionCode", 0);
       return Out.str();
     }
   }
