@@ -95,11 +95,16 @@ TEST(DemoFleet, FirstBootReachesWhatThePlatformAskedFor) {
   EXPECT_EQ(Prop(M[Cna4], 0, 1, "WWNN"), "20000090FAAA0401");
   EXPECT_EQ(Prop(M[Cna4], 0, 1, "WWPN"), "10000090FAAA0401");
   EXPECT_EQ(Prop(M[Cna4], 0, 2, "MAC"), "02A098004002");
+  // The port is partitioned, so each function's VLAN comes from its own entry.
+  EXPECT_EQ(Prop(M[Cna4], 0, 0, "PfVLANID"), "0100");
+  EXPECT_EQ(Prop(M[Cna4], 0, 2, "PfVLANID"), "0200");
+  EXPECT_EQ(Prop(M[Cna4], 0, 0, "PXEVlanID"), "0100");
   EXPECT_EQ(Prop(M[Fc6], 0, -1, "WWNN"), "20000024FFAA0600");
   EXPECT_EQ(Prop(M[Fc6], 0, -1, "WWPN"), "21000024FFAA0600");
   EXPECT_EQ(Prop(M[Fc6], 0, -1, "BootEnable"), "Enable");
   EXPECT_EQ(Prop(M[Ib7], 0, 0, "MAC"), "02A098007000");
   EXPECT_EQ(M[Ib7]->Adapter.at("SRIOVState"), "enabled");
+  EXPECT_EQ(Prop(M[Ib7], 0, 0, "VlanID"), "0300"); // from its boot entry
 
   // The records the platform reads afterwards carry the same addresses.
   const auto &Rec = R.First.Records;
@@ -110,6 +115,8 @@ TEST(DemoFleet, FirstBootReachesWhatThePlatformAskedFor) {
   EXPECT_EQ(Rec["cna4/p0/f1"]["PfType"], 2);
   EXPECT_EQ(Rec["cna4/p0/f2"]["PfType"], 3);
   EXPECT_EQ(Rec["ib7/p0/f0"]["SriovEnabled"], 1);
+  EXPECT_EQ(Rec["ib7/p0/f0"]["VlanId"], 300);
+  EXPECT_EQ(Rec["cna4/p0/f2"]["VlanId"], 200);
   EXPECT_EQ(Restarts(R.First), 1u); // the partition types
 }
 
@@ -135,8 +142,10 @@ TEST(DemoFleet, NextBootOnlyDiscoversApartFromWhatIsWrittenEveryBoot) {
       Expected.push_back(C + S);
     }
   }
-  // SET_PXE_VLAN follows every PXE VLAN decision of a NIC function.
+  // SET_PXE_VLAN follows every PXE VLAN decision of a NIC function, and outside the QLogic8070
+  // family the PXE VLAN ID is written whenever the wanted VLAN is 1 to 4094.
   Expected.push_back("cna4/p0/f0: set port0/pf0 OEMELX_PXEVlan=Enabled");
+  Expected.push_back("cna4/p0/f0: set port0/pf0 OEMELX_PXEVlanID=0100");
   for (const char *S :
        {"OEM_TargetWWPN[0]=50060E8007E2A120", "OEM_TargetWWPN[1]=50060E8007E2A130", "OEM_TargetLUN[0]=0000",
         "OEM_TargetLUN[1]=0000", "OEM_hbaportLinkSpeed=08", "OEM_hbaportTopology=02"}) {
