@@ -16,17 +16,6 @@
 
 static const UINT32 mEmulex0720Shares[] = {SET_PF_BANDWIDTH, SET_PF_RATE_LIMIT, SET_ADDR_DEFAULTS,
                                            SET_PORT_EN};
-static const UINT32 mFibreChannelNames[] = {SET_PF_WWNN,      SET_PF_WWPN,     SET_PF_TAR_WWPN1,
-                                            SET_PF_TAR_WWPN2, SET_PF_TAR_LUN1, SET_PF_TAR_LUN2};
-static const UINT32 mIscsiSettings[] = {
-    SET_ISCSI_INI_NAME,         SET_ISCSI_INI_ADDR_ORIGIN,
-    SET_ISCSI_INI_IPV4_ADDR,    SET_ISCSI_INI_IPV4_SUBNET_MASK,
-    SET_ISCSI_INI_IPV4_GATEWAY, SET_ISCSI_TAR_ADDR_ORIGIN,
-    SET_ISCSI_TAR_NAME,         SET_ISCSI_TAR_IPV4_ADDR,
-    SET_ISCSI_TAR_TCP_PORT,     SET_ISCSI_TAR_BOOT_LUN,
-    SET_ISCSI_TAR_AUTH_METHOD,  SET_ISCSI_TAR_CHAP_USERNAME,
-    SET_ISCSI_TAR_CHAP_SECRET,  SET_ISCSI_TAR_MUT_CHAP_SECRET,
-};
 
 static BOOLEAN LayoutFromAdapter(const FUNCTION_SETTINGS *Settings) {
   const UINT16 Subsystem = Settings->SubsystemId;
@@ -150,10 +139,10 @@ static VOID PlanEmulex0720Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
     PlanDecide(Call, Settings, SET_PF_MAC);
   }
   if (PfType == PF_TYPE_FCOE || PfType == PF_TYPE_FC) {
-    PlanDecideAll(Call, Settings, PLAN_CODES(mFibreChannelNames));
+    PlanDecideAll(Call, Settings, PLAN_CODES(mFibreChannelNameCodes));
   }
   if (PfType == PF_TYPE_ISCSI) {
-    PlanDecideAll(Call, Settings, PLAN_CODES(mIscsiSettings));
+    PlanDecideAll(Call, Settings, PLAN_CODES(mIscsiSettingCodes));
   }
   PlanFinish(Settings);
 }

@@ -123,10 +123,12 @@ VOID PlanAddressDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count)
     AppendCommand(Code, Count);
     return;
   }
-  // One reset covers the whole port until the dispatcher starts the port again.
-  if (Changed && !mModule.mAddrDefaultsPlanned && AppendCommand(Code, Count)) {
-    mModule.mAddrDefaultsPlanned = TRUE;
+  // One decision per port: once a function of the port reached it, later functions do not ask
+  // again until the dispatcher starts the port anew, whether or not a reset was planned.
+  if (Changed && !mModule.mAddrDefaultsPlanned) {
+    AppendCommand(Code, Count);
   }
+  mModule.mAddrDefaultsPlanned = TRUE;
 }
 
 BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings) {

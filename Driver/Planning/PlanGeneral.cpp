@@ -36,20 +36,7 @@ static const UINT32 mFcoeWwnShows[] = {SHOW_PF_MFG_WWNN, SHOW_PF_WWNN, SHOW_PF_M
 static const UINT32 mEmulex0710Shares[] = {SET_PF_BANDWIDTH, SET_PF_RATE_LIMIT, SET_ADDR_DEFAULTS};
 static const UINT32 mFcoeDefaultNames[] = {SET_DEFAULT_WWNN, SET_DEFAULT_WWPN};
 
-static const UINT32 mFibreChannelNames[] = {SET_PF_WWNN,      SET_PF_WWPN,     SET_PF_TAR_WWPN1,
-                                            SET_PF_TAR_WWPN2, SET_PF_TAR_LUN1, SET_PF_TAR_LUN2};
 static const UINT32 mFibreChannelLink[] = {SET_LINK_SPEED, SET_TOPOLOGY};
-
-// The initiator name first: it is the one iSCSI setting that does not need a usable boot entry.
-static const UINT32 mIscsiSettings[] = {
-    SET_ISCSI_INI_NAME,         SET_ISCSI_INI_ADDR_ORIGIN,
-    SET_ISCSI_INI_IPV4_ADDR,    SET_ISCSI_INI_IPV4_SUBNET_MASK,
-    SET_ISCSI_INI_IPV4_GATEWAY, SET_ISCSI_TAR_ADDR_ORIGIN,
-    SET_ISCSI_TAR_NAME,         SET_ISCSI_TAR_IPV4_ADDR,
-    SET_ISCSI_TAR_TCP_PORT,     SET_ISCSI_TAR_BOOT_LUN,
-    SET_ISCSI_TAR_AUTH_METHOD,  SET_ISCSI_TAR_CHAP_USERNAME,
-    SET_ISCSI_TAR_CHAP_SECRET,  SET_ISCSI_TAR_MUT_CHAP_SECRET,
-};
 
 static BOOLEAN HasPlatformFlag6(const FUNCTION_SETTINGS *Settings) {
   return (Settings->PlatformFlags & PLATFORM_FLAG_6) != 0;
@@ -197,12 +184,12 @@ static VOID PlanGeneralPhase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
     }
   }
   if (PfType == PF_TYPE_FC || PfType == PF_TYPE_FCOE) {
-    PlanDecideAll(Call, Settings, PLAN_CODES(mFibreChannelNames));
+    PlanDecideAll(Call, Settings, PLAN_CODES(mFibreChannelNameCodes));
     if (PfType == PF_TYPE_FC) {
       PlanDecideAll(Call, Settings, PLAN_CODES(mFibreChannelLink));
     }
   } else if (PfType == PF_TYPE_ISCSI && !Family.Intel) {
-    PlanDecideAll(Call, Settings, PLAN_CODES(mIscsiSettings));
+    PlanDecideAll(Call, Settings, PLAN_CODES(mIscsiSettingCodes));
   }
   PlanFinish(Settings);
 }

@@ -83,3 +83,16 @@ VOID PlanNoteFunctionPosition(const FUNCTION_SETTINGS *Settings) {
   mModule.mFirstFunctionOfPort = Settings->PfIndex == 0;
   mModule.mPciVidDid = PlanVidDid(Settings);
 }
+
+const UINT32 mFibreChannelNameCodes[6] = {SET_PF_WWNN,      SET_PF_WWPN,     SET_PF_TAR_WWPN1,
+                                          SET_PF_TAR_WWPN2, SET_PF_TAR_LUN1, SET_PF_TAR_LUN2};
+
+const UINT32 mIscsiSettingCodes[14] = {
+    SET_ISCSI_INI_NAME,         SET_ISCSI_INI_ADDR_ORIGIN,
+    SET_ISCSI_INI_IPV4_ADDR,    SET_ISCSI_INI_IPV4_SUBNET_MASK,
+    SET_ISCSI_INI_IPV4_GATEWAY, SET_ISCSI_TAR_ADDR_ORIGIN,
+    SET_ISCSI_TAR_NAME,         SET_ISCSI_TAR_IPV4_ADDR,
+    SET_ISCSI_TAR_TCP_PORT,     SET_ISCSI_TAR_BOOT_LUN,
+    SET_ISCSI_TAR_AUTH_METHOD,  SET_ISCSI_TAR_CHAP_USERNAME,
+    SET_ISCSI_TAR_CHAP_SECRET,  SET_ISCSI_TAR_MUT_CHAP_SECRET,
+};

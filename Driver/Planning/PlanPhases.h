@@ -45,4 +45,9 @@ UINT32 PlanVidDid(const FUNCTION_SETTINGS *Settings);
 
 #define PLAN_CODES(Array) (Array), (sizeof(Array) / sizeof((Array)[0]))
 
+// Sequences that several families plan in the same order.
+extern const UINT32 mFibreChannelNameCodes[6];
+// The initiator name first: it is the one iSCSI setting that does not need a usable boot entry.
+extern const UINT32 mIscsiSettingCodes[14];
+
 #endif

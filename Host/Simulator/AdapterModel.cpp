@@ -499,7 +499,7 @@ public:
       if (L.Where == Scope::Function && At.Function >= S.Functions[At.Port].size()) {
         return Failure(Command, "no such function");
       }
-      return Perform(L, At, M);
+      return Perform(L, At, M, Command);
     }
     return Failure(Command, "command not recognized");
   }
@@ -554,12 +554,13 @@ private:
     return Out;
   }
 
-  ClpOutcome Perform(const Line &L, Position At, const Match &M) {
+  ClpOutcome Perform(const Line &L, Position At, const Match &M, const std::string &Command) {
     const std::string Property = WithTarget(L.Property, M.Target);
     switch (L.Operation) {
     case Op::Show: {
+      // A property the scenario did not give reads as empty, as on an adapter with blank settings.
       const auto Value = Get(L.Where, At, Property);
-      return Value ? Reply(*Value) : Failure(L.Pattern, "property not available");
+      return Reply(Value ? *Value : std::string());
     }
     case Op::Set:
       Map(L.Where, At)[Property] = M.Value;
@@ -592,7 +593,7 @@ private:
       return Out;
     }
     }
-    return Failure(L.Pattern, "internal");
+    return Failure(Command, "internal");
   }
 
   const Dialect &D;

@@ -49,10 +49,33 @@ std::string Printable(const std::string &Text) {
   return Out;
 }
 
+// The CLP dialogue log travels as OEM text messages; people want to read the text.
+std::string OemLogText(const TranscriptEvent &E) {
+  if (E.value("netFn", 0) != 0x2E || E.value("command", 0) != 0xF5) {
+    return "";
+  }
+  const std::string Hex = E.value("data", "");
+  if (Hex.size() < 10 || Hex.substr(6, 2) != "0C") {
+    return "";
+  }
+  std::string Text;
+  for (size_t I = 10; I + 1 < Hex.size(); I += 2) {
+    Text += static_cast<char>(std::stoi(Hex.substr(I, 2), nullptr, 16));
+  }
+  return Text;
+}
+
 std::string EventText(const TranscriptEvent &E) {
   const std::string Kind = E.value("kind", "");
   std::ostringstream Out;
   Out << Kind;
+  if (Kind == "ipmi") {
+    const std::string Text = OemLogText(E);
+    if (!Text.empty() || E.value("data", "").size() == 10) {
+      Out << " BMC log \"" << Printable(Text) << "\" completionCode=" << E.value("completionCode", 0);
+      return Out.str();
+    }
+  }
   for (auto It = E.begin(); It != E.end(); ++It) {
     if (It.key() == "kind") {
       continue;

@@ -29,12 +29,14 @@ TEST(AdapterModel, FibreChannelPortShowsWhatASetWrote) {
 
 TEST(AdapterModel, UnknownCommandsAndPortsFailAsAnAdapterWould) {
   auto M = Model(0x10DF, 0xE200, json::object());
-  for (const char *Command : {"show fcport0 OEMELX_Bogus", "", "show fcport7 OEMELX_PortEnable",
-                              "show fcport0 OEMELX_PortEnable"}) {
+  for (const char *Command : {"show fcport0 OEMELX_Bogus", "", "show fcport7 OEMELX_PortEnable"}) {
     const sim::ClpOutcome Out = M->Execute(0, 0, Command);
     EXPECT_EQ(Out.Status, 2) << Command;
     EXPECT_EQ(Out.Reply.rfind("error: ", 0), 0u) << Command;
+    EXPECT_NE(Out.Reply.find(Command), std::string::npos) << Out.Reply;
   }
+  // A known property the scenario left out reads as empty.
+  EXPECT_EQ(M->Execute(0, 0, "show fcport0 OEMELX_PortEnable").Reply, "retdata=");
 }
 
 TEST(AdapterModel, LayoutChangesWaitForTheRestartThatExitAsksFor) {

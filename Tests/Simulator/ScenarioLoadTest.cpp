@@ -44,6 +44,10 @@ std::string WithRecord(const std::string &Record) {
          Record + "}]}]},{\"name\":\"b\",\"ports\":[{\"functions\":[{\"function\":0}]}]}]}";
 }
 
+void PrintTo(const RefusedCase &Case, std::ostream *Out) {
+  *Out << Case.What;
+}
+
 class ScenarioRefused : public ::testing::TestWithParam<RefusedCase> {};
 
 TEST_P(ScenarioRefused, NamesTheKeyPath) {

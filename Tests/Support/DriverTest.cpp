@@ -9,10 +9,6 @@
 #include "Library/UefiBootServicesTableLib.h"
 #include "Library/UefiRuntimeServicesTableLib.h"
 
-// Weak: executables that never load the driver (the library tests share this fixture's source)
-// do not have to link the whole driver for it.
-EFI_STATUS EFIAPI _ModuleEntryPoint(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable)
-    __attribute__((weak));
 
 void DriverTest::SetUp() {
   Firmware = std::make_unique<fake::FakeFirmware>();
@@ -67,10 +63,6 @@ void DriverTest::TearDown() {
 }
 
 EFI_STATUS DriverTest::LoadDriver() {
-  if (_ModuleEntryPoint == nullptr) {
-    ADD_FAILURE() << "the driver's entry point is not linked into this test executable";
-    return EFI_LOAD_ERROR;
-  }
   const EFI_STATUS Status = _ModuleEntryPoint(Firmware->ImageHandle(), Firmware->SystemTable());
   Protocol = nullptr;
   if (!EFI_ERROR(Status)) {

@@ -167,10 +167,13 @@ TEST_F(AddressDefaultsTest, AddressDefaultsCopyManufacturerValuesAndPlanOncePerP
   EXPECT_EQ(Planned(), Codes{SET_ADDR_DEFAULTS});
 }
 
-TEST_F(AddressDefaultsTest, AddressDefaultsNeedADifference) {
+TEST_F(AddressDefaultsTest, AddressDefaultsNeedADifferenceAndAreDecidedOncePerPort) {
   SetText(S->CurrentAddressText[0], "001B210AFF3C");
   EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
-  EXPECT_FALSE(mModule.mAddrDefaultsPlanned);
+  // The port's decision is made: a later function that differs does not ask again.
+  EXPECT_TRUE(mModule.mAddrDefaultsPlanned);
+  SetText(S->CurrentAddressText[0], "020000000001");
+  EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
 }
 
 TEST_F(AddressDefaultsTest, AddressTableWithoutVirtualAddressAlsoAsksForDefaults) {
