@@ -44,7 +44,7 @@ le64() {
 }
 member_offset() {
   local address
-  address=$(nm -C "$driver_so" | sed -nE "s/^([0-9a-f]+) T $1\\(.*/\\1/p")
+  address=$(nm -C "$driver_so" | sed -nE "s/^([0-9a-f]+) [Tt] $1\\(.*/\\1/p")
   if [[ -z $address ]]; then
     echo "run-ovmf-test: $1 not found in $driver_so" >&2
     exit 1

@@ -6,6 +6,9 @@
 
 #define LOOP_BARRIER() __asm__ __volatile__("")
 
+// Word stores into buffers of any type.
+typedef UINT64 __attribute__((may_alias)) MEMORY_LIB_UINT64;
+
 VOID *CopyMem(VOID *DestinationBuffer, const VOID *SourceBuffer, UINTN Length) {
   if (Length == 0 || DestinationBuffer == SourceBuffer) {
     return DestinationBuffer;
@@ -40,8 +43,20 @@ VOID *SetMem(VOID *Buffer, UINTN Length, UINT8 Value) {
   if (Buffer == nullptr) {
     return Buffer;
   }
+  // The driver clears its configuration tables and parameter blocks for every controller; eight
+  // bytes per store once the destination is aligned.
   UINT8 *Bytes = (UINT8 *)Buffer;
-  for (UINTN Index = 0; Index < Length; Index++) {
+  UINTN Index = 0;
+  for (; Index < Length && ((UINTN)(Bytes + Index) & 7) != 0; Index++) {
+    LOOP_BARRIER();
+    Bytes[Index] = Value;
+  }
+  const UINT64 Repeated = 0x0101010101010101ULL * Value;
+  for (; Length - Index >= 8; Index += 8) {
+    LOOP_BARRIER();
+    *(MEMORY_LIB_UINT64 *)(Bytes + Index) = Repeated;
+  }
+  for (; Index < Length; Index++) {
     LOOP_BARRIER();
     Bytes[Index] = Value;
   }

@@ -6,16 +6,50 @@
 // Failed argument checks are reported under the library's name, not the source path.
 #define HX_ASSERT_FAILED() DebugAssert("HxStringLib", __LINE__, "0")
 
+// Parsers search every key of a table through the whole reply, so this runs over kilobytes per
+// Response. Candidates for the pattern's first byte are found eight bytes at a time: XOR with the
+// byte repeated makes a matching byte zero, and the zero-byte test flags every zero byte (it may
+// also flag a 0x01 byte above a zero, which the full comparison then rejects). Every candidate is
+// checked from the lowest position up, so the first match is returned, as a bytewise scan would.
+typedef UINT64 __attribute__((may_alias, aligned(1))) HX_UNALIGNED_UINT64;
+
+static BOOLEAN HxMatchesAt(const CHAR8 *Candidate, const CHAR8 *Pattern, UINTN PatternLength) {
+  for (UINTN Index = 1; Index < PatternLength; Index++) {
+    if (Candidate[Index] != Pattern[Index]) {
+      return FALSE;
+    }
+  }
+  return TRUE;
+}
+
 CHAR8 *HxMemSearch(const CHAR8 *Buffer, UINTN BufferLength, const CHAR8 *Pattern, UINTN PatternLength) {
   if (Buffer == nullptr || Pattern == nullptr || BufferLength < PatternLength) {
     return nullptr;
   }
-  for (UINTN Start = 0; Start <= BufferLength - PatternLength; Start++) {
-    UINTN Matched = 0;
-    while (Matched < PatternLength && Buffer[Start + Matched] == Pattern[Matched]) {
-      Matched++;
+  if (PatternLength == 0) {
+    return (CHAR8 *)Buffer;
+  }
+  const UINTN Starts = BufferLength - PatternLength + 1; // candidate positions 0 .. Starts - 1
+  const UINT64 Ones = 0x0101010101010101ULL;
+  const UINT64 Repeated = Ones * (UINT8)Pattern[0];
+  UINTN Start = 0;
+  // Whole words only: the eight bytes read lie inside the buffer.
+  for (; Start + 8 <= BufferLength && Start < Starts; Start += 8) {
+    const UINT64 Word = *(const HX_UNALIGNED_UINT64 *)(Buffer + Start) ^ Repeated;
+    UINT64 Flagged = (Word - Ones) & ~Word & (Ones << 7);
+    while (Flagged != 0) {
+      const UINTN Candidate = Start + (UINTN)(__builtin_ctzll(Flagged) >> 3);
+      if (Candidate >= Starts) {
+        return nullptr;
+      }
+      if (Buffer[Candidate] == Pattern[0] && HxMatchesAt(Buffer + Candidate, Pattern, PatternLength)) {
+        return (CHAR8 *)(Buffer + Candidate);
+      }
+      Flagged &= Flagged - 1;
     }
-    if (Matched == PatternLength) {
+  }
+  for (; Start < Starts; Start++) {
+    if (Buffer[Start] == Pattern[0] && HxMatchesAt(Buffer + Start, Pattern, PatternLength)) {
       return (CHAR8 *)(Buffer + Start);
     }
   }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 
 #include "Library/HxStringLib.h"
 #include "LibraryTestSupport.h"
@@ -94,3 +95,38 @@ TEST(HxStringLib, NullArgumentsAssertUnderTheLibraryName) {
 }
 
 } // namespace
+
+// The search reads eight bytes at a time: matches and near-matches on both sides of every word
+// boundary, the first of several matches, a first byte that recurs as 0x01-neighbours (the
+// zero-byte test flags those too), and a pattern that would end past the buffer.
+TEST(HxMemSearch, WordBoundariesAndFirstMatch) {
+  struct Case {
+    std::string Buffer;
+    std::string Pattern;
+    UINTN BufferLength; // 0: the whole buffer
+    INTN ExpectedOffset;
+  };
+  const Case Cases[] = {
+      {"abcdefgXYZ", "XYZ", 0, 7},
+      {"abcdefghXYZ", "XYZ", 0, 8},
+      {"abcdefghijklmnoX", "X", 0, 15},
+      {"abcdefghijklmnoX", "X", 15, -1},
+      {"abcdefghijklmnXY", "XYZ", 0, -1},
+      {"XaXbXcXdXYXYZXYZ", "XYZ", 0, 10},
+      {std::string("\x01\x00\x01\x00\x01\x00\x01\x00\x01\x00\x00\x01", 12), std::string("\x00\x00", 2), 0, 9},
+      {std::string("\x00\x01\x01\x01\x01\x01\x01\x01\x00\x01q", 11), std::string("\x00\x01q", 3), 0, 8},
+      {"PfMAC=1\r\nMFG_PfMAC=2", "PfMAC=", 0, 0},
+      {"MFG_PfMAC=2\r\nPfMAC=1", "PfMAC=", 0, 4},
+      {"short", "rt", 0, 3},
+      {"aaaaaaaaaaaaaaaaaaaab", "aab", 0, 18},
+  };
+  for (const Case &C : Cases) {
+    const UINTN Length = C.BufferLength != 0 ? C.BufferLength : C.Buffer.size();
+    CHAR8 *Found = HxMemSearch(A(C.Buffer.data()), Length, A(C.Pattern.data()), C.Pattern.size());
+    if (C.ExpectedOffset < 0) {
+      EXPECT_EQ(Found, nullptr) << C.Buffer;
+    } else {
+      EXPECT_EQ(Found, A(C.Buffer.data()) + C.ExpectedOffset) << C.Buffer;
+    }
+  }
+}
