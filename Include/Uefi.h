@@ -31,7 +31,9 @@ static inline CHAR8 *ASTR(char *Text) { return reinterpret_cast<CHAR8 *>(Text); 
     0x345ecc0e, 0x0cb6, 0x4b75, { 0xbb, 0x57, 0x1b, 0x12, 0x9c, 0x47, 0x33, 0x3e }                 \
   }
 
-typedef enum {
+// A 32-bit value on the wire; an adapter driver may pass any of them, so every UINT32 must be a
+// valid value of the type (a plain enum would only cover 0 to 7).
+typedef enum : UINT32 {
   EfiPlatformConfigurationActionNone = 0,
   EfiPlatformConfigurationActionStopController = 1,
   EfiPlatformConfigurationActionRestartController = 2,
