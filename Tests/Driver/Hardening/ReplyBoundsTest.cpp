@@ -7,18 +7,12 @@
 
 #include "Support/DriverTest.h"
 
-EFI_STATUS EFIAPI _ModuleEntryPoint(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable);
-
 namespace {
-
-// A strong reference, so that the driver's entry point is linked into the test executable.
-auto *const volatile kEntryPoint = &_ModuleEntryPoint;
 
 class ReplyBoundsTest : public DriverTest {
 protected:
   void SetUp() override {
     DriverTest::SetUp();
-    ASSERT_NE(nullptr, kEntryPoint);
     ASSERT_EQ(EFI_SUCCESS, LoadDriver());
     AdapterSpec Spec;
     Spec.VendorId = 0x8086;
