@@ -1,0 +1,212 @@
+// The driver's load state on a test platform: LocateProtocol and a pool that is not zeroed, a
+// scripted NALO protocol, a policy protocol, a status-code listener and a recording IPMI transport.
+#ifndef TESTS_DRIVER_PLANNING_PLANNING_FIXTURE_H_
+#define TESTS_DRIVER_PLANNING_PLANNING_FIXTURE_H_
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "ModuleState.h"
+#include "Planning/NaloConfiguration.h"
+#include "Planning/Planning.h"
+#include "Library/UefiBootServicesTableLib.h"
+
+using Codes = std::vector<INT32>;
+
+class PlanningTest : public ::testing::Test {
+public:
+  struct PortAnswer { // what GetPortConfiguration answers for one management index
+    EFI_STATUS Status = EFI_SUCCESS;
+    NALO_CONFIG_HEADER Header = {};
+    NALO_PORT_TABLE Table = {};
+  };
+  struct StatusReport {
+    UINT32 Type, Value, Instance;
+    EFI_GUID Caller;
+  };
+  struct Platform {
+    bool NaloPresent = true, PolicyPresent = false, FailAllocation = false;
+    std::map<UINT8, PortAnswer> PortAnswers; // an index missing here answers EFI_NOT_FOUND
+    std::vector<std::array<UINT8, 3>> PortCalls;
+    BOOLEAN Defaults[2] = {FALSE, FALSE};
+    int DefaultsCalls[2] = {0, 0};
+    int Notifications = 0, Allocations = 0, Frees = 0, PolicyLocates = 0, PolicyCalls = 0;
+    EFI_STATUS PolicyStatus = EFI_SUCCESS;
+    UINT8 PolicyByte2 = 0;
+    std::vector<StatusReport> Reports;
+    std::string IpmiText;
+  };
+
+  inline static PlanningTest *Current = nullptr;
+  Platform P;
+  NALO_CONFIGURATION_PROTOCOL Nalo = {nullptr, nullptr, GetPortConfiguration, QueryDefaultsFake, nullptr,
+                                      nullptr, nullptr, NotifyRestartRequired};
+  PLATFORM_POLICY_PROTOCOL Policy = {nullptr, nullptr, nullptr, GetPolicy};
+  EFI_STATUS_CODE_RUNTIME_PROTOCOL StatusCode = {ReportStatusCode};
+  IPMI_TRANSPORT_PROTOCOL Ipmi = {};
+  EFI_BOOT_SERVICES BootServices = {};
+  EFI_BOOT_SERVICES *SavedBootServices = nullptr;
+  std::deque<FUNCTION_SETTINGS> Records; // platform memory: zeroed, reached only through pointers
+  FUNCTION_SETTINGS *S = nullptr;        // the function the predicate tests decide for
+  UINTN Count = 0;
+
+  void SetUp() override {
+    SavedBootServices = gBS;
+    Fresh();
+  }
+  void TearDown() override {
+    gBS = SavedBootServices;
+    Current = nullptr;
+    ResetModuleState();
+  }
+  // Table-driven tests call it to start each case afresh.
+  virtual void Fresh() {
+    ResetModuleState();
+    Current = this;
+    P = Platform{};
+    Records.clear();
+    Count = 0;
+    BootServices.LocateProtocol = LocateProtocol;
+    BootServices.AllocatePool = AllocatePool;
+    BootServices.FreePool = FreePool;
+    gBS = &BootServices;
+    Ipmi.SendIpmiCommand = SendIpmiCommand;
+    mModule.mIpmiTransport = &Ipmi;
+    mModule.mPlatformPolicyRead = TRUE; // no forced enable unless a test asks for it
+    mModule.mFirstFunctionOfPort = TRUE;
+    mModule.mFirstFunctionOfAdapter = TRUE;
+    SelectNaloEntries(0);
+    S = NewRecord();
+  }
+
+  FUNCTION_SETTINGS *NewRecord(UINT16 Vendor = 0, UINT16 Device = 0, UINT8 Port = 0, UINT8 Pf = 0) {
+    FUNCTION_SETTINGS *R = &Records.emplace_back();
+    std::memset(R, 0, sizeof(*R));
+    R->VendorId = Vendor;
+    R->DeviceId = Device;
+    R->PortIndex = Port;
+    R->PfIndex = Pf;
+    R->PciAddress = (UINT16)(Port * 2 + Pf);
+    return R;
+  }
+  // One port of N functions; every record lists them all.
+  std::vector<FUNCTION_SETTINGS *> Port(UINT16 Vendor, UINT16 Device, UINT8 PortIndex, UINT8 N) {
+    std::vector<FUNCTION_SETTINGS *> Fs;
+    for (UINT8 Pf = 0; Pf < N; Pf++) {
+      Fs.push_back(NewRecord(Vendor, Device, PortIndex, Pf));
+    }
+    for (FUNCTION_SETTINGS *F : Fs) {
+      F->FunctionCount = N;
+      std::copy(Fs.begin(), Fs.end(), F->Functions);
+    }
+    return Fs;
+  }
+  void SetDevice(UINT16 Vendor, UINT16 Device) {
+    S->VendorId = Vendor;
+    S->DeviceId = Device;
+  }
+  BOOLEAN Plan(UINT32 Code) { return PlanCommand(S, Code, &Count); }
+  Codes Planned() const {
+    return Codes(mModule.CommandList, mModule.CommandList + (Count < 255 ? Count : 255));
+  }
+  static void SetText(CHAR8 *Field, const char *Text) { std::strcpy(reinterpret_cast<char *>(Field), Text); }
+  static std::string Text(const CHAR8 *Field) { return reinterpret_cast<const char *>(Field); }
+
+  static EFI_STATUS EFIAPI GetPortConfiguration(UINT8 NaloIndex, UINT8 CardIndex, UINT8 PortIndex,
+                                                NALO_CONFIG_HEADER *Header, NALO_PORT_TABLE *Table,
+                                                NALO_ADDRESS_ENTRY *Addresses, NALO_BOOT_ENTRY *Boot) {
+    Current->P.PortCalls.push_back({NaloIndex, CardIndex, PortIndex});
+    auto Found = Current->P.PortAnswers.find(NaloIndex);
+    if (Found == Current->P.PortAnswers.end()) {
+      return EFI_NOT_FOUND;
+    }
+    if (Header != nullptr) {
+      *Header = Found->second.Header;
+    }
+    if (Table != nullptr) {
+      *Table = Found->second.Table;
+    }
+    if (Addresses != nullptr && Boot != nullptr) { // marks that the last entries were reached
+      Addresses[15].Enabled = 1;
+      Boot[15].Enabled = 1;
+    }
+    return Found->second.Status;
+  }
+  static BOOLEAN EFIAPI QueryDefaultsFake(UINTN Selector) {
+    if (Selector > 1) {
+      ADD_FAILURE() << "QueryDefaults selector " << Selector;
+      return FALSE;
+    }
+    Current->P.DefaultsCalls[Selector]++;
+    return Current->P.Defaults[Selector];
+  }
+  static EFI_STATUS EFIAPI NotifyRestartRequired(VOID) {
+    Current->P.Notifications++;
+    return EFI_SUCCESS;
+  }
+  static EFI_STATUS EFIAPI GetPolicy(UINT8 *Record) {
+    Current->P.PolicyCalls++;
+    if (!EFI_ERROR(Current->P.PolicyStatus)) {
+      Record[PLATFORM_POLICY_FORCE_ADAPTER_ENABLE_OFFSET] = Current->P.PolicyByte2;
+    }
+    return Current->P.PolicyStatus;
+  }
+  static EFI_STATUS EFIAPI ReportStatusCode(EFI_STATUS_CODE_TYPE Type, EFI_STATUS_CODE_VALUE Value,
+                                            UINT32 Instance, EFI_GUID *CallerId, EFI_STATUS_CODE_DATA *) {
+    EXPECT_NE(CallerId, nullptr);
+    Current->P.Reports.push_back({Type, Value, Instance, CallerId != nullptr ? *CallerId : EFI_GUID{}});
+    return EFI_SUCCESS;
+  }
+  static EFI_STATUS EFIAPI LocateProtocol(EFI_GUID *Protocol, VOID *, VOID **Interface) {
+    static const EFI_GUID NaloGuid = NALO_CONFIGURATION_PROTOCOL_GUID;
+    static const EFI_GUID PolicyGuid = PLATFORM_POLICY_PROTOCOL_GUID;
+    static const EFI_GUID StatusCodeGuid = EFI_STATUS_CODE_RUNTIME_PROTOCOL_GUID;
+    *Interface = nullptr;
+    if (std::memcmp(Protocol, &NaloGuid, sizeof(EFI_GUID)) == 0 && Current->P.NaloPresent) {
+      *Interface = &Current->Nalo;
+    } else if (std::memcmp(Protocol, &PolicyGuid, sizeof(EFI_GUID)) == 0) {
+      Current->P.PolicyLocates++;
+      if (Current->P.PolicyPresent) {
+        *Interface = &Current->Policy;
+      }
+    } else if (std::memcmp(Protocol, &StatusCodeGuid, sizeof(EFI_GUID)) == 0) {
+      *Interface = &Current->StatusCode;
+    }
+    return *Interface != nullptr ? EFI_SUCCESS : EFI_NOT_FOUND;
+  }
+  static EFI_STATUS EFIAPI AllocatePool(EFI_MEMORY_TYPE, UINTN Size, VOID **Buffer) {
+    if (Current->P.FailAllocation) {
+      return EFI_OUT_OF_RESOURCES;
+    }
+    Current->P.Allocations++;
+    *Buffer = std::malloc(Size);
+    std::memset(*Buffer, 0xA5, Size); // pool memory is not zeroed by the platform
+    return EFI_SUCCESS;
+  }
+  static EFI_STATUS EFIAPI FreePool(VOID *Buffer) {
+    Current->P.Frees++;
+    std::free(Buffer);
+    return EFI_SUCCESS;
+  }
+  // Collects the text of the OEM log messages (bytes 5.. of each request).
+  static EFI_STATUS EFIAPI SendIpmiCommand(IPMI_TRANSPORT_PROTOCOL *, UINT8, UINT8, UINT8, UINT8 *Data,
+                                           UINT8 Size, UINT8 *, UINT8 *ResponseSize) {
+    if (Size >= 5) {
+      Current->P.IpmiText.append(reinterpret_cast<const char *>(Data) + 5, Size - 5);
+    }
+    if (ResponseSize != nullptr) {
+      *ResponseSize = 0;
+    }
+    return EFI_SUCCESS;
+  }
+};
+
+#endif

@@ -1,0 +1,302 @@
+// The platform's configuration tables, the family-planner bounds that the end-to-end runs do not
+// reach (the Emulex0720 port probe, a full command list, the QLogic2261 firmware message) and the
+// rewriting of the settings records for the alternative link layouts.
+#include "PlanningFixture.h"
+
+namespace {
+
+using NaloTablesTest = PlanningTest;
+
+bool TablesZero() {
+  std::vector<UINT8> All(24 + 648 + 512 + 3328, 0), Zero(All.size(), 0);
+  std::memcpy(All.data(), &mModule.mNaloHeader, 24);
+  std::memcpy(All.data() + 24, &mModule.mNaloPortTable, 648);
+  std::memcpy(All.data() + 672, mModule.mNaloAddressTable, 512);
+  std::memcpy(All.data() + 1184, mModule.mNaloBootTable, 3328);
+  return All == Zero;
+}
+
+void FillTablesWithStaleData() {
+  std::memset(&mModule.mNaloHeader, 0x5A, sizeof(mModule.mNaloHeader));
+  std::memset(&mModule.mNaloPortTable, 0x5A, sizeof(mModule.mNaloPortTable));
+  std::memset(mModule.mNaloAddressTable, 0x5A, sizeof(mModule.mNaloAddressTable));
+  std::memset(mModule.mNaloBootTable, 0x5A, sizeof(mModule.mNaloBootTable));
+}
+
+TEST_F(NaloTablesTest, LoadZeroesTheTablesFirstAndAsksOnlyWithPlatformFlag6) {
+  FillTablesWithStaleData();
+  EXPECT_EQ(LoadNaloConfiguration(S), EFI_UNSUPPORTED);
+  EXPECT_TRUE(TablesZero());
+  EXPECT_TRUE(P.PortCalls.empty());
+
+  S->PlatformFlags = PLATFORM_FLAG_6;
+  S->NaloIndex = 7;
+  S->CardIndex = 2;
+  S->PortIndex = 1;
+  P.PortAnswers[7].Header.PortTableValid = 1;
+  P.PortAnswers[7].Table.DesiredFunctionCount = 4;
+  FillTablesWithStaleData();
+  EXPECT_EQ(LoadNaloConfiguration(S), EFI_SUCCESS);
+  EXPECT_EQ(P.PortCalls, (std::vector<std::array<UINT8, 3>>{{7, 2, 1}}));
+  EXPECT_EQ(mModule.mNaloHeader.PortTableValid, 1);
+  EXPECT_EQ(mModule.mNaloPortTable.DesiredFunctionCount, 4);
+  EXPECT_EQ(mModule.mNaloAddressTable[15].Enabled + mModule.mNaloBootTable[15].Enabled, 2);
+  EXPECT_EQ(mModule.mNaloAddressTable[0].Enabled + mModule.mNaloBootTable[0].Enabled, 0); // stale bytes
+
+  // A failed load leaves no half-written tables that the predicate would trust.
+  P.PortAnswers[7].Status = EFI_DEVICE_ERROR;
+  EXPECT_EQ(LoadNaloConfiguration(S), EFI_DEVICE_ERROR);
+  EXPECT_TRUE(TablesZero());
+  P.NaloPresent = false;
+  mModule.mNaloConfig = nullptr;
+  FillTablesWithStaleData();
+  EXPECT_EQ(LoadNaloConfiguration(S), EFI_NOT_FOUND);
+  EXPECT_TRUE(TablesZero());
+}
+
+TEST_F(NaloTablesTest, MissingProtocolIsRetriedAndRestartIsNotifiedAtMostOnce) {
+  P.NaloPresent = false;
+  P.Defaults[0] = TRUE;
+  EXPECT_FALSE(QueryDefaults(0));
+  NotifyRestartOnce();
+  EXPECT_EQ(P.DefaultsCalls[0] + P.Notifications, 0);
+  P.NaloPresent = true; // the platform driver arrives later in the boot
+  EXPECT_TRUE(QueryDefaults(0));
+  for (int Call = 0; Call < 3; Call++) {
+    NotifyRestartOnce();
+  }
+  EXPECT_EQ(P.Notifications, 1);
+}
+
+TEST_F(NaloTablesTest, ForceAdapterEnableIsRetriedUntilReadThenCached) {
+  mModule.mPlatformPolicyRead = FALSE;
+  EXPECT_EQ(GetForceAdapterEnable(), 0);
+  EXPECT_EQ(GetForceAdapterEnable(), 0);
+  EXPECT_EQ(P.PolicyLocates, 2);
+  P.PolicyPresent = true;
+  P.PolicyStatus = EFI_NOT_READY;
+  EXPECT_EQ(GetForceAdapterEnable(), 0);
+  P.PolicyStatus = EFI_SUCCESS;
+  P.PolicyByte2 = 1;
+  EXPECT_EQ(GetForceAdapterEnable(), 1);
+  P.PolicyByte2 = 0;
+  EXPECT_EQ(GetForceAdapterEnable(), 1);
+  EXPECT_EQ(P.PolicyCalls, 2);
+}
+
+TEST_F(NaloTablesTest, EntrySelectionStaysInsideTheTables) {
+  SelectNaloEntries(15);
+  EXPECT_EQ(mModule.mCurFunctionEntry, &mModule.mNaloPortTable.Function[15]);
+  EXPECT_EQ(mModule.mCurAddressEntry, &mModule.mNaloAddressTable[15]);
+  EXPECT_EQ(mModule.mCurBootEntry, &mModule.mNaloBootTable[15]);
+  SelectNaloEntries(16);
+  EXPECT_EQ(mModule.mCurFunctionEntry, nullptr);
+  EXPECT_EQ(mModule.mCurAddressEntry, nullptr);
+  EXPECT_EQ(mModule.mCurBootEntry, nullptr);
+}
+
+using PlannerTest = PlanningTest;
+
+TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndices) {
+  const struct {
+    const char *Name;
+    UINT8 NaloIndex, PortCount;
+    UINT16 Subsystem;
+    std::vector<std::array<UINT8, 5>> Answers; // index, function count, enabled, RoCE mode, SR-IOV
+    UINT8 Roce, Sriov;
+    UINT32 Layout;
+    std::vector<UINT8> Calls;
+  } Cases[] = {
+      {"RoceWinsOverSriov", 10, 3, 0, {{10, 1, 1, 2, 1}}, 1, 0, 9, {10}},
+      {"PassedOverThenSriov",
+       10,
+       4,
+       0,
+       {{10, 0, 1, 1, 0}, {11, 1, 0, 1, 1}, {12, 1, 1, 0, 1}},
+       0,
+       1,
+       9,
+       {10, 11, 12}},
+      {"IndicesWrapAt256", 255, 3, 0, {}, 0, 0, 9, {255, 0, 1}},
+      {"CardIndexStays", 224, 2, 0, {}, 0, 0, 9, {224, 224}},
+      {"FourPortsKnown", 20, 0, 0xE868, {{20}, {21}}, 0, 0, 3, {20, 21}},
+      {"OnlyTheFirstKnown", 20, 0, 0xE868, {{20}}, 0, 0, 2, {20, 21, 22, 23}},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    S->NaloIndex = C.NaloIndex;
+    S->PortCount = C.PortCount;
+    S->SubsystemId = C.Subsystem;
+    for (const auto &A : C.Answers) {
+      NALO_PORT_TABLE &Table = P.PortAnswers[A[0]].Table;
+      Table.DesiredFunctionCount = A[1];
+      Table.Function[0] = {A[2], 0, 0, A[3], {}, nullptr, nullptr, nullptr, A[4], {}};
+    }
+    UINT8 Roce = 0, Sriov = 0;
+    UINT32 Layout = 9;
+    ProbeRoceAndSriov(S, &Roce, &Sriov, &Layout);
+    EXPECT_EQ(Roce, C.Roce);
+    EXPECT_EQ(Sriov, C.Sriov);
+    EXPECT_EQ(Layout, C.Layout);
+    std::vector<UINT8> Calls;
+    for (const auto &Call : P.PortCalls) {
+      Calls.push_back(Call[0]);
+    }
+    EXPECT_EQ(Calls, C.Calls);
+    EXPECT_EQ(P.Allocations + P.Frees, 2);
+  }
+  for (bool FailAllocation : {false, true}) { // every one of 255 ports, or none without pool memory
+    Fresh();
+    S->NaloIndex = 1;
+    S->PortCount = 255;
+    S->SubsystemId = 0xE868;
+    P.FailAllocation = FailAllocation;
+    UINT8 Roce = 0, Sriov = 0;
+    UINT32 Layout = 0;
+    ProbeRoceAndSriov(S, &Roce, &Sriov, &Layout);
+    EXPECT_EQ(P.PortCalls.size(), FailAllocation ? 0u : 255u + 4u);
+  }
+}
+
+TEST_F(PlannerTest, AppendsStopShortOfTheEndOfTheCommandList) {
+  mModule.mFamily.EmulexE200 = TRUE;
+  FUNCTION_SETTINGS *F = Port(0x10DF, 0xE200, 1, 1)[0];
+  mModule.mCommandCount = 248;
+  PLAN_STATE State = {248, PLAN_INSTANCE_NONE, 0, 0, 0};
+  Count = 248;
+  PlanGeneral(248, F, &State, &Count);
+  EXPECT_EQ(Count, (UINTN)COMMAND_LIST_ENTRIES - 2);          // two entries stay free for EXIT and END
+  EXPECT_EQ(mModule.CommandList[252], SHOW_PF_VOLATILE_WWNN); // the fifth of the twelve shows
+  EXPECT_EQ(mModule.CommandList[253], END);
+  EXPECT_EQ(mModule.mPlanInstance2, (UINT8)Count);
+}
+
+TEST_F(PlannerTest, QLogic2261MessageTakesMajorAndMinorOnlyWhenVirtualAddressesAreWanted) {
+  const struct {
+    const char *Version;
+    UINT8 AddressEnabled;
+    const char *Message;
+  } Cases[] = {
+      {"1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7", 1, "(1.2) does not support IOV Command. Supported from 6.7\r\n"},
+      {"5.02.01", 0, ""},
+  };
+  for (const auto &C : Cases) {
+    Fresh();
+    mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = TRUE;
+    FUNCTION_SETTINGS *F = Port(0x1077, 0x2261, 0, 1)[0];
+    SetText(F->FirmwareVersion[3], C.Version);
+    mModule.mNaloHeader.AddressTableValid = 1;
+    mModule.mNaloAddressTable[0].Enabled = C.AddressEnabled;
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
+    PlanGeneral(0, F, &State, &Count);
+    State.PlanInstance = mModule.mPlanInstance;
+    PlanGeneral(1, F, &State, &Count); // phase 2 is empty: phase 3 follows at once
+    EXPECT_EQ(Planned(), Codes{SHOW_PF_INFO});
+    EXPECT_EQ(P.IpmiText, *C.Message ? "Current QLogic FC FW Version" + std::string(C.Message) : "");
+    EXPECT_EQ(mModule.mPlanComplete, 1);
+  }
+}
+
+using LinkLayoutTest = PlanningTest;
+
+TEST_F(LinkLayoutTest, OneGigabitLayoutMovesTheFirstFunctionOfTheWalkToItsPort) {
+  const struct {
+    UINT16 Vendor, Device, Subsystem;
+    UINT8 PortIndex, FunctionNumber, Port;
+    UINT32 LinkWord, LinkConfig;
+  } Cases[] = {
+      {0x10DF, 0x0720, 0x11FA, 1, 3, 3, 0, 1}, {0x10DF, 0x0720, 0x11F9, 1, 4, 1, 0, 1},
+      {0x19A2, 0x0710, 0x0000, 0, 4, 2, 3, 0}, {0x19A2, 0x0700, 0x0000, 1, 5, 3, 3, 0},
+      {0x19A2, 0x0710, 0x0000, 1, 2, 1, 3, 0}, {0x10DF, 0x0720, 0x1234, 1, 2, 1, 7, 0},
+      {0x10DF, 0x0722, 0x11F9, 1, 2, 1, 7, 0}, {0x19A2, 0x0714, 0x0000, 1, 4, 1, 7, 0},
+  };
+  for (const auto &C : Cases) {
+    Fresh();
+    std::vector<FUNCTION_SETTINGS *> Fs = Port(C.Vendor, C.Device, C.PortIndex, 2);
+    FUNCTION_SETTINGS *F = Fs[0];
+    F->SubsystemId = C.Subsystem;
+    F->PciAddress = (UINT16)(0x1200 | C.FunctionNumber);
+    F->LinkWord = 7;
+    mModule.mLinkConfig = 1;
+    AdjustLinkLayout(F);
+    const bool Moved = C.LinkWord != 7;
+    EXPECT_EQ(
+        (std::vector<UINT32>{F->PortIndex, F->PortIndexCopy2, F->NaloIndex, F->LinkWord, F->LinkConfig}),
+        (std::vector<UINT32>{C.Port, Moved ? C.Port : 0u, Moved ? C.Port : 0u, C.LinkWord, C.LinkConfig}))
+        << std::hex << C.Device << ":" << C.Subsystem << " fn " << int(C.FunctionNumber);
+    EXPECT_EQ(F->PortCount + F->FunctionCount, Moved ? 5 : 2);
+    EXPECT_EQ(Fs[1]->PfIndex + Fs[1]->FunctionCount, 3); // only the first function of the walk
+  }
+}
+
+TEST_F(LinkLayoutTest, LaterControllersGetTheFirstFunctionsVersionsBounded) {
+  std::vector<FUNCTION_SETTINGS *> Fs = Port(0x19A2, 0x0700, 1, 12); // a controller on port 1
+  FUNCTION_SETTINGS *First = NewRecord(0x19A2, 0x0700, 0, 0);
+  SetText(First->FirmwareVersion[0], "10.1.2");
+  std::memset(First->FirmwareVersion[2], 'A', 31); // a full slot: 31 characters and NUL
+  SetText(First->FirmwareVersion[3], "13.1.2");
+  mModule.mFirstFunctionSettings = First;
+  AdjustLinkLayout(Fs[0]);
+  for (int K = 0; K < 12; K++) { // the walk stops after eight functions
+    EXPECT_EQ(Text(Fs[K]->FirmwareVersion[0]), K < 8 ? "10.1.2" : "") << K;
+    EXPECT_EQ(Text(Fs[K]->FirmwareVersion[2]), K < 8 ? std::string(31, 'A') : "") << K;
+    EXPECT_EQ(Text(Fs[K]->FirmwareVersion[3]), "");
+  }
+  const struct {
+    UINT8 FunctionCount;
+    int NullAt, Copied;
+  } Walks[] = {{3, -1, 3}, {12, 5, 5}, {0, -1, 0}}; // it also ends at the count and at a gap
+  for (const auto &C : Walks) {
+    for (FUNCTION_SETTINGS *F : Fs) {
+      F->FirmwareVersion[0][0] = 0;
+    }
+    Fs[0]->FunctionCount = C.FunctionCount;
+    Fs[0]->Functions[5] = C.NullAt == 5 ? nullptr : Fs[5];
+    AdjustLinkLayout(Fs[0]);
+    for (int K = 0; K < 12; K++) {
+      EXPECT_EQ(Text(Fs[K]->FirmwareVersion[0]).empty(), K >= C.Copied) << int(C.FunctionCount) << " " << K;
+    }
+  }
+}
+
+// A four-port 10 Gb/s board: sixteen functions listed by the first record; the platform's port
+// list points at the records of function numbers 0..3.
+std::vector<FUNCTION_SETTINGS *> FourByFour(std::vector<FUNCTION_SETTINGS *> Fs) {
+  for (UINT8 K = 0; K < 16; K++) {
+    Fs[K]->SubsystemId = 0xE868;
+    Fs[K]->PciAddress = (UINT16)(0x3A00 | K);
+  }
+  std::copy(Fs.begin(), Fs.begin() + 4, Fs[0]->Ports);
+  mModule.mLinkConfig = 3;
+  return Fs;
+}
+
+TEST_F(LinkLayoutTest, FourByTenGigabitSkipsRecordsWithoutAPlace) {
+  std::vector<FUNCTION_SETTINGS *> Fs = FourByFour(Port(0x10DF, 0x0720, 0, 16));
+  Fs[5]->PciAddress = 0x3A10; // function number 16: outside the layout's tables
+  Fs[0]->Ports[2] = nullptr;  // the platform gave no record for port 2
+  AdjustLinkLayout(Fs[0]);
+  for (UINT8 K : {2, 5, 6, 10, 14}) {
+    EXPECT_EQ(Fs[K]->PfIndex + Fs[K]->MaxLinkSpeedCode, K) << int(K);
+  }
+  EXPECT_EQ((std::vector<FUNCTION_SETTINGS *>(Fs[1]->Functions, Fs[1]->Functions + 4)),
+            (std::vector<FUNCTION_SETTINGS *>{Fs[1], Fs[9], Fs[13], nullptr}));
+  EXPECT_EQ(Fs[1]->FunctionCount, 3);
+  EXPECT_EQ(Fs[9]->PfIndex, 2); // function number 9 is function 2 of port 1
+}
+
+TEST_F(LinkLayoutTest, FourByTenGigabitNeverEndsAListBeyondItsSixteenSlots) {
+  std::vector<FUNCTION_SETTINGS *> Fs = FourByFour(Port(0x10DF, 0x0720, 0, 16));
+  for (FUNCTION_SETTINGS *F : Fs) {
+    F->PciAddress = 0x3A00; // all claim function number 0: sixteen functions on port 0
+    F->Ports[0] = Fs[0];
+  }
+  AdjustLinkLayout(Fs[0]);
+  for (FUNCTION_SETTINGS *F : Fs) {
+    EXPECT_EQ(F->FunctionCount, 16);
+    EXPECT_EQ(F->Ports[0], Fs[0]) << "the slot after Functions[15] must stay intact";
+  }
+}
+
+} // namespace

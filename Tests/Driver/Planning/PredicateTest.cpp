@@ -1,0 +1,599 @@
+// The planning predicate, code by code: when each SET code is planned and what it records, what a
+// missing or NULL wish prevents, and the bounds of the command list and of the 16-entry tables.
+#include "PlanningFixture.h"
+
+namespace {
+
+// A platform that wishes everything: all tables valid, function 0 with every entry and pointer
+// and SR-IOV, a partitioned port with a further NIC function. The single-port function reports
+// nothing; its port's second function reads FCoE.
+class PredicateTest : public PlanningTest {
+public:
+  void Fresh() override {
+    PlanningTest::Fresh();
+    NALO_CONFIG_HEADER &H = mModule.mNaloHeader;
+    H.PortTableValid = H.AddressTableValid = H.BootTableValid = H.SriovValid = 1;
+    H.InitiatorName = ASTR(Initiator);
+    NALO_PORT_TABLE &T = mModule.mNaloPortTable;
+    T.DesiredPortEnable = T.Function[1].Enabled = 1;
+    T.PortMode = T.DesiredFunctionCount = 2;
+    T.Function[0] = {1, 0, 0, 0, {}, &MinShare, &MaxShare, &FunctionVlan, 1, {}};
+    mModule.mTargetUmc = 1;
+    mModule.mCurrentPersonality = PF_TYPE_FCOE;
+    std::memcpy(Mac, "\x00\x1B\x21\x0A\xFF\x3C", 6);
+    mModule.mNaloAddressTable[0] = {1, {}, Mac, ASTR(Wwnn), ASTR(Wwpn)};
+    mModule.mNaloAddressTable[1].Enabled = 1; // also what a read behind the 16th function entry finds
+    NALO_BOOT_ENTRY &E = mModule.mNaloBootTable[0];
+    E.Enabled = 1;
+    E.BootVlanId = &BootVlan;
+    E.Target1Wwpn = ASTR(Target1);
+    E.Target2Wwpn = ASTR(Target2);
+    E.Target1Lun = ASTR(Lun1);
+    E.Target2Lun = ASTR(Lun2);
+    E.FcLinkSpeed = ASTR(Speed);
+    E.FcTopology = ASTR(Topology);
+    E.InitiatorOrigin = &InitiatorOrigin;
+    E.TargetOrigin = &TargetOrigin;
+    E.AuthMethod = &AuthMethod;
+    BootVlan = 100;
+    FunctionVlan = 200;
+    InitiatorOrigin = TargetOrigin = 1;
+    AuthMethod = 2;
+    S->PortCount = 1;
+    S->Ports[0] = S;
+  }
+  static void EnableFunction(UINTN Index, UINT8 Type) {
+    mModule.mNaloPortTable.Function[Index].Enabled = 1;
+    mModule.mNaloPortTable.Function[Index].FunctionType = Type;
+  }
+  UINT8 Mac[6] = {};
+  char Wwnn[17] = "20000090fa1b2c3d", Wwpn[17] = "10000090FA1B2C3D"; // either case
+  char Target1[20] = "50060E8012345678XY", Target2[17] = "50060E8087654321";
+  char Lun1[6] = "00015", Lun2[3] = "02", Speed[5] = "1600", Topology[4] = "P2P";
+  char Initiator[29] = "iqn.2001-04.com.example:host";
+  UINT16 BootVlan = 100, FunctionVlan = 200;
+  UINT8 MinShare = 25, MaxShare = 80, InitiatorOrigin = 1, TargetOrigin = 1, AuthMethod = 2;
+};
+
+using T = PredicateTest;
+
+TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
+  const std::vector<UINT32> Boot = {24, 25, 26, 27, 28, 29, 30, 32, 33, 34,
+                                    35, 36, 37, 38, 39, 40, 41, 42, 43};
+  const struct {
+    const char *Name;
+    std::vector<UINT32> Codes;
+    void (*Break)(T *);
+  } Cases[] = {
+      {"AllZeroMac", {SET_PF_MAC}, [](T *X) { std::memset(X->Mac, 0, 6); }},
+      {"NoAddressTable", {14, 17, 20}, [](T *) { mModule.mNaloHeader.AddressTableValid = 0; }},
+      {"AddressEntryDisabled", {14, 17, 20}, [](T *) { mModule.mNaloAddressTable[0].Enabled = 0; }},
+      {"NullAddresses",
+       {14, 17, 20},
+       [](T *) {
+         mModule.mNaloAddressTable[0] = {1, {}, 0, 0, 0};
+       }},
+      {"NoAddressEntry", {14, 17, 20}, [](T *) { mModule.mCurAddressEntry = nullptr; }},
+      {"NoBootTable", Boot, [](T *) { mModule.mNaloHeader.BootTableValid = 0; }},
+      {"NoBootTableNoName", {SET_ISCSI_INI_NAME}, [](T *) { mModule.mNaloHeader.BootTableValid = 0; }},
+      {"BootEntryDisabled", Boot, [](T *) { mModule.mNaloBootTable[0].Enabled = 0; }},
+      {"NoBootEntry", Boot, [](T *) { mModule.mCurBootEntry = nullptr; }},
+      {"NullBootFields",
+       {27, 28, 31, 32, 33, 34, 36, 37, 38, 39, 41, 42, 43},
+       [](T *) {
+         NALO_BOOT_ENTRY &E = mModule.mNaloBootTable[0];
+         E.Target2Lun = E.FcLinkSpeed = mModule.mNaloHeader.InitiatorName = nullptr;
+         E.InitiatorOrigin = E.TargetOrigin = E.AuthMethod = nullptr;
+       }},
+      {"SameInitiatorName", {31}, [](T *X) { SetText(X->S->IscsiInitiatorName, X->Initiator); }},
+      {"DhcpInitiatorNoAuth", {32, 33, 34, 41, 42, 43}, [](T *X) { X->InitiatorOrigin = X->AuthMethod = 0; }},
+      {"DhcpTarget", {36, 37, 38, 39}, [](T *X) { X->TargetOrigin = 2; }},
+      {"ChapWithoutMutual", {43}, [](T *X) { X->AuthMethod = 1; }},
+      {"Fcoe", {21, 53}, [](T *X) { X->S->PfType = PF_TYPE_FCOE; }},
+      {"IscsiHasNoPxeVlan", {53}, [](T *X) { X->S->PfType = PF_TYPE_ISCSI; }},
+      {"PortDisabled", {21, 22, 23, 53}, [](T *) { mModule.mNaloPortTable.DesiredPortEnable = 0; }},
+      {"NoPortTable", {4, 6, 21, 22, 23, 48, 53}, [](T *) { mModule.mNaloHeader.PortTableValid = 0; }},
+      {"NoFunctionEntry", {21, 22, 23}, [](T *) { mModule.mCurFunctionEntry = nullptr; }},
+      {"NoFunctionVlan", {21}, [](T *) { mModule.mNaloPortTable.Function[0].FunctionVlanId = nullptr; }},
+      {"NoBootVlan",
+       {21},
+       [](T *) { mModule.mNaloPortTable.PortMode = 0, mModule.mNaloBootTable[0].BootVlanId = 0; }},
+      {"Config25",
+       {22, 23},
+       [](T *) { mModule.mNaloHeader.ConfigType = 2, mModule.mNaloHeader.ConfigSubtype = 5; }},
+      {"NotPartitioned", {22, 23}, [](T *) { mModule.mNaloPortTable.PortMode = 0; }},
+      {"UmcNotWanted", {22, 23}, [](T *) { mModule.mTargetUmc = 0; }},
+      {"NoShares",
+       {22, 23},
+       [](T *) { mModule.mNaloPortTable.Function[0] = {1, 0, 0, 0, {}, 0, 0, 0, 0, {}}; }},
+      {"FurtherFunctionFc", {48}, [](T *) { EnableFunction(1, PF_TYPE_FC); }},
+      {"FurtherNicDisabled", {48}, [](T *) { mModule.mNaloPortTable.Function[1].Enabled = 0; }},
+      {"NicBehindTheTable",
+       {48},
+       [](T *) {
+         mModule.mNaloPortTable.Function[1].Enabled = 0, mModule.mNaloPortTable.DesiredFunctionCount = 200;
+       }},
+      {"RoceMode", {48}, [](T *) { mModule.mRoceMode = 1; }},
+      {"SriovRequested", {48}, [](T *) { mModule.mSriovRequested = 1; }},
+      {"SamePersonality", {6}, [](T *) { mModule.mCurrentPersonality = PF_TYPE_NIC; }},
+      {"OneFunctionWished", {6}, [](T *) { mModule.mNaloPortTable.DesiredFunctionCount = 1; }},
+      {"NoCountWish", {4, 6}, [](T *) { mModule.mNaloPortTable.DesiredFunctionCount = 0; }},
+      {"FiveFunctionsWished", {4}, [](T *) { mModule.mNaloPortTable.DesiredFunctionCount = 5; }},
+      {"UntypedLayout", {4, 6, 47, 48}, [](T *) { mModule.mActiveLinkConfig = 1; }},
+      {"SixteenPerPortLayout", {4, 6}, [](T *) { mModule.mActiveLinkConfig = 2; }},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    for (UINT32 Code : C.Codes) {
+      Fresh(); // the wish as it stands plans the code
+      EXPECT_TRUE(Plan(Code)) << Code;
+      Fresh();
+      C.Break(this);
+      const FUNCTION_SETTINGS Before = *S;
+      EXPECT_FALSE(Plan(Code)) << Code;
+      EXPECT_EQ(std::memcmp(&Before, S, sizeof(Before)), 0) << Code;
+    }
+  }
+}
+
+TEST_F(PredicateTest, EnableDecisions) {
+  const struct {
+    const char *Name;
+    UINT32 Code;
+    UINT8 TableValid, Wish, Reported;
+    bool Emulex0700;
+    BOOLEAN PortDefaults;
+    UINT8 Force;
+    UINT32 IscsiWord, PfType;
+    bool Append;
+    UINT8 Record;
+  } Cases[] = {
+      {"PortTableEnables", SET_PORT_EN, 1, 1, 0, false, FALSE, 0, 0, 0, true, 1},
+      {"PortTableAgrees", SET_PORT_EN, 1, 1, 1, false, FALSE, 0, 0, 0, false, 1},
+      {"PortTableDisables", SET_PORT_EN, 1, 0, 1, false, FALSE, 0, 0, 0, true, 0},
+      {"PortEmulex0700AlwaysSets", SET_PORT_EN, 1, 1, 1, true, FALSE, 0, 0, 0, true, 1},
+      {"NoPortTableDefaultsEnable", SET_PORT_EN, 0, 0, 0, false, TRUE, 0, 0, 0, true, 1},
+      {"NoPortTableNoDefaults", SET_PORT_EN, 0, 0, 0, false, FALSE, 0, 0, 0, false, 0},
+      {"NoPortTableEnabledPortNotAsked", SET_PORT_EN, 0, 0, 1, false, TRUE, 0, 0, 0, false, 1},
+      {"NoPortTableDefaultsEmulex0700", SET_PORT_EN, 0, 0, 0, true, TRUE, 0, 0, 0, true, 1},
+      {"PortForced", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 0, 0, true, 1},
+      {"PortForcedNeedsZeroIscsiWord", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 5, 0, false, 0},
+      {"BootTableEnables", SET_BOOT_EN, 1, 1, 0, false, FALSE, 0, 0, PF_TYPE_NIC, true, 1},
+      {"BootTableAgrees", SET_BOOT_EN, 1, 1, 1, false, FALSE, 0, 0, PF_TYPE_NIC, false, 1},
+      {"BootTableDisables", SET_BOOT_EN, 1, 0, 1, false, FALSE, 0, 0, PF_TYPE_NIC, true, 0},
+      {"BootEmulex0700AlwaysSets", SET_BOOT_EN, 1, 1, 1, true, FALSE, 0, 0, PF_TYPE_NIC, true, 1},
+      {"NoBootTableKeepsReported", SET_BOOT_EN, 0, 1, 0, false, FALSE, 0, 0, PF_TYPE_NIC, false, 0},
+      {"BootForcedOnNic", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_NIC, true, 1},
+      {"BootForcedOnRoce", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_ROCE, true, 1},
+      {"BootNotForcedOnFc", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_FC, false, 0},
+      {"BootNotForcedWithIscsiWord", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 1, PF_TYPE_NIC, false, 0},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    PlanningTest::Fresh();
+    mModule.mNaloHeader.PortTableValid = mModule.mNaloHeader.BootTableValid = C.TableValid;
+    mModule.mNaloPortTable.DesiredPortEnable = mModule.mNaloBootTable[0].Enabled = C.Wish;
+    S->PortEnable = S->PortEnableToApply = S->BootEnable = S->BootEnableToApply = C.Reported;
+    mModule.mFamily.Emulex0700 = C.Emulex0700;
+    P.Defaults[0] = C.PortDefaults;
+    mModule.mForceAdapterEnable = C.Force;
+    S->IscsiWord = C.IscsiWord;
+    S->PfType = C.PfType;
+    EXPECT_EQ(Plan(C.Code), C.Append ? TRUE : FALSE);
+    EXPECT_EQ(Planned(), C.Append ? Codes{(INT32)C.Code} : Codes{});
+    const bool Port = C.Code == SET_PORT_EN;
+    EXPECT_EQ(Port ? S->PortEnable : S->BootEnable, C.Record);
+    EXPECT_EQ(Port ? S->PortEnableToApply : S->BootEnableToApply, C.Record);
+    EXPECT_EQ(P.DefaultsCalls[0], Port && C.Reported == 0 && C.TableValid == 0 ? 1 : 0);
+    EXPECT_EQ((S->ProgressFlags & PROGRESS_FLAG_PORT_ENABLE_PLANNED) != 0, Port && C.TableValid == 1);
+  }
+}
+
+TEST_F(PredicateTest, QLogic1656BootEnableFollowsFirstEntryIntoInstancesOneToSeven) {
+  SetDevice(0x1077, 0x1656);
+  SelectNaloEntries(3); // the function's own entry is disabled; entry 0 decides
+  std::vector<FUNCTION_SETTINGS *> Planned(9);
+  for (UINTN Index = 0; Index < 9; Index++) {
+    Planned[Index] = mModule.mCommandSettings[Index] = (Index == 2 || Index == 5) ? nullptr : NewRecord();
+  }
+  EXPECT_TRUE(Plan(SET_BOOT_EN));
+  for (UINTN Index : {1, 3, 4, 6, 7}) {
+    EXPECT_EQ(Planned[Index]->BootEnable + Planned[Index]->BootEnableToApply, 2) << Index;
+  }
+  EXPECT_EQ(Planned[0]->BootEnable + Planned[8]->BootEnable + S->BootEnable, 0);
+}
+
+TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
+  SetText(S->MfgAddressText[0], "001B210AFF3C");
+  SetText(S->CurrentAddressText[0], "020000000001");
+  std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x00", 8);
+  mModule.mNaloAddressTable[0].Enabled = 0; // no virtual address: the manufacturer's is wanted
+  EXPECT_TRUE(Plan(SET_ADDR_DEFAULTS));
+  EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
+  EXPECT_EQ(std::memcmp(S->CurrentAddress[0], S->MfgAddress[0], 8), 0);
+  FUNCTION_SETTINGS *Second = NewRecord();
+  SetText(Second->MfgAddressText[1], "ABCDEF");
+  EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
+  EXPECT_EQ(Text(Second->CurrentAddressText[1]), "ABCDEF"); // its texts are still returned
+
+  // The first deciding function takes the port's decision even when it needed no reset.
+  Fresh();
+  P.Defaults[1] = TRUE;
+  EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
+  SetText(S->MfgAddressText[0], "001B210AFF3C");
+  EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
+  // The per-name defaults are appended even when the names already agree.
+  EXPECT_TRUE(Plan(SET_DEFAULT_WWNN));
+  EXPECT_TRUE(Plan(SET_DEFAULT_WWPN));
+  EXPECT_EQ(Planned(), (Codes{SET_DEFAULT_WWNN, SET_DEFAULT_WWPN}));
+  // Port defaults on the QLogic2261 sub-family follow the same wish; other families have none.
+  EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
+  mModule.mFamily.QLogic2261 = TRUE;
+  EXPECT_TRUE(Plan(SET_PORT_DEFAULTS));
+  EXPECT_FALSE(RestoreMacFromPermanent(nullptr));
+
+  for (bool NaloPresent : {true, false}) { // a virtual address and no request, or no protocol
+    Fresh();
+    P.NaloPresent = NaloPresent;
+    SetText(S->MfgAddressText[0], "001B210AFF3C");
+    for (UINT32 Code : {SET_ADDR_DEFAULTS, SET_DEFAULT_WWNN, SET_PORT_DEFAULTS}) {
+      mModule.mConfigStatus = EFI_SUCCESS;
+      EXPECT_FALSE(Plan(Code));
+      EXPECT_EQ(mModule.mConfigStatus, NaloPresent ? EFI_SUCCESS : EFI_NOT_FOUND);
+    }
+    EXPECT_EQ(Text(S->CurrentAddressText[0]), "");
+  }
+}
+
+TEST_F(PredicateTest, NamesGoToTheSlotOfTheFunctionTypeInTextOrder) {
+  const struct {
+    UINT32 Code, PfType;
+    UINTN Slot;
+    const char *Expected;
+  } Cases[] = {{SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D"},
+               {SET_PF_WWPN, PF_TYPE_FC, 1, "10000090FA1B2C3D"},
+               {SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
+               {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"}};
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(testing::Message() << C.Code << " type " << C.PfType);
+    Fresh();
+    S->PfType = C.PfType;
+    EXPECT_TRUE(Plan(C.Code));
+    const UINT8 Bytes[8] = {
+        UINT8(C.Expected[0] == '2' ? 0x20 : 0x10), 0x00, 0x00, 0x90, 0xFA, 0x1B, 0x2C, 0x3D};
+    EXPECT_EQ(Text(S->CurrentAddressText[C.Slot]), C.Expected);
+    EXPECT_EQ(std::memcmp(S->CurrentAddress[C.Slot], Bytes, 8), 0);
+    EXPECT_EQ(Text(S->CurrentAddressText[0]).size() + Text(S->CurrentAddressText[1]).size() +
+                  Text(S->CurrentAddressText[2]).size(),
+              16u);             // no other slot written
+    EXPECT_FALSE(Plan(C.Code)); // the lower-case wish now equals the upper-case current name
+  }
+}
+
+TEST_F(PredicateTest, BootSettingsAreCopiedBoundedAndIscsiFollowsOriginsAndAuthMethod) {
+  const struct {
+    UINT32 Code;
+    UINT16 Vendor;
+    size_t Offset; // of the record field, an interface of the platform
+    const char *Expected;
+  } Cases[] = {
+      {SET_PF_TAR_WWPN1, 0x10DF, 0x374, "50060E8012345678"},
+      {SET_PF_TAR_WWPN2, 0x10DF, 0x385, "50060E8087654321"},
+      {SET_PF_TAR_LUN1, 0x10DF, 0x396, "0001"},
+      {SET_PF_TAR_LUN2, 0x10DF, 0x39B, "02"},
+      {SET_LINK_SPEED, 0x10DF, 0x3A0, "1600"},
+      {SET_LINK_SPEED, 0x1077, 0x3A0, "16"},
+      {SET_TOPOLOGY, 0x10DF, 0x3A5, "P2"},
+  };
+  for (const auto &C : Cases) {
+    Fresh();
+    SetDevice(C.Vendor, 0x2261);
+    CHAR8 *Field = reinterpret_cast<CHAR8 *>(S) + C.Offset;
+    std::memset(Field, 'Z', 4);
+    EXPECT_TRUE(Plan(C.Code));
+    EXPECT_EQ(Text(Field), C.Expected) << C.Code;
+  }
+
+  const struct {
+    UINT8 InitiatorOrigin, TargetOrigin, AuthMethod;
+    Codes Expected;
+  } Iscsi[] = {
+      {1, 1, 2, {30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43}},
+      {0, 2, 0, {30, 35, 40}},
+      {1, 0, 1, {30, 32, 33, 34, 35, 40, 41, 42}},
+      {0, 1, 3, {30, 35, 36, 37, 38, 39, 40}},
+  };
+  for (const auto &C : Iscsi) {
+    Fresh();
+    InitiatorOrigin = C.InitiatorOrigin;
+    TargetOrigin = C.TargetOrigin;
+    AuthMethod = C.AuthMethod;
+    for (UINT32 Code = SET_ISCSI_INI_ADDR_ORIGIN; Code <= SET_ISCSI_TAR_MUT_CHAP_SECRET; Code++) {
+      if (Code != SET_ISCSI_INI_NAME) {
+        Plan(Code);
+      }
+    }
+    EXPECT_EQ(Planned(), C.Expected) << int(C.InitiatorOrigin) << int(C.TargetOrigin) << int(C.AuthMethod);
+  }
+
+  // The initiator name does not need the function's boot entry and is copied bounded.
+  std::string Long(300, 'q');
+  mModule.mNaloBootTable[0].Enabled = 0;
+  mModule.mNaloHeader.InitiatorName = ASTR(Long.data());
+  std::memset(S->IscsiInitiatorName, 'x', sizeof(S->IscsiInitiatorName));
+  EXPECT_TRUE(Plan(SET_ISCSI_INI_NAME));
+  EXPECT_EQ(Text(S->IscsiInitiatorName), Long.substr(0, 254));
+  EXPECT_EQ(S->Reserved477[0], 0); // nothing written behind the field
+}
+
+TEST_F(PredicateTest, VlanAndBandwidthDecisions) {
+  const struct {
+    const char *Name;
+    UINT32 Code, PfType;
+    UINT16 ConfigType, ConfigSubtype;
+    UINT8 PortMode;
+    UINT16 FunctionVlan, BootVlan, Reported;
+    bool Emulex0700, QLogic8070;
+    Codes Expected;
+    UINT16 Record;
+  } Cases[] = {
+      {"BootVlanDiffers", 21, 0, 0, 0, 0, 0, 100, 0, false, false, {21}, 100},
+      {"BothNoneMeanTheSame", 21, 0, 0, 0, 0, 0, 0, 0, false, false, {}, 0},
+      {"ReportedNoneAs4095", 21, 0, 0, 0, 0, 0, 4095, 0, false, false, {}, 0},
+      {"BootVlanCleared", 21, 0, 0, 0, 0, 0, 0, 50, false, false, {21}, 0},
+      {"OnlyLow12BitsCount", 21, 0, 0, 0, 0, 0, 0x1064, 100, false, false, {}, 100},
+      {"PartitionedUsesFunctionEntry", 21, 0, 0, 0, 2, 200, 100, 100, false, false, {21}, 200},
+      {"Config25UsesBootEntry", 21, 0, 2, 5, 2, 200, 100, 100, false, false, {}, 100},
+      {"Emulex0700BootSentinel", 21, 0, 0, 0, 0, 0, 100, 100, true, false, {21}, 100},
+      {"Emulex0700FunctionSentinel", 21, 0, 0, 0, 2, 100, 0, 100, true, false, {21}, 100},
+      {"PxeNewVlan", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 0, false, false, {52, 53}, 100},
+      {"PxeOtherFamilyAlwaysSetsId", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
+      {"PxeQLogic8070OnlyOnDifference", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, true, {52}, 100},
+      {"PxeQLogic8070Differs", 53, PF_TYPE_ROCE, 0, 0, 0, 0, 100, 7, false, true, {52, 53}, 100},
+      {"PxeNoVlanWantedOnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 0, 100, false, false, {52}, 100},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    S->PfType = C.PfType;
+    mModule.mNaloHeader.ConfigType = C.ConfigType;
+    mModule.mNaloHeader.ConfigSubtype = C.ConfigSubtype;
+    mModule.mNaloPortTable.PortMode = C.PortMode;
+    FunctionVlan = C.FunctionVlan;
+    BootVlan = C.BootVlan;
+    S->VlanId = C.Reported;
+    mModule.mFamily.Emulex0700 = C.Emulex0700;
+    mModule.mFamily.QLogic8070 = C.QLogic8070;
+    EXPECT_EQ(Plan(C.Code), C.Expected.empty() ? FALSE : TRUE);
+    EXPECT_EQ(Planned(), C.Expected);
+    EXPECT_EQ(S->VlanId, C.Record);
+  }
+
+  Fresh(); // the shares of a partitioned port
+  S->MaxBandwidth = 80;
+  EXPECT_TRUE(Plan(SET_PF_BANDWIDTH));
+  EXPECT_FALSE(Plan(SET_PF_RATE_LIMIT));
+  EXPECT_EQ(S->MinBandwidth, 25);
+}
+
+TEST_F(PredicateTest, UnknownCodesAppendNothing) {
+  SetDevice(0x10DF, 0xE200);
+  for (UINT32 Code : {0u, 1u, 2u, 5u, 7u, 9u, 12u, 44u, 46u, 52u, 54u, 65u, 67u, 70u, 71u, 255u, 4096u}) {
+    mModule.mConfigStatus = EFI_SUCCESS;
+    mModule.mPciVidDid = 0;
+    EXPECT_FALSE(Plan(Code)) << Code;
+    EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND) << Code;
+    EXPECT_EQ(mModule.mPciVidDid, 0x10DFE200u) << Code;
+  }
+  EXPECT_EQ(Count, 0u);
+}
+
+TEST_F(PredicateTest, AppendsKeepRoomForExitAndEnd) {
+  Count = PLAN_LAST_APPEND_INDEX;
+  EXPECT_TRUE(AppendCommand(SET_UMC, &Count));
+  EXPECT_FALSE(AppendCommand(SET_UMC, &Count));
+  EXPECT_EQ(Count, 253u);
+  Count = COMMAND_LIST_ENTRIES + 10;
+  EXPECT_FALSE(AppendCommand(SET_UMC, &Count));
+  EXPECT_FALSE(AppendCommand(SET_UMC, nullptr));
+
+  Count = 0;
+  EXPECT_FALSE(Plan(SHOW_PXE_VLANID)); // only while the PXE VLAN is enabled
+  mModule.mPxeVlanEnabled = 1;
+  for (int Call = 0; Call < 300; Call++) {
+    Plan(SHOW_PXE_VLANID);
+  }
+  EXPECT_EQ(Count, 253u);
+  EXPECT_EQ(mModule.CommandList[252], SHOW_PXE_VLANID);
+
+  // Pairs and queues: what takes the last place is planned, the rest is neither appended nor recorded.
+  Fresh();
+  mModule.mNaloPortTable.PortMode = 0;
+  Count = PLAN_LAST_APPEND_INDEX;
+  EXPECT_TRUE(Plan(SET_PXE_VLANID));
+  EXPECT_EQ(mModule.CommandList[252], SET_PXE_VLAN);
+  EXPECT_EQ(S->VlanId, 0);
+  Count = PLAN_LAST_APPEND_INDEX;
+  EXPECT_TRUE(Plan(SET_UMC));
+  EXPECT_EQ(mModule.CommandList[252], SET_SRIOV_FOR_CONTROLLER);
+  mModule.mActiveLinkConfig = 2;
+  mModule.mNaloPortTable.DesiredFunctionCount = 0;
+  Count = 250;
+  Plan(SET_PF2_TYPE);
+  EXPECT_EQ(Count, 253u);
+  EXPECT_EQ(mModule.mPfTypePfNumber[2], 3u);
+  EXPECT_EQ(mModule.mPfTypeTable[3], 0u);
+  EXPECT_EQ(mModule.CommandList[253], 0);
+  EXPECT_EQ(mModule.CommandList[254], 0);
+}
+
+TEST_F(PredicateTest, ModeAndFunctionCount) {
+  mModule.mLinkConfig = mModule.mActiveLinkConfig = 1;
+  EXPECT_FALSE(Plan(SET_MODE));
+  mModule.mLinkConfig = 0;
+  EXPECT_TRUE(Plan(SET_MODE));
+  const UINT8 Cases[][4] = {{3, 1, 1, 2}, {3, 2, 0, 9}, {4, 2, 1, 4}}; // wish, current, append, record
+  for (const auto &C : Cases) {
+    Fresh();
+    mModule.mNaloPortTable.DesiredFunctionCount = C[0];
+    mModule.mCurrentPfCount = C[1];
+    S->FunctionCount = 9;
+    EXPECT_EQ(Plan(SET_PFCOUNT), C[2]) << int(C[0]) << int(C[1]);
+    EXPECT_EQ(S->FunctionCount, C[3]);
+  }
+}
+
+TEST_F(PredicateTest, FunctionTypes) {
+  const struct {
+    UINT32 Layout;
+    UINTN Examined;
+  } Cases[] = {{2, 16}, {3, 4}, {0, 8}};
+  for (const auto &C : Cases) {
+    Fresh();
+    mModule.mActiveLinkConfig = C.Layout;
+    mModule.mNaloPortTable.DesiredFunctionCount = 0; // nothing wished: every examined NIC is disabled
+    Plan(SET_PF2_TYPE);
+    EXPECT_EQ(Count, C.Examined - 1) << C.Layout;
+    for (UINTN K = 0; K + 1 < C.Examined; K++) {
+      EXPECT_EQ(mModule.mPfTypePfNumber[K], K + 1);
+      EXPECT_EQ(mModule.mPfTypeTable[K], (UINT32)PF_TYPE_DISABLED);
+    }
+  }
+  // A RoCE type left over from an earlier profile is noticed, and the functions that partitioning
+  // brings into existence are typed even when they read disabled.
+  Fresh();
+  std::fill(mModule.mPfTypeTable, mModule.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
+  mModule.mPfTypeTable[0] = PF_TYPE_ROCE;
+  EnableFunction(2, PF_TYPE_DISABLED);
+  Plan(SET_PF2_TYPE);
+  EXPECT_EQ(mModule.mRoceTypeFound, 1);
+  const UINT32 Queue[8][2] = {{0, 0}, {0, 1}, {7, 2}, {7, 3}, {7, 4}, {7, 5}, {7, 6}, {7, 7}};
+  ASSERT_EQ(Count, 8u);
+  for (UINTN K = 0; K < 8; K++) {
+    EXPECT_EQ(mModule.mPfTypeTable[K], Queue[K][0]) << K;
+    EXPECT_EQ(mModule.mPfTypePfNumber[K], Queue[K][1]) << K;
+  }
+}
+
+TEST_F(PredicateTest, PartitioningForAFurtherNicFunction) {
+  for (UINT32 PfType : {PF_TYPE_NIC, PF_TYPE_FC}) {
+    Fresh();
+    S->SriovEnabled = 1;
+    S->PfType = PfType;
+    EXPECT_TRUE(Plan(SET_UMC));
+    // SR-IOV goes off first on a NIC.
+    EXPECT_EQ(Planned(), PfType == PF_TYPE_NIC ? (Codes{SET_SRIOV_FOR_CONTROLLER, SET_UMC}) : Codes{SET_UMC});
+    EXPECT_EQ(S->SriovEnabled, PfType == PF_TYPE_NIC ? 0 : 1);
+  }
+  Fresh(); // the sixteenth entry still counts
+  mModule.mNaloPortTable.Function[1].Enabled = 0;
+  mModule.mNaloPortTable.DesiredFunctionCount = 200;
+  EnableFunction(15, PF_TYPE_NIC);
+  EXPECT_TRUE(Plan(SET_UMC));
+}
+
+TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
+  const struct {
+    const char *Name;
+    UINT16 Vendor, Device;
+    UINT8 Wished, WishCount, Current, PfCount, Personality, CurrentUmc, TargetUmc, Roce, RoceFound, Layout,
+        First;
+    INT32 Code;
+    UINT8 Record;
+  } Cases[] = {
+      // Controller-wide: the family, not the layout, allows the decision.
+      {"ControllerOn", 0x1077, 0x8070, 0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 1, 45, 1},
+      {"ControllerAgrees", 0x1077, 0x8070, 0, 2, 1, 0, 0, 0, 0, 0, 0, 1, 1, 0, 1},
+      // Per port: any wished function counts; held back on ports with many functions.
+      {"PortOn", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"PortSecondIsFcoe", 0x19A2, 0x0712, 1, 2, 0, 2, 2, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"PortSecondIsNic", 0x19A2, 0x0712, 1, 2, 0, 2, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+      {"PortThreeFunctions", 0x19A2, 0x0712, 1, 2, 0, 3, 2, 0, 0, 0, 0, 0, 1, 0, 0},
+      {"PortWishBeyondCount", 0x19A2, 0x0712, 2, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+      {"PortCountBeyondTable", 0x19A2, 0x0712, 16, 200, 0, 1, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+      {"PortUntypedLayout", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 1, 1, 0, 0},
+      {"PortNotFirstFunction", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+      // Per function: held back while partitioning or RoCE typing is being established.
+      {"FunctionOn", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 51, 1},
+      {"FunctionHeldWhileUmcSwitchesOn", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0},
+      {"FunctionNotOnUnderUmc", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 1, 1, 0, 0, 0, 1, 0, 0},
+      {"FunctionOffUnderUmc", 0x10DF, 0x0722, 16, 2, 1, 0, 0, 1, 1, 0, 0, 0, 1, 51, 0},
+      {"FunctionHeldWhileRoceTypeLeftOver", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0},
+      {"FunctionRoceModeSwitchesOff", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 1, 0, 0, 1, 51, 0},
+      {"FunctionAgrees", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1},
+      {"OtherDevice", 0x8086, 0x1572, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    SetDevice(C.Vendor, C.Device);
+    mModule.mFamily.QLogic8070 = C.Vendor == 0x1077;
+    mModule.mNaloPortTable.Function[0].SriovEnable = 0;
+    if (C.Wished < 16) {
+      mModule.mNaloPortTable.Function[C.Wished].SriovEnable = 1;
+    }
+    mModule.mNaloPortTable.DesiredFunctionCount = C.WishCount;
+    S->SriovEnabled = C.Current;
+    mModule.mCurrentPfCount = C.PfCount;
+    mModule.mCurrentPersonality = C.Personality;
+    mModule.mCurrentUmc = C.CurrentUmc;
+    mModule.mTargetUmc = C.TargetUmc;
+    mModule.mRoceMode = C.Roce;
+    mModule.mRoceTypeFound = C.RoceFound;
+    mModule.mActiveLinkConfig = C.Layout;
+    mModule.mFirstFunctionOfPort = C.First;
+    EXPECT_EQ(Plan(SET_SRIOV_FOR_CONTROLLER), C.Code != 0 ? TRUE : FALSE);
+    EXPECT_EQ(Planned(), C.Code != 0 ? Codes{C.Code} : Codes{});
+    EXPECT_EQ(S->SriovEnabled, C.Record);
+  }
+}
+
+TEST_F(PredicateTest, MultiPortAdapterDecidesOnALaterPortForEveryPort) {
+  SetDevice(0x15B3, 0x1013);
+  mModule.mFamily.Mellanox1013 = TRUE;
+  FUNCTION_SETTINGS *SecondPort = NewRecord(0x15B3, 0x1015, 1, 0);
+  for (FUNCTION_SETTINGS *F : {S, SecondPort}) {
+    F->PortCount = 2;
+    F->Ports[0] = S;
+    F->Ports[1] = SecondPort;
+  }
+  EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
+  mModule.mFirstFunctionOfAdapter = FALSE;
+  mModule.mNaloPortTable.Function[0].SriovEnable = 0; // the first port's wish is kept
+  EXPECT_TRUE(PlanCommand(SecondPort, SET_SRIOV_FOR_PF, &Count));
+  EXPECT_EQ(Planned(), Codes{SET_SRIOV_FOR_CONTROLLER});
+  EXPECT_EQ(S->SriovEnabled + SecondPort->SriovEnabled, 2);
+
+  // The port list is walked only through its sixteen entries, whatever the count says.
+  Fresh();
+  SetDevice(0x1077, 0x1644);
+  mModule.mFirstFunctionOfAdapter = FALSE;
+  S->PortCount = 255;
+  std::vector<FUNCTION_SETTINGS *> Ports;
+  for (UINTN Port = 0; Port < 16; Port++) {
+    Ports.push_back(NewRecord());
+    S->Ports[Port] = (Port % 3 == 1) ? nullptr : Ports.back();
+  }
+  EXPECT_TRUE(Plan(SET_SRIOV_FOR_CONTROLLER));
+  for (UINTN Port = 0; Port < 16; Port++) {
+    EXPECT_EQ(Ports[Port]->SriovEnabled, Port % 3 == 1 ? 0 : 1) << Port;
+  }
+}
+
+TEST_F(PredicateTest, SriovWishInAnUntypedLayoutIsReportedOnTheFirstFunctionOfThePort) {
+  const EFI_GUID Caller = {0xD083E94C, 0x6560, 0x42E4, {0xB6, 0xD4, 0x2D, 0xF7, 0x5A, 0xDF, 0x6A, 0x2A}};
+  S->PciAddress = 0x3A01;
+  for (int Step = 0; Step < 3; Step++) {
+    mModule.mActiveLinkConfig = Step == 2 ? 0 : 1;
+    mModule.mFirstFunctionOfPort = Step != 1;
+    EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
+  }
+  ASSERT_EQ(P.Reports.size(), 1u);
+  EXPECT_EQ(P.Reports[0].Type, 0x80000002u);
+  EXPECT_EQ(P.Reports[0].Value, 0x0380801Bu);
+  EXPECT_EQ(P.Reports[0].Instance, 0x00013AAAu);
+  EXPECT_EQ(std::memcmp(&P.Reports[0].Caller, &Caller, sizeof(Caller)), 0);
+  EXPECT_NE(S->ErrorFlags & ERROR_FLAG_ERROR_REPORTED, 0);
+}
+
+} // namespace
