@@ -23,16 +23,14 @@ void FillTablesWithStaleData() {
   std::memset(mModule.mNaloBootTable, 0x5A, sizeof(mModule.mNaloBootTable));
 }
 
-TEST_F(NaloTablesTest, LoadZeroesTheTablesFirstAndAsksOnlyWithPlatformFlag6) {
+TEST_F(NaloTablesTest, LoadZeroesTheTablesFirstAndAsksOnlyWithPlatformFlag6AndEntriesStayInside) {
   FillTablesWithStaleData();
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_UNSUPPORTED);
   EXPECT_TRUE(TablesZero());
   EXPECT_TRUE(P.PortCalls.empty());
 
-  S->PlatformFlags = PLATFORM_FLAG_6;
-  S->NaloIndex = 7;
-  S->CardIndex = 2;
-  S->PortIndex = 1;
+  std::tie(S->PlatformFlags, S->NaloIndex, S->CardIndex, S->PortIndex) =
+      std::make_tuple(PLATFORM_FLAG_6, 7, 2, 1);
   P.PortAnswers[7].Header.PortTableValid = 1;
   P.PortAnswers[7].Table.DesiredFunctionCount = 4;
   FillTablesWithStaleData();
@@ -40,7 +38,6 @@ TEST_F(NaloTablesTest, LoadZeroesTheTablesFirstAndAsksOnlyWithPlatformFlag6) {
   EXPECT_EQ(P.PortCalls, (std::vector<std::array<UINT8, 3>>{{7, 2, 1}}));
   EXPECT_EQ(mModule.mNaloHeader.PortTableValid, 1);
   EXPECT_EQ(mModule.mNaloPortTable.DesiredFunctionCount, 4);
-  EXPECT_EQ(mModule.mNaloAddressTable[15].Enabled + mModule.mNaloBootTable[15].Enabled, 2);
   EXPECT_EQ(mModule.mNaloAddressTable[0].Enabled + mModule.mNaloBootTable[0].Enabled, 0); // stale bytes
 
   // A failed load leaves no half-written tables that the predicate would trust.
@@ -54,7 +51,7 @@ TEST_F(NaloTablesTest, LoadZeroesTheTablesFirstAndAsksOnlyWithPlatformFlag6) {
   EXPECT_TRUE(TablesZero());
 }
 
-TEST_F(NaloTablesTest, MissingProtocolIsRetriedAndRestartIsNotifiedAtMostOnce) {
+TEST_F(NaloTablesTest, MissingProtocolsAreRetriedRestartIsNotifiedOncePolicyIsCached) {
   P.NaloPresent = false;
   P.Defaults[0] = TRUE;
   EXPECT_FALSE(QueryDefaults(0));
@@ -66,18 +63,17 @@ TEST_F(NaloTablesTest, MissingProtocolIsRetriedAndRestartIsNotifiedAtMostOnce) {
     NotifyRestartOnce();
   }
   EXPECT_EQ(P.Notifications, 1);
-}
 
-TEST_F(NaloTablesTest, ForceAdapterEnableIsRetriedUntilReadThenCached) {
+  // The same for the policy switch, which is cached once read.
   mModule.mPlatformPolicyRead = FALSE;
   EXPECT_EQ(GetForceAdapterEnable(), 0);
   EXPECT_EQ(GetForceAdapterEnable(), 0);
   EXPECT_EQ(P.PolicyLocates, 2);
   P.PolicyPresent = true;
   P.PolicyStatus = EFI_NOT_READY;
+  P.PolicyByte2 = 1;
   EXPECT_EQ(GetForceAdapterEnable(), 0);
   P.PolicyStatus = EFI_SUCCESS;
-  P.PolicyByte2 = 1;
   EXPECT_EQ(GetForceAdapterEnable(), 1);
   P.PolicyByte2 = 0;
   EXPECT_EQ(GetForceAdapterEnable(), 1);
@@ -102,47 +98,41 @@ TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndice
     const char *Name;
     UINT8 NaloIndex, PortCount;
     UINT16 Subsystem;
-    std::vector<std::array<UINT8, 5>> Answers; // index, function count, enabled, RoCE mode, SR-IOV
     UINT8 Roce, Sriov;
     UINT32 Layout;
     std::vector<UINT8> Calls;
+    std::vector<std::array<UINT8, 5>> Answers; // index, function count, enabled, RoCE mode, SR-IOV
   } Cases[] = {
-      {"RoceWinsOverSriov", 10, 3, 0, {{10, 1, 1, 2, 1}}, 1, 0, 9, {10}},
-      {"PassedOverThenSriov",
+      {"RoceWinsOverSriov", 10, 3, 0, 1, 0, 9, {10}, {{10, 1, 1, 2, 1}}},
+      {"SriovAfterTwoPassed",
        10,
        4,
        0,
-       {{10, 0, 1, 1, 0}, {11, 1, 0, 1, 1}, {12, 1, 1, 0, 1}},
        0,
        1,
        9,
-       {10, 11, 12}},
-      {"IndicesWrapAt256", 255, 3, 0, {}, 0, 0, 9, {255, 0, 1}},
-      {"CardIndexStays", 224, 2, 0, {}, 0, 0, 9, {224, 224}},
-      {"FourPortsKnown", 20, 0, 0xE868, {{20}, {21}}, 0, 0, 3, {20, 21}},
-      {"OnlyTheFirstKnown", 20, 0, 0xE868, {{20}}, 0, 0, 2, {20, 21, 22, 23}},
+       {10, 11, 12},
+       {{10, 0, 1, 1, 0}, {11, 1, 0, 1, 1}, {12, 1, 1, 0, 1}}},
+      {"IndicesWrapAt256", 255, 3, 0, 0, 0, 9, {255, 0, 1}, {}},
+      {"CardIndexStays", 224, 2, 0, 0, 0, 9, {224, 224}, {}},
+      {"FourPortsKnown", 20, 0, 0xE868, 0, 0, 3, {20, 21}, {{20}, {21}}},
+      {"OnlyTheFirstKnown", 20, 0, 0xE868, 0, 0, 2, {20, 21, 22, 23}, {{20}}},
   };
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
     Fresh();
-    S->NaloIndex = C.NaloIndex;
-    S->PortCount = C.PortCount;
-    S->SubsystemId = C.Subsystem;
+    std::tie(S->NaloIndex, S->PortCount, S->SubsystemId) = std::tie(C.NaloIndex, C.PortCount, C.Subsystem);
     for (const auto &A : C.Answers) {
-      NALO_PORT_TABLE &Table = P.PortAnswers[A[0]].Table;
-      Table.DesiredFunctionCount = A[1];
-      Table.Function[0] = {A[2], 0, 0, A[3], {}, nullptr, nullptr, nullptr, A[4], {}};
+      P.PortAnswers[A[0]].Table.DesiredFunctionCount = A[1];
+      P.PortAnswers[A[0]].Table.Function[0] = {A[2], 0, 0, A[3], {}, nullptr, nullptr, nullptr, A[4], {}};
     }
     UINT8 Roce = 0, Sriov = 0;
     UINT32 Layout = 9;
     ProbeRoceAndSriov(S, &Roce, &Sriov, &Layout);
-    EXPECT_EQ(Roce, C.Roce);
-    EXPECT_EQ(Sriov, C.Sriov);
-    EXPECT_EQ(Layout, C.Layout);
+    EXPECT_EQ(std::tie(Roce, Sriov, Layout), std::tie(C.Roce, C.Sriov, C.Layout));
     std::vector<UINT8> Calls;
-    for (const auto &Call : P.PortCalls) {
-      Calls.push_back(Call[0]);
-    }
+    std::transform(P.PortCalls.begin(), P.PortCalls.end(), std::back_inserter(Calls),
+                   [](auto &A) { return A[0]; });
     EXPECT_EQ(Calls, C.Calls);
     EXPECT_EQ(P.Allocations + P.Frees, 2);
   }
@@ -173,27 +163,22 @@ TEST_F(PlannerTest, AppendsStopShortOfTheEndOfTheCommandList) {
 }
 
 TEST_F(PlannerTest, QLogic2261MessageTakesMajorAndMinorOnlyWhenVirtualAddressesAreWanted) {
-  const struct {
-    const char *Version;
-    UINT8 AddressEnabled;
-    const char *Message;
-  } Cases[] = {
-      {"1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7", 1, "(1.2) does not support IOV Command. Supported from 6.7\r\n"},
-      {"5.02.01", 0, ""},
-  };
-  for (const auto &C : Cases) {
+  for (UINT8 Wanted : {1, 0}) {
     Fresh();
     mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = TRUE;
     FUNCTION_SETTINGS *F = Port(0x1077, 0x2261, 0, 1)[0];
-    SetText(F->FirmwareVersion[3], C.Version);
+    SetText(F->FirmwareVersion[3], "1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7"); // sixteen components
     mModule.mNaloHeader.AddressTableValid = 1;
-    mModule.mNaloAddressTable[0].Enabled = C.AddressEnabled;
+    mModule.mNaloAddressTable[0].Enabled = Wanted;
     PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
     PlanGeneral(0, F, &State, &Count);
     State.PlanInstance = mModule.mPlanInstance;
     PlanGeneral(1, F, &State, &Count); // phase 2 is empty: phase 3 follows at once
     EXPECT_EQ(Planned(), Codes{SHOW_PF_INFO});
-    EXPECT_EQ(P.IpmiText, *C.Message ? "Current QLogic FC FW Version" + std::string(C.Message) : "");
+    EXPECT_EQ(P.IpmiText,
+              Wanted
+                  ? "Current QLogic FC FW Version(1.2) does not support IOV Command. Supported from 6.7\r\n"
+                  : "");
     EXPECT_EQ(mModule.mPlanComplete, 1);
   }
 }
