@@ -74,19 +74,15 @@ public:
     gBS = &BootServices;
     Ipmi.SendIpmiCommand = SendIpmiCommand;
     mModule.mIpmiTransport = &Ipmi;
-    mModule.mPlatformPolicyRead = TRUE; // no forced enable unless a test asks for it
-    mModule.mFirstFunctionOfPort = TRUE;
-    mModule.mFirstFunctionOfAdapter = TRUE;
+    // The policy has been read and forces nothing; the function is the first of port and adapter.
+    mModule.mPlatformPolicyRead = mModule.mFirstFunctionOfPort = mModule.mFirstFunctionOfAdapter = TRUE;
     SelectNaloEntries(0);
     S = NewRecord();
   }
 
   FUNCTION_SETTINGS *NewRecord(UINT16 Vendor = 0, UINT16 Device = 0, UINT8 Port = 0, UINT8 Pf = 0) {
     FUNCTION_SETTINGS *R = &Records.emplace_back(); // value-initialized: all zero
-    R->VendorId = Vendor;
-    R->DeviceId = Device;
-    R->PortIndex = Port;
-    R->PfIndex = Pf;
+    std::tie(R->VendorId, R->DeviceId, R->PortIndex, R->PfIndex) = std::make_tuple(Vendor, Device, Port, Pf);
     R->PciAddress = (UINT16)(Port * 2 + Pf);
     return R;
   }
@@ -103,12 +99,11 @@ public:
     return Fs;
   }
   void SetDevice(UINT16 Vendor, UINT16 Device) {
-    S->VendorId = Vendor;
-    S->DeviceId = Device;
+    std::tie(S->VendorId, S->DeviceId) = std::make_tuple(Vendor, Device);
   }
   BOOLEAN Plan(UINT32 Code) { return PlanCommand(S, Code, &Count); }
   Codes Planned() const {
-    return Codes(mModule.CommandList, mModule.CommandList + (Count < 255 ? Count : 255));
+    return Codes(mModule.CommandList, mModule.CommandList + std::min<UINTN>(Count, 255));
   }
   static void SetText(CHAR8 *Field, const char *Text) { std::strcpy(reinterpret_cast<char *>(Field), Text); }
   static std::string Text(const CHAR8 *Field) { return reinterpret_cast<const char *>(Field); }
@@ -149,19 +144,16 @@ public:
     return EFI_SUCCESS;
   }
   static EFI_STATUS EFIAPI LocateProtocol(EFI_GUID *Protocol, VOID *, VOID **Interface) {
-    static const EFI_GUID NaloGuid = NALO_CONFIGURATION_PROTOCOL_GUID;
-    static const EFI_GUID PolicyGuid = PLATFORM_POLICY_PROTOCOL_GUID;
-    static const EFI_GUID StatusCodeGuid = EFI_STATUS_CODE_RUNTIME_PROTOCOL_GUID;
+    const EFI_GUID Guids[] = {NALO_CONFIGURATION_PROTOCOL_GUID, PLATFORM_POLICY_PROTOCOL_GUID,
+                              EFI_STATUS_CODE_RUNTIME_PROTOCOL_GUID};
+    VOID *Found[] = {Current->P.NaloPresent ? &Current->Nalo : nullptr,
+                     Current->P.PolicyPresent ? &Current->Policy : nullptr, &Current->StatusCode};
     *Interface = nullptr;
-    if (std::memcmp(Protocol, &NaloGuid, sizeof(EFI_GUID)) == 0 && Current->P.NaloPresent) {
-      *Interface = &Current->Nalo;
-    } else if (std::memcmp(Protocol, &PolicyGuid, sizeof(EFI_GUID)) == 0) {
-      Current->P.PolicyLocates++;
-      if (Current->P.PolicyPresent) {
-        *Interface = &Current->Policy;
+    for (int K = 0; K < 3; K++) {
+      if (std::memcmp(Protocol, &Guids[K], sizeof(EFI_GUID)) == 0) {
+        Current->P.PolicyLocates += K == 1;
+        *Interface = Found[K];
       }
-    } else if (std::memcmp(Protocol, &StatusCodeGuid, sizeof(EFI_GUID)) == 0) {
-      *Interface = &Current->StatusCode;
     }
     return *Interface != nullptr ? EFI_SUCCESS : EFI_NOT_FOUND;
   }

@@ -7,33 +7,32 @@ namespace {
 
 using NaloTablesTest = PlanningTest;
 
-bool TablesZero() {
-  std::vector<UINT8> All(24 + 648 + 512 + 3328, 0), Zero(All.size(), 0);
-  std::memcpy(All.data(), &mModule.mNaloHeader, 24);
-  std::memcpy(All.data() + 24, &mModule.mNaloPortTable, 648);
-  std::memcpy(All.data() + 672, mModule.mNaloAddressTable, 512);
-  std::memcpy(All.data() + 1184, mModule.mNaloBootTable, 3328);
-  return All == Zero;
-}
-
-void FillTablesWithStaleData() {
-  std::memset(&mModule.mNaloHeader, 0x5A, sizeof(mModule.mNaloHeader));
-  std::memset(&mModule.mNaloPortTable, 0x5A, sizeof(mModule.mNaloPortTable));
-  std::memset(mModule.mNaloAddressTable, 0x5A, sizeof(mModule.mNaloAddressTable));
-  std::memset(mModule.mNaloBootTable, 0x5A, sizeof(mModule.mNaloBootTable));
+// Fills the four tables with Byte, if one is given, and tells whether they hold only zeros.
+bool Tables(int Byte = -1) {
+  bool Zero = true;
+  for (auto [Data, Size] : {std::pair<void *, size_t>{&mModule.mNaloHeader, 24},
+                            {&mModule.mNaloPortTable, 648},
+                            {mModule.mNaloAddressTable, 512},
+                            {mModule.mNaloBootTable, 3328}}) {
+    if (Byte >= 0) {
+      std::memset(Data, Byte, Size);
+    }
+    Zero = Zero && std::all_of((UINT8 *)Data, (UINT8 *)Data + Size, [](UINT8 B) { return B == 0; });
+  }
+  return Zero;
 }
 
 TEST_F(NaloTablesTest, LoadZeroesTheTablesFirstAndAsksOnlyWithPlatformFlag6AndEntriesStayInside) {
-  FillTablesWithStaleData();
+  Tables(0x5A); // stale data of the previous controller
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_UNSUPPORTED);
-  EXPECT_TRUE(TablesZero());
+  EXPECT_TRUE(Tables());
   EXPECT_TRUE(P.PortCalls.empty());
 
   std::tie(S->PlatformFlags, S->NaloIndex, S->CardIndex, S->PortIndex) =
       std::make_tuple(PLATFORM_FLAG_6, 7, 2, 1);
   P.PortAnswers[7].Header.PortTableValid = 1;
   P.PortAnswers[7].Table.DesiredFunctionCount = 4;
-  FillTablesWithStaleData();
+  Tables(0x5A); // stale data of the previous controller
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_SUCCESS);
   EXPECT_EQ(P.PortCalls, (std::vector<std::array<UINT8, 3>>{{7, 2, 1}}));
   EXPECT_EQ(mModule.mNaloHeader.PortTableValid, 1);
@@ -43,12 +42,17 @@ TEST_F(NaloTablesTest, LoadZeroesTheTablesFirstAndAsksOnlyWithPlatformFlag6AndEn
   // A failed load leaves no half-written tables that the predicate would trust.
   P.PortAnswers[7].Status = EFI_DEVICE_ERROR;
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_DEVICE_ERROR);
-  EXPECT_TRUE(TablesZero());
+  EXPECT_TRUE(Tables());
   P.NaloPresent = false;
   mModule.mNaloConfig = nullptr;
-  FillTablesWithStaleData();
+  Tables(0x5A); // stale data of the previous controller
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_NOT_FOUND);
-  EXPECT_TRUE(TablesZero());
+  EXPECT_TRUE(Tables());
+
+  SelectNaloEntries(15); // the entries of a function stay inside the tables
+  EXPECT_EQ(mModule.mCurBootEntry, &mModule.mNaloBootTable[15]);
+  SelectNaloEntries(16);
+  EXPECT_TRUE(!mModule.mCurFunctionEntry && !mModule.mCurAddressEntry && !mModule.mCurBootEntry);
 }
 
 TEST_F(NaloTablesTest, MissingProtocolsAreRetriedRestartIsNotifiedOncePolicyIsCached) {
@@ -80,17 +84,6 @@ TEST_F(NaloTablesTest, MissingProtocolsAreRetriedRestartIsNotifiedOncePolicyIsCa
   EXPECT_EQ(P.PolicyCalls, 2);
 }
 
-TEST_F(NaloTablesTest, EntrySelectionStaysInsideTheTables) {
-  SelectNaloEntries(15);
-  EXPECT_EQ(mModule.mCurFunctionEntry, &mModule.mNaloPortTable.Function[15]);
-  EXPECT_EQ(mModule.mCurAddressEntry, &mModule.mNaloAddressTable[15]);
-  EXPECT_EQ(mModule.mCurBootEntry, &mModule.mNaloBootTable[15]);
-  SelectNaloEntries(16);
-  EXPECT_EQ(mModule.mCurFunctionEntry, nullptr);
-  EXPECT_EQ(mModule.mCurAddressEntry, nullptr);
-  EXPECT_EQ(mModule.mCurBootEntry, nullptr);
-}
-
 using PlannerTest = PlanningTest;
 
 TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndices) {
@@ -104,15 +97,7 @@ TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndice
     std::vector<std::array<UINT8, 5>> Answers; // index, function count, enabled, RoCE mode, SR-IOV
   } Cases[] = {
       {"RoceWinsOverSriov", 10, 3, 0, 1, 0, 9, {10}, {{10, 1, 1, 2, 1}}},
-      {"SriovAfterTwoPassed",
-       10,
-       4,
-       0,
-       0,
-       1,
-       9,
-       {10, 11, 12},
-       {{10, 0, 1, 1, 0}, {11, 1, 0, 1, 1}, {12, 1, 1, 0, 1}}},
+      {"SriovThird", 10, 4, 0, 0, 1, 9, {10, 11, 12}, {{10, 0, 1, 1, 0}, {11, 1, 0, 1, 1}, {12, 1, 1, 0, 1}}},
       {"IndicesWrapAt256", 255, 3, 0, 0, 0, 9, {255, 0, 1}, {}},
       {"CardIndexStays", 224, 2, 0, 0, 0, 9, {224, 224}, {}},
       {"FourPortsKnown", 20, 0, 0xE868, 0, 0, 3, {20, 21}, {{20}, {21}}},
@@ -138,9 +123,7 @@ TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndice
   }
   for (bool FailAllocation : {false, true}) { // every one of 255 ports, or none without pool memory
     Fresh();
-    S->NaloIndex = 1;
-    S->PortCount = 255;
-    S->SubsystemId = 0xE868;
+    std::tie(S->NaloIndex, S->PortCount, S->SubsystemId) = std::make_tuple(1, 255, 0xE868);
     P.FailAllocation = FailAllocation;
     UINT8 Roce = 0, Sriov = 0;
     UINT32 Layout = 0;
@@ -215,34 +198,36 @@ TEST_F(LinkLayoutTest, OneGigabitLayoutMovesTheFirstFunctionOfTheWalkToItsPort) 
   }
 }
 
-TEST_F(LinkLayoutTest, LaterControllersGetTheFirstFunctionsVersionsBounded) {
+TEST_F(LinkLayoutTest, LaterControllersGetTheFirstFunctionsVersionsBoundedAlongTheWalk) {
   std::vector<FUNCTION_SETTINGS *> Fs = Port(0x19A2, 0x0700, 1, 12); // a controller on port 1
   FUNCTION_SETTINGS *First = NewRecord(0x19A2, 0x0700, 0, 0);
-  SetText(First->FirmwareVersion[0], "10.1.2");
   std::memset(First->FirmwareVersion[2], 'A', 31); // a full slot: 31 characters and NUL
-  SetText(First->FirmwareVersion[3], "13.1.2");
+  SetText(First->FirmwareVersion[3], "13.1.2");    // not copied
   mModule.mFirstFunctionSettings = First;
-  AdjustLinkLayout(Fs[0]);
-  for (int K = 0; K < 12; K++) { // the walk stops after eight functions
-    EXPECT_EQ(Text(Fs[K]->FirmwareVersion[0]), K < 8 ? "10.1.2" : "") << K;
-    EXPECT_EQ(Text(Fs[K]->FirmwareVersion[2]), K < 8 ? std::string(31, 'A') : "") << K;
-    EXPECT_EQ(Text(Fs[K]->FirmwareVersion[3]), "");
-  }
-  const struct {
-    UINT8 FunctionCount;
-    int NullAt, Copied;
-  } Walks[] = {{3, -1, 3}, {12, 5, 5}, {0, -1, 0}}; // it also ends at the count and at a gap
-  for (const auto &C : Walks) {
+  // The walk ends after eight functions, at the function count and at the first gap.
+  for (const auto &W : {std::array<int, 3>{12, 12, 8}, {3, 12, 3}, {12, 5, 5}}) { // count, gap, copied
     for (FUNCTION_SETTINGS *F : Fs) {
-      F->FirmwareVersion[0][0] = 0;
+      F->FirmwareVersion[2][0] = 0;
     }
-    Fs[0]->FunctionCount = C.FunctionCount;
-    Fs[0]->Functions[5] = C.NullAt == 5 ? nullptr : Fs[5];
+    Fs[0]->FunctionCount = W[0];
+    Fs[0]->Functions[5] = W[1] == 5 ? nullptr : Fs[5];
     AdjustLinkLayout(Fs[0]);
     for (int K = 0; K < 12; K++) {
-      EXPECT_EQ(Text(Fs[K]->FirmwareVersion[0]).empty(), K >= C.Copied) << int(C.FunctionCount) << " " << K;
+      EXPECT_EQ(Text(Fs[K]->FirmwareVersion[2]), K < W[2] ? std::string(31, 'A') : "") << W[0] << " " << K;
+      EXPECT_EQ(Text(Fs[K]->FirmwareVersion[3]), "");
     }
   }
+}
+
+TEST_F(PlannerTest, QLogic1644BoardsShowTheMinimumBandwidthWhateverTheSubsystem) {
+  mModule.mFamily.QLogic8070 = TRUE;
+  mModule.mCurrentUmc = 1; // partitioned, as read on the first port
+  FUNCTION_SETTINGS *F = Port(0x1077, 0x1644, 1, 1)[0];
+  F->SubsystemId = 0x61;
+  PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
+  PlanQLogic8070(0, F, &State, &Count);
+  EXPECT_EQ(Planned(), (Codes{SHOW_BOOT_EN, SHOW_PF_BANDWIDTH, SHOW_PF_RATE_LIMIT, SHOW_PF_MFG_MAC,
+                              SHOW_PF_MAC, SHOW_PF_TYPE, SHOW_PXE_VLAN}));
 }
 
 // A four-port 10 Gb/s board: sixteen functions listed by the first record; the platform's port

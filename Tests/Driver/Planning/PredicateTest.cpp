@@ -26,21 +26,13 @@ public:
     std::memcpy(Mac, "\x00\x1B\x21\x0A\xFF\x3C", 6);
     Addr0 = {1, {}, Mac, ASTR(Wwnn), ASTR(Wwpn)};
     mModule.mNaloAddressTable[1].Enabled = 1; // also what a read behind the 16th function entry finds
-    Boot0.Enabled = 1;
-    Boot0.BootVlanId = &BootVlan;
-    Boot0.Target1Wwpn = ASTR(Target1);
-    Boot0.Target2Wwpn = ASTR(Target2);
-    Boot0.Target1Lun = ASTR(Lun1);
-    Boot0.Target2Lun = ASTR(Lun2);
-    Boot0.FcLinkSpeed = ASTR(Speed);
-    Boot0.FcTopology = ASTR(Topology);
-    Boot0.InitiatorOrigin = &InitiatorOrigin;
-    Boot0.TargetOrigin = &TargetOrigin;
-    Boot0.AuthMethod = &AuthMethod;
-    BootVlan = 100;
-    FunctionVlan = 200;
-    InitiatorOrigin = TargetOrigin = 1;
-    AuthMethod = 2;
+    // Fields in the order of the platform's boot entry; the values the builders read are not needed.
+    // clang-format off
+    Boot0 = {1, {}, &BootVlan, 0, 0, 0, ASTR(Target1), ASTR(Lun1), ASTR(Target2), ASTR(Lun2), ASTR(Speed),
+             ASTR(Topology), &InitiatorOrigin, 0, 0, 0, 0, &TargetOrigin, 0, 0, 0, 0, &AuthMethod, 0, 0, 0, 0};
+    // clang-format on
+    std::tie(BootVlan, FunctionVlan, InitiatorOrigin, TargetOrigin, AuthMethod) =
+        std::make_tuple(100, 200, 1, 1, 2);
     S->PortCount = 1;
     S->Ports[0] = S;
   }
@@ -53,8 +45,8 @@ public:
   char Target1[20] = "50060E8012345678XY", Target2[17] = "50060E8087654321";
   char Lun1[6] = "00015", Lun2[3] = "02", Speed[5] = "1600", Topology[4] = "P2P";
   char Initiator[29] = "iqn.2001-04.com.example:host";
-  UINT16 BootVlan = 100, FunctionVlan = 200;
-  UINT8 MinShare = 25, MaxShare = 80, InitiatorOrigin = 1, TargetOrigin = 1, AuthMethod = 2;
+  UINT16 BootVlan = 0, FunctionVlan = 0;
+  UINT8 MinShare = 25, MaxShare = 80, InitiatorOrigin = 0, TargetOrigin = 0, AuthMethod = 0;
 };
 
 using T = PredicateTest;
@@ -196,8 +188,10 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
   EXPECT_EQ(Text(Second->CurrentAddressText[1]), "ABCDEF"); // its texts are still returned
 
-  // The first deciding function takes the port's decision even when it needed no reset.
+  // Without the platform's request a function with a virtual address wants nothing; with it, the
+  // first deciding function takes the port's decision even when it needed no reset.
   Fresh();
+  EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
   P.Defaults[1] = TRUE;
   EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
   SetText(S->MfgAddressText[0], "001B210AFF3C");
@@ -210,18 +204,16 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
   mModule.mFamily.QLogic2261 = TRUE;
   EXPECT_TRUE(Plan(SET_PORT_DEFAULTS));
+  mModule.mFamily.QLogic2261 = FALSE, mModule.mFamily.QLogic8070 = TRUE; // its MAC is the permanent one
+  EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
   EXPECT_FALSE(RestoreMacFromPermanent(nullptr));
 
-  for (bool NaloPresent : {true, false}) { // a virtual address and no request, or no protocol
-    Fresh();
-    P.NaloPresent = NaloPresent;
-    SetText(S->MfgAddressText[0], "001B210AFF3C");
-    for (UINT32 Code : {SET_ADDR_DEFAULTS, SET_DEFAULT_WWNN, SET_PORT_DEFAULTS}) {
-      mModule.mConfigStatus = EFI_SUCCESS;
-      EXPECT_FALSE(Plan(Code));
-      EXPECT_EQ(mModule.mConfigStatus, NaloPresent ? EFI_SUCCESS : EFI_NOT_FOUND);
-    }
-    EXPECT_EQ(Text(S->CurrentAddressText[0]), "");
+  Fresh(); // no protocol
+  P.NaloPresent = false;
+  for (UINT32 Code : {SET_ADDR_DEFAULTS, SET_DEFAULT_WWNN, SET_PORT_DEFAULTS}) {
+    mModule.mConfigStatus = EFI_SUCCESS;
+    EXPECT_FALSE(Plan(Code));
+    EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND);
   }
 }
 
@@ -399,6 +391,12 @@ TEST_F(PredicateTest, ModeFunctionCountAndTypes) {
       EXPECT_EQ(mModule.mPfTypeTable[K], (UINT32)PF_TYPE_DISABLED);
     }
   }
+  // A further NIC exists only on a partitioned port.
+  Fresh();
+  mModule.mTargetUmc = 0;
+  Plan(SET_PF2_TYPE);
+  EXPECT_EQ(std::make_pair(mModule.mPfTypePfNumber[0], mModule.mPfTypeTable[0]),
+            std::make_pair(UINT64{1}, UINT32{7}));
   // A RoCE type left over from an earlier profile is noticed, and the functions that partitioning
   // brings into existence are typed even when they read disabled.
   Fresh();
