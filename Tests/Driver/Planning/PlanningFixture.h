@@ -66,7 +66,6 @@ public:
     ResetModuleState();
     Current = this;
     P = Platform{};
-    Records.clear();
     Count = 0;
     BootServices.LocateProtocol = LocateProtocol;
     BootServices.AllocatePool = AllocatePool;
@@ -119,9 +118,7 @@ public:
     if (Header != nullptr) {
       *Header = Found->second.Header;
     }
-    if (Table != nullptr) {
-      *Table = Found->second.Table;
-    }
+    *Table = Found->second.Table; // every caller asks for the port table
     return Found->second.Status;
   }
   static BOOLEAN EFIAPI QueryDefaultsFake(UINTN Selector) {

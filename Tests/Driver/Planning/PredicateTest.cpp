@@ -52,8 +52,7 @@ public:
 using T = PredicateTest;
 
 TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
-  const std::vector<UINT32> Boot = {24, 25, 26, 27, 28, 29, 30, 32, 33, 34,
-                                    35, 36, 37, 38, 39, 40, 41, 42, 43};
+  std::vector<UINT32> Boot = {24, 25, 26, 27, 28, 29, 30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43};
   const struct {
     const char *Name;
     std::vector<UINT32> Codes;
@@ -214,28 +213,7 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   }
 }
 
-TEST_F(PredicateTest, NamesGoToTheSlotOfTheFunctionTypeInTextOrder) {
-  const struct {
-    UINT32 Code, PfType;
-    UINTN Slot;
-    const char *Expected;
-  } Cases[] = {{SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D"},
-               {SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
-               {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"}};
-  for (const auto &C : Cases) {
-    SCOPED_TRACE(testing::Message() << C.Code << " type " << C.PfType);
-    Fresh();
-    S->PfType = C.PfType;
-    EXPECT_TRUE(Plan(C.Code));
-    const UINT8 Bytes[8] = {UINT8(C.Expected[0] == '2' ? 0x20 : 0x10), 0, 0, 0x90, 0xFA, 0x1B, 0x2C, 0x3D};
-    EXPECT_EQ(Text(S->CurrentAddressText[C.Slot]), C.Expected);
-    EXPECT_EQ(std::memcmp(S->CurrentAddress[C.Slot], Bytes, 8), 0);
-    EXPECT_EQ(Text(S->CurrentAddressText[(C.Slot + 1) % 3]), ""); // no other slot written
-    EXPECT_FALSE(Plan(C.Code)); // the lower-case wish now equals the upper-case current name
-  }
-}
-
-TEST_F(PredicateTest, BootSettingsAreCopiedBounded) {
+TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
   const struct {
     UINT32 Code;
     UINT16 Vendor;
@@ -269,6 +247,25 @@ TEST_F(PredicateTest, BootSettingsAreCopiedBounded) {
   EXPECT_TRUE(Plan(SET_ISCSI_INI_NAME));
   EXPECT_EQ(Text(S->IscsiInitiatorName), Long.substr(0, 254));
   EXPECT_EQ(S->Reserved477[0], 0); // nothing written behind the field
+  // Names go to the slot of the function type, in text order.
+  const struct {
+    UINT32 Code, PfType;
+    UINTN Slot;
+    const char *Expected;
+  } Names[] = {{SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D"},
+               {SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
+               {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"}};
+  for (const auto &C : Names) {
+    SCOPED_TRACE(testing::Message() << C.Code << " type " << C.PfType);
+    Fresh();
+    S->PfType = C.PfType;
+    EXPECT_TRUE(Plan(C.Code));
+    const UINT8 Bytes[8] = {UINT8(C.Expected[0] == '2' ? 0x20 : 0x10), 0, 0, 0x90, 0xFA, 0x1B, 0x2C, 0x3D};
+    EXPECT_EQ(Text(S->CurrentAddressText[C.Slot]), C.Expected);
+    EXPECT_EQ(std::memcmp(S->CurrentAddress[C.Slot], Bytes, 8), 0);
+    EXPECT_EQ(Text(S->CurrentAddressText[(C.Slot + 1) % 3]), ""); // no other slot written
+    EXPECT_FALSE(Plan(C.Code)); // the lower-case wish now equals the upper-case current name
+  }
 }
 
 TEST_F(PredicateTest, VlanDecisions) {
@@ -305,19 +302,7 @@ TEST_F(PredicateTest, VlanDecisions) {
   }
 }
 
-TEST_F(PredicateTest, UnknownCodesAppendNothing) {
-  SetDevice(0x10DF, 0xE200);
-  for (UINT32 Code : {0u, 1u, 2u, 5u, 7u, 9u, 12u, 44u, 46u, 52u, 54u, 65u, 67u, 70u, 71u, 255u, 4096u}) {
-    mModule.mConfigStatus = EFI_SUCCESS;
-    mModule.mPciVidDid = 0;
-    EXPECT_FALSE(Plan(Code)) << Code;
-    EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND) << Code;
-    EXPECT_EQ(mModule.mPciVidDid, 0x10DFE200u) << Code;
-  }
-  EXPECT_EQ(Count, 0u);
-}
-
-TEST_F(PredicateTest, AppendsKeepRoomForExitAndEnd) {
+TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) {
   Count = PLAN_LAST_APPEND_INDEX;
   EXPECT_TRUE(AppendCommand(SET_UMC, &Count));
   EXPECT_FALSE(AppendCommand(SET_UMC, &Count));
@@ -352,9 +337,20 @@ TEST_F(PredicateTest, AppendsKeepRoomForExitAndEnd) {
   EXPECT_EQ(mModule.CommandList[252], SHOW_PF_VOLATILE_WWNN); // the fifth of the twelve shows
   EXPECT_EQ(mModule.CommandList[253], END);
   EXPECT_EQ(mModule.mPlanInstance2, (UINT8)Count);
+  // Unknown codes: nothing, and EFI_NOT_FOUND.
+  Fresh();
+  SetDevice(0x10DF, 0xE200);
+  for (UINT32 Code : {0u, 1u, 2u, 5u, 7u, 9u, 12u, 44u, 46u, 52u, 54u, 65u, 67u, 70u, 71u, 255u, 4096u}) {
+    mModule.mConfigStatus = EFI_SUCCESS;
+    mModule.mPciVidDid = 0;
+    EXPECT_FALSE(Plan(Code)) << Code;
+    EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND) << Code;
+    EXPECT_EQ(mModule.mPciVidDid, 0x10DFE200u) << Code;
+  }
+  EXPECT_EQ(Count, 0u);
 }
 
-TEST_F(PredicateTest, ModeFunctionCountAndTypes) {
+TEST_F(PredicateTest, LayoutFunctionCountTypesAndPartitioning) {
   mModule.mLinkConfig = mModule.mActiveLinkConfig = 1;
   EXPECT_FALSE(Plan(SET_MODE));
   mModule.mLinkConfig = 0;
@@ -398,9 +394,7 @@ TEST_F(PredicateTest, ModeFunctionCountAndTypes) {
   EXPECT_EQ(std::vector<UINT32>(mModule.mPfTypeTable, mModule.mPfTypeTable + 3),
             (std::vector<UINT32>{0, 0, 7}));
   EXPECT_EQ(mModule.mPfTypePfNumber[7], 7u);
-}
-
-TEST_F(PredicateTest, PartitioningForAFurtherNicFunction) {
+  // Partitioning for a further NIC function.
   for (UINT32 PfType : {PF_TYPE_NIC, PF_TYPE_FC}) {
     Fresh();
     S->SriovEnabled = 1;
@@ -477,9 +471,8 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   EXPECT_EQ(P.Reports,
             (std::vector<std::array<UINT32, 4>>{{0x80000002u, 0x0380801Bu, 0x00013AAAu, 0xD083E94Cu}}));
   EXPECT_NE(S->ErrorFlags & ERROR_FLAG_ERROR_REPORTED, 0);
-}
-
-TEST_F(PredicateTest, MultiPortAdapterDecidesOnALaterPortForEveryPort) {
+  // A multi-port adapter with controller-wide SR-IOV decides on a later port, for every port.
+  Fresh();
   SetDevice(0x15B3, 0x1013);
   mModule.mFamily.Mellanox1013 = TRUE;
   FUNCTION_SETTINGS *SecondPort = NewRecord(0x15B3, 0x1015, 1, 0);
