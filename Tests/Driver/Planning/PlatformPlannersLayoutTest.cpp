@@ -1,0 +1,265 @@
+// The platform's configuration tables, what of the family planners the end-to-end runs do not
+// reach (the Emulex0720 port probe, the QLogic2261 firmware message, the QLogic1644 bandwidth
+// query) and the rewriting of the settings records for the alternative link layouts.
+#include "PlanningFixture.h"
+
+namespace {
+
+using NaloTablesTest = PlanningTest;
+
+// Fills the four tables with Byte, if one is given, and tells whether they hold only zeros.
+bool Tables(int Byte = -1) {
+  bool Zero = true;
+  for (auto [Data, Size] : {std::pair<void *, size_t>{&mModule.mNaloHeader, 24},
+                            {&mModule.mNaloPortTable, 648},
+                            {mModule.mNaloAddressTable, 512},
+                            {mModule.mNaloBootTable, 3328}}) {
+    if (Byte >= 0) {
+      std::memset(Data, Byte, Size);
+    }
+    Zero = Zero && std::all_of((UINT8 *)Data, (UINT8 *)Data + Size, [](UINT8 B) { return B == 0; });
+  }
+  return Zero;
+}
+
+TEST_F(NaloTablesTest, LoadQueryNotifyAndPolicy) {
+  Tables(0x5A); // stale data of the previous controller
+  EXPECT_EQ(LoadNaloConfiguration(S), EFI_UNSUPPORTED);
+  EXPECT_TRUE(Tables());
+  EXPECT_TRUE(P.PortCalls.empty());
+  std::tie(S->PlatformFlags, S->NaloIndex, S->CardIndex, S->PortIndex) =
+      std::make_tuple(PLATFORM_FLAG_6, 7, 2, 1);
+  P.PortAnswers[7].Header.PortTableValid = 1;
+  Tables(0x5A);
+  EXPECT_EQ(LoadNaloConfiguration(S), EFI_SUCCESS);
+  EXPECT_EQ(P.PortCalls, (std::vector<std::array<UINT8, 3>>{{7, 2, 1}}));
+  EXPECT_EQ(mModule.mNaloHeader.PortTableValid, 1);
+  EXPECT_EQ(mModule.mNaloAddressTable[0].Enabled + mModule.mNaloBootTable[0].Enabled, 0); // stale bytes
+  // A failed load leaves no half-written tables that the predicate would trust.
+  P.PortAnswers[7].Status = EFI_DEVICE_ERROR;
+  EXPECT_EQ(LoadNaloConfiguration(S), EFI_DEVICE_ERROR);
+  EXPECT_TRUE(Tables());
+  P.NaloPresent = false;
+  mModule.mNaloConfig = nullptr;
+  Tables(0x5A);
+  EXPECT_EQ(LoadNaloConfiguration(S), EFI_NOT_FOUND);
+  EXPECT_TRUE(Tables());
+  SelectNaloEntries(15); // the entries of a function stay inside the tables
+  EXPECT_EQ(mModule.mCurBootEntry, &mModule.mNaloBootTable[15]);
+  SelectNaloEntries(16);
+  EXPECT_TRUE(!mModule.mCurFunctionEntry && !mModule.mCurAddressEntry && !mModule.mCurBootEntry);
+  // Missing protocols are retried; the restart is notified once; the policy is cached once read.
+  Fresh();
+  P.NaloPresent = false;
+  P.Defaults[0] = TRUE;
+  EXPECT_FALSE(QueryDefaults(0));
+  NotifyRestartOnce();
+  EXPECT_EQ(P.DefaultsCalls[0] + P.Notifications, 0);
+  P.NaloPresent = true; // the platform driver arrives later in the boot
+  EXPECT_TRUE(QueryDefaults(0));
+  NotifyRestartOnce();
+  NotifyRestartOnce();
+  EXPECT_EQ(P.Notifications, 1);
+  // The same for the policy switch, which is cached once read.
+  mModule.mPlatformPolicyRead = FALSE;
+  EXPECT_EQ(GetForceAdapterEnable(), 0);
+  EXPECT_EQ(P.PolicyLocates, 1);
+  P.PolicyPresent = true;
+  P.PolicyStatus = EFI_NOT_READY;
+  P.PolicyByte2 = 1;
+  EXPECT_EQ(GetForceAdapterEnable(), 0);
+  P.PolicyStatus = EFI_SUCCESS;
+  EXPECT_EQ(GetForceAdapterEnable(), 1);
+  P.PolicyByte2 = 0;
+  EXPECT_EQ(GetForceAdapterEnable(), 1);
+  EXPECT_EQ(P.PolicyCalls, 2);
+}
+
+using PlannerTest = PlanningTest;
+
+TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndices) {
+  const struct {
+    const char *Name;
+    UINT8 NaloIndex, PortCount;
+    UINT32 Subsystem, Roce, Sriov, Layout;
+    std::vector<UINT8> Calls;
+    std::vector<std::array<UINT8, 5>> Answers; // index, function count, enabled, RoCE mode, SR-IOV
+  } Cases[] = {
+      {"RoceWinsOverSriov", 10, 3, 0, 1, 0, 9, {10}, {{10, 1, 1, 2, 1}}},
+      {"SriovThird", 10, 4, 0, 0, 1, 9, {10, 11, 12}, {{10, 0, 1, 1, 0}, {11, 1, 0, 1, 1}, {12, 1, 1, 0, 1}}},
+      {"IndicesWrapAt256", 255, 3, 0, 0, 0, 9, {255, 0, 1}, {}},
+      {"CardIndexStays", 224, 2, 0, 0, 0, 9, {224, 224}, {}},
+      {"FourPortsKnown", 20, 0, 0xE868, 0, 0, 3, {20, 21}, {{20}, {21}}},
+      {"OnlyTheFirstKnown", 20, 0, 0xE868, 0, 0, 2, {20, 21, 22, 23}, {{20}}},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    std::tie(S->NaloIndex, S->PortCount, S->SubsystemId) =
+        std::make_tuple(C.NaloIndex, C.PortCount, C.Subsystem);
+    for (const auto &A : C.Answers) {
+      P.PortAnswers[A[0]].Table.DesiredFunctionCount = A[1];
+      P.PortAnswers[A[0]].Table.Function[0] = {A[2], 0, 0, A[3], {}, nullptr, nullptr, nullptr, A[4], {}};
+    }
+    UINT8 Roce = 0, Sriov = 0;
+    UINT32 Layout = 9;
+    ProbeRoceAndSriov(S, &Roce, &Sriov, &Layout);
+    EXPECT_EQ(std::tie(Roce, Sriov, Layout), std::tie(C.Roce, C.Sriov, C.Layout));
+    std::vector<UINT8> Calls;
+    std::transform(P.PortCalls.begin(), P.PortCalls.end(), std::back_inserter(Calls),
+                   [](auto &A) { return A[0]; });
+    EXPECT_EQ(Calls, C.Calls);
+    EXPECT_EQ(P.Allocations + P.Frees, 2);
+  }
+  for (bool FailAllocation : {false, true}) { // every one of 255 ports, or none without pool memory
+    Fresh();
+    std::tie(S->NaloIndex, S->PortCount, S->SubsystemId) = std::make_tuple(1, 255, 0xE868);
+    P.FailAllocation = FailAllocation;
+    UINT8 Roce = 0, Sriov = 0;
+    UINT32 Layout = 0;
+    ProbeRoceAndSriov(S, &Roce, &Sriov, &Layout);
+    EXPECT_EQ(P.PortCalls.size(), FailAllocation ? 0u : 255u + 4u);
+  }
+}
+
+// What of the family planners the end-to-end runs leave open. Phase 3 is run at Instance 5.
+TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
+  PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+  char Name[17] = "20000090FA1B2C3D";
+  mModule.mFamily.EmulexE200 = TRUE; // a NIC function gets no name codes although names are wished
+  mModule.mNaloHeader.AddressTableValid = 1;
+  mModule.mNaloAddressTable[0] = {1, {}, nullptr, ASTR(Name), ASTR(Name)};
+  PlanGeneral(5, NewRecord(0x10DF, 0xE200, 0, 0), &State, &Count);
+  EXPECT_EQ(Planned(), Codes{});
+  Fresh(); // an Emulex0720 function at the wished function count ends the plan without settings
+  mModule.mFamily.Emulex0720 = TRUE;
+  mModule.mNaloHeader.PortTableValid = mModule.mNaloPortTable.DesiredPortEnable = 1;
+  mModule.mNaloPortTable.DesiredFunctionCount = 1;
+  PlanEmulex0720(5, NewRecord(0x10DF, 0x0720, 0, 1), &State, &Count);
+  EXPECT_EQ(Planned(), Codes{});
+  EXPECT_EQ(mModule.mPlanComplete, 1);
+  Fresh(); // a later function of a Mellanox1017 adapter reads no versions
+  mModule.mFamily.Mellanox1017 = TRUE;
+  mModule.mFirstFunctionOfAdapter = FALSE;
+  PlanMellanox1017(0, NewRecord(0x15B3, 0x1017, 0, 1), &State, &Count);
+  EXPECT_EQ(Planned(), Codes{SHOW_MAX_LINK_SPEED});
+  Fresh(); // a partitioned QLogic1644 shows the minimum bandwidth whatever its subsystem
+  mModule.mFamily.QLogic8070 = TRUE;
+  mModule.mCurrentUmc = 1;
+  FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x1644, 1, 0);
+  F->SubsystemId = 0x61;
+  PlanQLogic8070(0, F, &State, &Count);
+  EXPECT_EQ(Planned(), (Codes{SHOW_BOOT_EN, SHOW_PF_BANDWIDTH, SHOW_PF_RATE_LIMIT, SHOW_PF_MFG_MAC,
+                              SHOW_PF_MAC, SHOW_PF_TYPE, SHOW_PXE_VLAN}));
+  // A QLogic2261 without IOV support tells the management controller when virtual names are wanted.
+  for (UINT8 Wanted : {1, 0}) {
+    Fresh();
+    mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = TRUE;
+    F = NewRecord(0x1077, 0x2261, 0, 0);
+    SetText(F->FirmwareVersion[3], "1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7"); // sixteen components
+    mModule.mNaloHeader.AddressTableValid = 1;
+    mModule.mNaloAddressTable[0].Enabled = Wanted;
+    State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
+    PlanGeneral(0, F, &State, &Count);
+    State.PlanInstance = mModule.mPlanInstance;
+    PlanGeneral(1, F, &State, &Count); // phase 2 is empty: phase 3 follows at once
+    EXPECT_EQ(Planned(), Codes{SHOW_PF_INFO});
+    EXPECT_EQ(P.IpmiText.substr(0, 39), Wanted ? "Current QLogic FC FW Version(1.2) does " : "");
+  }
+}
+
+using LinkLayoutTest = PlanningTest;
+
+TEST_F(LinkLayoutTest, OneGigabitLayoutMovesTheFirstFunctionOfTheWalkToItsPort) {
+  const struct {
+    UINT16 Vendor, Device, Subsystem;
+    UINT8 PortIndex, FunctionNumber, Port;
+    UINT32 LinkWord, LinkConfig;
+  } Cases[] = {
+      {0x10DF, 0x0720, 0x11FA, 1, 3, 3, 0, 1}, {0x10DF, 0x0720, 0x11F9, 1, 4, 1, 0, 1},
+      {0x19A2, 0x0710, 0x0000, 0, 4, 2, 3, 0}, {0x19A2, 0x0700, 0x0000, 1, 5, 3, 3, 0},
+      {0x19A2, 0x0710, 0x0000, 1, 2, 1, 3, 0}, {0x10DF, 0x0720, 0x1234, 1, 2, 1, 7, 0},
+      {0x10DF, 0x0722, 0x11F9, 1, 2, 1, 7, 0}, {0x19A2, 0x0714, 0x0000, 1, 4, 1, 7, 0},
+  };
+  for (const auto &C : Cases) {
+    Fresh();
+    std::vector<FUNCTION_SETTINGS *> Fs = Port(C.Vendor, C.Device, C.PortIndex, 2);
+    FUNCTION_SETTINGS *F = Fs[0];
+    F->SubsystemId = C.Subsystem;
+    F->PciAddress = (UINT16)(0x1200 | C.FunctionNumber);
+    F->LinkWord = 7;
+    mModule.mLinkConfig = 1;
+    AdjustLinkLayout(F);
+    const bool Moved = C.LinkWord != 7;
+    EXPECT_EQ(
+        (std::vector<UINT32>{F->PortIndex, F->PortIndexCopy2, F->NaloIndex, F->LinkWord, F->LinkConfig}),
+        (std::vector<UINT32>{C.Port, Moved ? C.Port : 0u, Moved ? C.Port : 0u, C.LinkWord, C.LinkConfig}))
+        << std::hex << C.Device << ":" << C.Subsystem << " fn " << int(C.FunctionNumber);
+    EXPECT_EQ(F->PortCount + F->FunctionCount, Moved ? 5 : 2);
+    EXPECT_EQ(Fs[1]->PfIndex + Fs[1]->FunctionCount, 3); // only the first function of the walk
+  }
+}
+
+TEST_F(LinkLayoutTest, LaterControllersGetTheFirstFunctionsVersionsBoundedAlongTheWalk) {
+  std::vector<FUNCTION_SETTINGS *> Fs = Port(0x19A2, 0x0700, 1, 12); // a controller on port 1
+  FUNCTION_SETTINGS *First = NewRecord(0x19A2, 0x0700, 0, 0);
+  std::memset(First->FirmwareVersion[2], 'A', 31); // a full slot: 31 characters and NUL
+  SetText(First->FirmwareVersion[3], "13.1.2");    // not copied
+  mModule.mFirstFunctionSettings = First;
+  // The walk ends after eight functions, at the function count and at the first gap.
+  for (const auto &W : {std::array<int, 3>{3, 12, 3}, {12, 5, 5}, {12, 12, 8}}) { // count, gap, copied
+    Fs[0]->FunctionCount = W[0];
+    Fs[0]->Functions[5] = W[1] == 5 ? nullptr : Fs[5];
+    AdjustLinkLayout(Fs[0]);
+    for (int K = 0; K < 12; K++) {
+      EXPECT_EQ(Text(Fs[K]->FirmwareVersion[2]), K < W[2] ? std::string(31, 'A') : "") << W[0] << " " << K;
+      EXPECT_EQ(Text(Fs[K]->FirmwareVersion[3]), "");
+    }
+  }
+  mModule.mFamily.EmulexE200 = TRUE; // the same for a later controller of an EmulexE200 adapter
+  FUNCTION_SETTINGS *Second = NewRecord(0x10DF, 0xE200, 1, 0);
+  AdjustLinkLayout(Second);
+  EXPECT_EQ(Text(Second->FirmwareVersion[2]) + Text(Second->FirmwareVersion[3]), std::string(31, 'A'));
+}
+
+// A four-port 10 Gb/s board: sixteen functions listed by the first record; the platform's port
+// list points at the records of function numbers 0..3.
+std::vector<FUNCTION_SETTINGS *> FourByFour(std::vector<FUNCTION_SETTINGS *> Fs) {
+  for (UINT8 K = 0; K < 16; K++) {
+    Fs[K]->SubsystemId = 0xE868;
+    Fs[K]->PciAddress = (UINT16)(0x3A00 | K);
+  }
+  std::copy(Fs.begin(), Fs.begin() + 4, Fs[0]->Ports);
+  mModule.mLinkConfig = 3;
+  return Fs;
+}
+
+TEST_F(LinkLayoutTest, FourByTenGigabitSkipsRecordsWithoutAPlaceAndStaysInsideTheLists) {
+  std::vector<FUNCTION_SETTINGS *> Fs = FourByFour(Port(0x10DF, 0x0720, 0, 16));
+  Fs[5]->PciAddress = 0x3A10; // function number 16: outside the layout's tables
+  Fs[0]->Ports[2] = nullptr;  // the platform gave no record for port 2
+  mModule.mLinkConfig = 2;    // nothing moves but in layout 3
+  AdjustLinkLayout(Fs[0]);
+  EXPECT_EQ(Fs[9]->PfIndex, 9);
+  mModule.mLinkConfig = 3;
+  AdjustLinkLayout(Fs[0]);
+  for (UINT8 K : {2, 5, 6, 10, 14}) {
+    EXPECT_EQ(Fs[K]->PfIndex + Fs[K]->MaxLinkSpeedCode, K) << int(K);
+  }
+  EXPECT_EQ((std::vector<FUNCTION_SETTINGS *>(Fs[1]->Functions, Fs[1]->Functions + 4)),
+            (std::vector<FUNCTION_SETTINGS *>{Fs[1], Fs[9], Fs[13], nullptr}));
+  EXPECT_EQ(Fs[1]->FunctionCount, 3);
+  EXPECT_EQ(Fs[9]->PfIndex, 2); // function number 9 is function 2 of port 1
+  Fs = FourByFour(Port(0x10DF, 0x0720, 0, 16));
+  for (FUNCTION_SETTINGS *F : Fs) {
+    F->PciAddress = 0x3A00; // all claim function number 0: sixteen functions on port 0
+    F->Ports[0] = Fs[0];
+  }
+  AdjustLinkLayout(Fs[0]);
+  for (FUNCTION_SETTINGS *F : Fs) {
+    EXPECT_EQ(F->FunctionCount, 16);
+    EXPECT_EQ(F->Ports[0], Fs[0]) << "the slot after Functions[15] must stay intact";
+  }
+}
+
+} // namespace

@@ -1,0 +1,506 @@
+// The planning predicate, code by code: when each SET code is planned and what it records, what a
+// missing or NULL wish prevents, and the bounds of the command list and of the 16-entry tables.
+#include "PlanningFixture.h"
+
+namespace {
+
+NALO_CONFIG_HEADER &Hdr = mModule.mNaloHeader;
+NALO_PORT_TABLE &Tbl = mModule.mNaloPortTable;
+NALO_BOOT_ENTRY &Boot0 = mModule.mNaloBootTable[0];
+NALO_ADDRESS_ENTRY &Addr0 = mModule.mNaloAddressTable[0];
+
+// A platform that wishes everything: all tables valid, function 0 with every entry and pointer
+// and SR-IOV, a partitioned port with a further NIC function. The single-port function reports
+// nothing; its port's second function reads FCoE.
+class PredicateTest : public PlanningTest {
+public:
+  void Fresh() override {
+    PlanningTest::Fresh();
+    Hdr.PortTableValid = Hdr.AddressTableValid = Hdr.BootTableValid = Hdr.SriovValid = 1;
+    Hdr.InitiatorName = ASTR(Initiator);
+    Tbl.DesiredPortEnable = Tbl.Function[1].Enabled = 1;
+    Tbl.PortMode = Tbl.DesiredFunctionCount = 2;
+    Tbl.Function[0] = {1, 0, 0, 0, {}, &MinShare, &MaxShare, &FunctionVlan, 1, {}};
+    mModule.mTargetUmc = mModule.mPxeVlanEnabled = 1;
+    mModule.mCurrentPersonality = PF_TYPE_FCOE;
+    std::memcpy(Mac, "\x00\x1B\x21\x0A\xFF\x3C", 6);
+    Addr0 = {1, {}, Mac, ASTR(Wwnn), ASTR(Wwpn)};
+    mModule.mNaloAddressTable[1].Enabled = 1; // also what a read behind the 16th function entry finds
+    // Fields in the order of the platform's boot entry; the values the builders read are not needed.
+    // clang-format off
+    Boot0 = {1, {}, &BootVlan, 0, 0, 0, ASTR(Target1), ASTR(Lun1), ASTR(Target2), ASTR(Lun2), ASTR(Speed),
+             ASTR(Topology), &InitiatorOrigin, 0, 0, 0, 0, &TargetOrigin, 0, 0, 0, 0, &AuthMethod, 0, 0, 0, 0};
+    // clang-format on
+    std::tie(BootVlan, FunctionVlan, InitiatorOrigin, TargetOrigin, AuthMethod) =
+        std::make_tuple(100, 200, 1, 1, 2);
+    S->PortCount = 1;
+    S->Ports[0] = S;
+  }
+  static void EnableFunction(UINTN Index, UINT8 Type) {
+    Tbl.Function[Index].Enabled = 1;
+    Tbl.Function[Index].FunctionType = Type;
+  }
+  UINT8 Mac[6] = {};
+  char Wwnn[17] = "20000090fa1b2c3d", Wwpn[17] = "10000090FA1B2C3D"; // either case
+  char Target1[20] = "50060E8012345678XY", Target2[17] = "50060E8087654321";
+  char Lun1[6] = "00015", Lun2[3] = "02", Speed[5] = "1600", Topology[4] = "P2P";
+  char Initiator[29] = "iqn.2001-04.com.example:host";
+  UINT16 BootVlan = 0, FunctionVlan = 0;
+  UINT8 MinShare = 25, MaxShare = 80, InitiatorOrigin = 0, TargetOrigin = 0, AuthMethod = 0;
+};
+
+using T = PredicateTest;
+
+TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
+  std::vector<UINT32> Boot = {24, 25, 26, 27, 28, 29, 30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43};
+  const struct {
+    const char *Name;
+    std::vector<UINT32> Codes;
+    void (*Break)(T *);
+  } Cases[] = {
+      {"AllZeroMac", {SET_PF_MAC}, [](T *X) { std::memset(X->Mac, 0, 6); }},
+      {"NoAddressTable", {14, 17, 20}, [](T *) { Hdr.AddressTableValid = 0; }},
+      {"AddressEntryDisabled", {14, 17, 20}, [](T *) { Addr0.Enabled = 0; }},
+      {"NullAddresses", {14, 17, 20}, [](T *) { Addr0.Mac = nullptr, Addr0.Wwnn = Addr0.Wwpn = nullptr; }},
+      {"NoAddressEntry", {14, 17, 20}, [](T *) { mModule.mCurAddressEntry = nullptr; }},
+      {"NoBootTable", Boot, [](T *) { Hdr.BootTableValid = 0; }},
+      {"NoBootTableNoName", {SET_ISCSI_INI_NAME}, [](T *) { Hdr.BootTableValid = 0; }},
+      {"BootEntryDisabled", Boot, [](T *) { Boot0.Enabled = 0; }},
+      {"NoBootEntry", Boot, [](T *) { mModule.mCurBootEntry = nullptr; }},
+      {"NullBootFields",
+       {27, 28, 31, 32, 33, 34, 36, 37, 38, 39, 41, 42, 43},
+       [](T *) {
+         Boot0.Target2Lun = Boot0.FcLinkSpeed = Hdr.InitiatorName = nullptr;
+         Boot0.InitiatorOrigin = Boot0.TargetOrigin = Boot0.AuthMethod = nullptr;
+       }},
+      {"SameInitiatorName", {31}, [](T *X) { SetText(X->S->IscsiInitiatorName, X->Initiator); }},
+      {"DhcpInitiatorNoAuth", {32, 33, 34, 41, 42, 43}, [](T *X) { X->InitiatorOrigin = X->AuthMethod = 0; }},
+      {"DhcpTarget", {36, 37, 38, 39}, [](T *X) { X->TargetOrigin = 2; }},
+      {"ChapWithoutMutual", {43}, [](T *X) { X->AuthMethod = 1; }},
+      {"UnknownAuthMethod", {41, 42, 43}, [](T *X) { X->AuthMethod = 3; }},
+      {"PxeVlanNotEnabled", {SHOW_PXE_VLANID}, [](T *) { mModule.mPxeVlanEnabled = 0; }},
+      {"Fcoe", {21, 53}, [](T *X) { X->S->PfType = PF_TYPE_FCOE; }},
+      {"IscsiHasNoPxeVlan", {53}, [](T *X) { X->S->PfType = PF_TYPE_ISCSI; }},
+      {"PortDisabled", {21, 22, 23, 53}, [](T *) { Tbl.DesiredPortEnable = 0; }},
+      {"NoPortTable", {4, 6, 21, 22, 23, 48, 53}, [](T *) { Hdr.PortTableValid = 0; }},
+      {"NoFunctionEntry", {21, 22, 23}, [](T *) { mModule.mCurFunctionEntry = nullptr; }},
+      {"NoFunctionVlan", {21}, [](T *) { Tbl.Function[0].FunctionVlanId = nullptr; }},
+      {"NoBootVlan", {21}, [](T *) { Tbl.PortMode = 0, Boot0.BootVlanId = 0; }},
+      {"Config25", {22, 23}, [](T *) { Hdr.ConfigType = 2, Hdr.ConfigSubtype = 5; }},
+      {"NotPartitioned", {22, 23}, [](T *) { Tbl.PortMode = 0; }},
+      {"UmcNotWanted", {22, 23}, [](T *) { mModule.mTargetUmc = 0; }},
+      {"NoShares", {22, 23}, [](T *) { Tbl.Function[0] = {1, 0, 0, 0, {}, 0, 0, 0, 0, {}}; }},
+      {"FurtherFunctionFc", {48}, [](T *) { EnableFunction(1, PF_TYPE_FC); }},
+      {"FurtherNicDisabled", {48}, [](T *) { Tbl.Function[1].Enabled = 0; }},
+      {"NicBehindTheTable", {48}, [](T *) { Tbl.Function[1].Enabled = 0, Tbl.DesiredFunctionCount = 200; }},
+      {"RoceMode", {48}, [](T *) { mModule.mRoceMode = 1; }},
+      {"SriovRequested", {48}, [](T *) { mModule.mSriovRequested = 1; }},
+      {"SamePersonality", {6}, [](T *) { mModule.mCurrentPersonality = PF_TYPE_NIC; }},
+      {"OneFunctionWished", {6}, [](T *) { Tbl.DesiredFunctionCount = 1; }},
+      {"NoCountWish", {4, 6}, [](T *) { Tbl.DesiredFunctionCount = 0; }},
+      {"FiveFunctionsWished", {4}, [](T *) { Tbl.DesiredFunctionCount = 5; }},
+      {"UntypedLayout", {4, 6, 47, 48}, [](T *) { mModule.mActiveLinkConfig = 1; }},
+      {"SixteenPerPortLayout", {4, 6}, [](T *) { mModule.mActiveLinkConfig = 2; }},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    for (UINT32 Code : C.Codes) {
+      Fresh(); // the wish as it stands plans the code
+      EXPECT_TRUE(Plan(Code)) << Code;
+      Fresh();
+      C.Break(this);
+      const FUNCTION_SETTINGS Before = *S;
+      EXPECT_FALSE(Plan(Code)) << Code;
+      EXPECT_EQ(std::memcmp(&Before, S, sizeof(Before)), 0) << Code;
+    }
+  }
+}
+
+TEST_F(PredicateTest, EnableDecisions) {
+  const struct {
+    const char *Name;
+    UINT32 Code;
+    UINT8 TableValid, Wish, Reported, Emulex0700, PortDefaults, Force, IscsiWord, PfType, Append, Record;
+  } Cases[] = {
+      {"PortTableEnables", SET_PORT_EN, 1, 1, 0, false, FALSE, 0, 0, 0, true, 1},
+      {"PortTableAgrees", SET_PORT_EN, 1, 1, 1, false, FALSE, 0, 0, 0, false, 1},
+      {"PortTableDisables", SET_PORT_EN, 1, 0, 1, false, FALSE, 0, 0, 0, true, 0},
+      {"NoPortTableDefaultsEnable", SET_PORT_EN, 0, 0, 0, false, TRUE, 0, 0, 0, true, 1},
+      {"NoPortTableNoDefaults", SET_PORT_EN, 0, 0, 0, false, FALSE, 0, 0, 0, false, 0},
+      {"NoPortTableEnabledPortNotAsked", SET_PORT_EN, 0, 0, 1, false, TRUE, 0, 0, 0, false, 1},
+      {"NoPortTableDefaultsEmulex0700", SET_PORT_EN, 0, 0, 0, true, TRUE, 0, 0, 0, true, 1},
+      {"PortForced", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 0, 0, true, 1},
+      {"PortForcedNeedsZeroIscsiWord", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 5, 0, false, 0},
+      {"BootTableEnables", SET_BOOT_EN, 1, 1, 0, false, FALSE, 0, 0, PF_TYPE_NIC, true, 1},
+      {"BootTableAgrees", SET_BOOT_EN, 1, 1, 1, false, FALSE, 0, 0, PF_TYPE_NIC, false, 1},
+      {"BootTableDisables", SET_BOOT_EN, 1, 0, 1, false, FALSE, 0, 0, PF_TYPE_NIC, true, 0},
+      {"BootEmulex0700AlwaysSets", SET_BOOT_EN, 1, 1, 1, true, FALSE, 0, 0, PF_TYPE_NIC, true, 1},
+      {"NoBootTableKeepsReported", SET_BOOT_EN, 0, 1, 0, false, FALSE, 0, 0, PF_TYPE_NIC, false, 0},
+      {"BootForcedOnNic", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_NIC, true, 1},
+      {"BootForcedOnRoce", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_ROCE, true, 1},
+      {"BootNotForcedOnFc", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_FC, false, 0},
+      {"BootNotForcedWithIscsiWord", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 1, PF_TYPE_NIC, false, 0},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    PlanningTest::Fresh();
+    Hdr.PortTableValid = Hdr.BootTableValid = C.TableValid;
+    Tbl.DesiredPortEnable = Boot0.Enabled = C.Wish;
+    S->PortEnable = S->PortEnableToApply = S->BootEnable = S->BootEnableToApply = C.Reported;
+    std::tie(mModule.mFamily.Emulex0700, P.Defaults[0], mModule.mForceAdapterEnable, S->IscsiWord,
+             S->PfType) = std::tie(C.Emulex0700, C.PortDefaults, C.Force, C.IscsiWord, C.PfType);
+    EXPECT_EQ(Plan(C.Code), C.Append ? TRUE : FALSE);
+    EXPECT_EQ(Planned(), C.Append ? Codes{(INT32)C.Code} : Codes{});
+    const bool Port = C.Code == SET_PORT_EN;
+    EXPECT_EQ(Port ? S->PortEnable : S->BootEnable, C.Record);
+    EXPECT_EQ(Port ? S->PortEnableToApply : S->BootEnableToApply, C.Record);
+    EXPECT_EQ(P.DefaultsCalls[0], Port && C.Reported == 0 && C.TableValid == 0 ? 1 : 0);
+    EXPECT_EQ((S->ProgressFlags & PROGRESS_FLAG_PORT_ENABLE_PLANNED) != 0, Port && C.TableValid == 1);
+  }
+  // On 1077:1656 the first boot entry decides for the functions planned at Instances 1 to 7.
+  Fresh();
+  SetDevice(0x1077, 0x1656);
+  SelectNaloEntries(3); // the function's own entry is disabled
+  std::vector<FUNCTION_SETTINGS *> Planned(9);
+  for (UINTN Index = 0; Index < 9; Index++) {
+    Planned[Index] = mModule.mCommandSettings[Index] = (Index == 2 || Index == 5) ? nullptr : NewRecord();
+  }
+  EXPECT_TRUE(Plan(SET_BOOT_EN));
+  for (UINTN Index : {1, 3, 4, 6, 7}) {
+    EXPECT_EQ(Planned[Index]->BootEnable + Planned[Index]->BootEnableToApply, 2) << Index;
+  }
+  EXPECT_EQ(Planned[0]->BootEnable + Planned[8]->BootEnable + S->BootEnable, 0);
+}
+
+TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
+  SetText(S->MfgAddressText[0], "001B210AFF3C");
+  SetText(S->CurrentAddressText[0], "020000000001");
+  std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x00", 8);
+  Addr0.Enabled = 0; // no virtual address: the manufacturer's is wanted
+  EXPECT_TRUE(Plan(SET_ADDR_DEFAULTS));
+  EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
+  EXPECT_EQ(std::memcmp(S->CurrentAddress[0], S->MfgAddress[0], 8), 0);
+  FUNCTION_SETTINGS *Second = NewRecord();
+  SetText(Second->MfgAddressText[1], "ABCDEF");
+  EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
+  EXPECT_EQ(Text(Second->CurrentAddressText[1]), "ABCDEF"); // its texts are still returned
+  // Without the platform's request a function with a virtual address wants nothing; with it, the
+  // first deciding function takes the port's decision even when it needed no reset.
+  Fresh();
+  EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
+  P.Defaults[1] = TRUE;
+  EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
+  SetText(S->MfgAddressText[0], "001B210AFF3C");
+  EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
+  // The per-name defaults are appended even when the names already agree.
+  EXPECT_TRUE(Plan(SET_DEFAULT_WWNN));
+  EXPECT_TRUE(Plan(SET_DEFAULT_WWPN));
+  EXPECT_EQ(Planned(), (Codes{SET_DEFAULT_WWNN, SET_DEFAULT_WWPN}));
+  // Port defaults on the QLogic2261 sub-family follow the same wish; other families have none.
+  EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
+  mModule.mFamily.QLogic2261 = TRUE;
+  EXPECT_TRUE(Plan(SET_PORT_DEFAULTS));
+  mModule.mFamily.QLogic2261 = FALSE, mModule.mFamily.QLogic8070 = TRUE; // its MAC is the permanent one
+  EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
+  EXPECT_FALSE(RestoreMacFromPermanent(nullptr));
+
+  Fresh(); // no protocol
+  P.NaloPresent = false;
+  for (UINT32 Code : {SET_ADDR_DEFAULTS, SET_DEFAULT_WWNN, SET_PORT_DEFAULTS}) {
+    mModule.mConfigStatus = EFI_SUCCESS;
+    EXPECT_FALSE(Plan(Code));
+    EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND);
+  }
+}
+
+TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
+  const struct {
+    UINT32 Code;
+    UINT16 Vendor;
+    size_t Offset; // of the record field, an interface of the platform
+    const char *Expected;
+  } Cases[] = {
+      {SET_PF_TAR_WWPN1, 0x10DF, 0x374, "50060E8012345678"},
+      {SET_PF_TAR_WWPN2, 0x10DF, 0x385, "50060E8087654321"},
+      {SET_PF_TAR_LUN1, 0x10DF, 0x396, "0001"},
+      {SET_PF_TAR_LUN2, 0x10DF, 0x39B, "02"},
+      {SET_LINK_SPEED, 0x10DF, 0x3A0, "1600"},
+      {SET_LINK_SPEED, 0x1077, 0x3A0, "16"},
+      {SET_TOPOLOGY, 0x10DF, 0x3A5, "P2"},
+  };
+  for (const auto &C : Cases) {
+    Fresh();
+    SetDevice(C.Vendor, 0x2261);
+    CHAR8 *Field = reinterpret_cast<CHAR8 *>(S) + C.Offset;
+    std::memset(Field, 'Z', 4);
+    EXPECT_TRUE(Plan(C.Code));
+    EXPECT_EQ(Text(Field), C.Expected) << C.Code;
+  }
+
+  AuthMethod = 1; // CHAP without the mutual secret
+  EXPECT_TRUE(Plan(SET_ISCSI_TAR_CHAP_USERNAME) && Plan(SET_ISCSI_TAR_CHAP_SECRET));
+  // The initiator name does not need the function's boot entry and is copied bounded.
+  std::string Long(300, 'q');
+  Boot0.Enabled = 0;
+  Hdr.InitiatorName = ASTR(Long.data());
+  std::memset(S->IscsiInitiatorName, 'x', sizeof(S->IscsiInitiatorName));
+  EXPECT_TRUE(Plan(SET_ISCSI_INI_NAME));
+  EXPECT_EQ(Text(S->IscsiInitiatorName), Long.substr(0, 254));
+  EXPECT_EQ(S->Reserved477[0], 0); // nothing written behind the field
+  // Names go to the slot of the function type, in text order.
+  const struct {
+    UINT32 Code, PfType;
+    UINTN Slot;
+    const char *Expected;
+  } Names[] = {{SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D"},
+               {SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
+               {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"}};
+  for (const auto &C : Names) {
+    SCOPED_TRACE(testing::Message() << C.Code << " type " << C.PfType);
+    Fresh();
+    S->PfType = C.PfType;
+    EXPECT_TRUE(Plan(C.Code));
+    const UINT8 Bytes[8] = {UINT8(C.Expected[0] == '2' ? 0x20 : 0x10), 0, 0, 0x90, 0xFA, 0x1B, 0x2C, 0x3D};
+    EXPECT_EQ(Text(S->CurrentAddressText[C.Slot]), C.Expected);
+    EXPECT_EQ(std::memcmp(S->CurrentAddress[C.Slot], Bytes, 8), 0);
+    EXPECT_EQ(Text(S->CurrentAddressText[(C.Slot + 1) % 3]), ""); // no other slot written
+    EXPECT_FALSE(Plan(C.Code)); // the lower-case wish now equals the upper-case current name
+  }
+}
+
+TEST_F(PredicateTest, VlanDecisions) {
+  const struct {
+    const char *Name;
+    UINT8 Code, PfType, ConfigType, ConfigSubtype, PortMode;
+    UINT16 FunctionVlan, BootVlan, Reported;
+    UINT8 Emulex0700, QLogic8070;
+    Codes Expected;
+    UINT16 Record;
+  } Cases[] = {
+      {"BootVlanDiffers", 21, 0, 0, 0, 0, 0, 100, 0, false, false, {21}, 100},
+      {"BothNoneMeanTheSame", 21, 0, 0, 0, 0, 0, 0, 0, false, false, {}, 0},
+      {"ReportedNoneAs4095", 21, 0, 0, 0, 0, 0, 4095, 0, false, false, {}, 0},
+      {"BootVlanCleared", 21, 0, 0, 0, 0, 0, 0, 50, false, false, {21}, 0},
+      {"OnlyLow12BitsCount", 21, 0, 0, 0, 0, 0, 0x1064, 100, false, false, {}, 100},
+      {"Config25UsesBootEntry", 21, 0, 2, 5, 2, 200, 100, 100, false, false, {}, 100},
+      {"Emulex0700BootSentinel", 21, 0, 0, 0, 0, 0, 100, 100, true, false, {21}, 100},
+      {"Emulex0700FunctionSentinel", 21, 0, 0, 0, 2, 100, 0, 100, true, false, {21}, 100},
+      {"PxeOtherFamilyAlwaysSetsId", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
+      {"PxeQLogic8070OnlyOnDifference", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, true, {52}, 100},
+      {"PxeQLogic8070Differs", 53, PF_TYPE_ROCE, 0, 0, 0, 0, 100, 7, false, true, {52, 53}, 100},
+      {"PxeNoVlanWantedOnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 0, 100, false, false, {52}, 100},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    std::tie(S->PfType, Hdr.ConfigType, Hdr.ConfigSubtype, Tbl.PortMode, FunctionVlan, BootVlan, S->VlanId) =
+        std::tie(C.PfType, C.ConfigType, C.ConfigSubtype, C.PortMode, C.FunctionVlan, C.BootVlan, C.Reported);
+    std::tie(mModule.mFamily.Emulex0700, mModule.mFamily.QLogic8070) = std::tie(C.Emulex0700, C.QLogic8070);
+    EXPECT_EQ(Plan(C.Code), C.Expected.empty() ? FALSE : TRUE);
+    EXPECT_EQ(Planned(), C.Expected);
+    EXPECT_EQ(S->VlanId, C.Record);
+  }
+}
+
+TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) {
+  Count = PLAN_LAST_APPEND_INDEX;
+  EXPECT_TRUE(AppendCommand(SET_UMC, &Count));
+  EXPECT_FALSE(AppendCommand(SET_UMC, &Count));
+  EXPECT_EQ(Count, 253u);
+  Count = COMMAND_LIST_ENTRIES + 10;
+  EXPECT_FALSE(AppendCommand(SET_UMC, &Count));
+  EXPECT_FALSE(AppendCommand(SET_UMC, nullptr));
+  // Pairs and queues: what takes the last place is planned, the rest is neither appended nor recorded.
+  Fresh();
+  Tbl.PortMode = 0;
+  Count = PLAN_LAST_APPEND_INDEX;
+  EXPECT_TRUE(Plan(SET_PXE_VLANID));
+  EXPECT_EQ(mModule.CommandList[252], SET_PXE_VLAN);
+  EXPECT_EQ(S->VlanId, 0);
+  mModule.mActiveLinkConfig = 2;
+  Tbl.DesiredFunctionCount = 0;
+  Count = 250;
+  Plan(SET_PF2_TYPE);
+  EXPECT_EQ(Count, 253u);
+  EXPECT_EQ(mModule.mPfTypePfNumber[2], 3u);
+  EXPECT_EQ(mModule.mPfTypeTable[3], 0u);
+  EXPECT_EQ(mModule.CommandList[253], 0);
+  EXPECT_EQ(mModule.CommandList[254], 0);
+  // A family planner that appends directly stops at the same place.
+  Fresh();
+  mModule.mFamily.EmulexE200 = TRUE;
+  FUNCTION_SETTINGS *F = Port(0x10DF, 0xE200, 1, 1)[0];
+  PLAN_STATE State = {248, PLAN_INSTANCE_NONE, 0, 0, 0};
+  Count = 248;
+  PlanGeneral(248, F, &State, &Count);
+  EXPECT_EQ(Count, (UINTN)COMMAND_LIST_ENTRIES - 2);          // two entries stay free for EXIT and END
+  EXPECT_EQ(mModule.CommandList[252], SHOW_PF_VOLATILE_WWNN); // the fifth of the twelve shows
+  EXPECT_EQ(mModule.CommandList[253], END);
+  EXPECT_EQ(mModule.mPlanInstance2, (UINT8)Count);
+  // Unknown codes: nothing, and EFI_NOT_FOUND.
+  Fresh();
+  SetDevice(0x10DF, 0xE200);
+  for (UINT32 Code : {0u, 1u, 2u, 5u, 7u, 9u, 12u, 44u, 46u, 52u, 54u, 65u, 67u, 70u, 71u, 255u, 4096u}) {
+    mModule.mConfigStatus = EFI_SUCCESS;
+    mModule.mPciVidDid = 0;
+    EXPECT_FALSE(Plan(Code)) << Code;
+    EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND) << Code;
+    EXPECT_EQ(mModule.mPciVidDid, 0x10DFE200u) << Code;
+  }
+  EXPECT_EQ(Count, 0u);
+}
+
+TEST_F(PredicateTest, LayoutFunctionCountTypesAndPartitioning) {
+  mModule.mLinkConfig = mModule.mActiveLinkConfig = 1;
+  EXPECT_FALSE(Plan(SET_MODE));
+  mModule.mLinkConfig = 0;
+  EXPECT_TRUE(Plan(SET_MODE));
+  const UINT8 Cases[][4] = {{3, 1, 1, 2}, {3, 2, 0, 9}, {4, 2, 1, 4}}; // wish, current, append, record
+  for (const auto &C : Cases) {
+    Fresh();
+    Tbl.DesiredFunctionCount = C[0];
+    mModule.mCurrentPfCount = C[1];
+    S->FunctionCount = 9;
+    EXPECT_EQ(Plan(SET_PFCOUNT), C[2]) << int(C[0]) << int(C[1]);
+    EXPECT_EQ(S->FunctionCount, C[3]);
+  }
+  // Function types: the loop length follows the layout.
+  for (const auto &L : {std::array<UINT32, 2>{2, 16}, {3, 4}, {0, 8}}) { // layout, functions examined
+    Fresh();
+    mModule.mActiveLinkConfig = L[0];
+    Tbl.DesiredFunctionCount = 0; // nothing wished: every examined NIC is disabled
+    Plan(SET_PF2_TYPE);
+    EXPECT_EQ(Count, L[1] - 1) << L[0];
+    for (UINTN K = 0; K + 1 < L[1]; K++) {
+      EXPECT_EQ(mModule.mPfTypePfNumber[K], K + 1);
+      EXPECT_EQ(mModule.mPfTypeTable[K], (UINT32)PF_TYPE_DISABLED);
+    }
+  }
+  // A further NIC exists only on a partitioned port.
+  Fresh();
+  mModule.mTargetUmc = 0;
+  Plan(SET_PF2_TYPE);
+  EXPECT_EQ(std::make_pair(mModule.mPfTypePfNumber[0], mModule.mPfTypeTable[0]),
+            std::make_pair(UINT64{1}, UINT32{7}));
+  // A RoCE type left over from an earlier profile is noticed, and the functions that partitioning
+  // brings into existence are typed even when they read disabled.
+  Fresh();
+  std::fill(mModule.mPfTypeTable, mModule.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
+  mModule.mPfTypeTable[0] = PF_TYPE_ROCE;
+  EnableFunction(2, PF_TYPE_DISABLED);
+  Plan(SET_PF2_TYPE);
+  EXPECT_EQ(mModule.mRoceTypeFound, 1);
+  EXPECT_EQ(Count, 8u); // functions 0 to 7 in order
+  EXPECT_EQ(std::vector<UINT32>(mModule.mPfTypeTable, mModule.mPfTypeTable + 3),
+            (std::vector<UINT32>{0, 0, 7}));
+  EXPECT_EQ(mModule.mPfTypePfNumber[7], 7u);
+  // Partitioning for a further NIC function.
+  for (UINT32 PfType : {PF_TYPE_NIC, PF_TYPE_FC}) {
+    Fresh();
+    S->SriovEnabled = 1;
+    S->PfType = PfType;
+    EXPECT_TRUE(Plan(SET_UMC));
+    // SR-IOV goes off first on a NIC.
+    EXPECT_EQ(Planned(), PfType == PF_TYPE_NIC ? (Codes{SET_SRIOV_FOR_CONTROLLER, SET_UMC}) : Codes{SET_UMC});
+    EXPECT_EQ(S->SriovEnabled, PfType == PF_TYPE_NIC ? 0 : 1);
+  }
+  Fresh(); // the sixteenth entry still counts
+  Tbl.Function[1].Enabled = 0;
+  Tbl.DesiredFunctionCount = 200;
+  EnableFunction(15, PF_TYPE_NIC);
+  EXPECT_TRUE(Plan(SET_UMC));
+}
+
+TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
+  const struct {
+    const char *Name;
+    UINT16 Vendor, Device;
+    UINT8 Wished, WishCount, Current, PfCount, Personality, CurrentUmc, TargetUmc, Roce, RoceFound, Layout,
+        First;
+    INT32 Code;
+    UINT8 Record;
+  } Cases[] = {
+      // Controller-wide: the family, not the layout, allows the decision.
+      {"ControllerOn", 0x1077, 0x8070, 0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 1, 45, 1},
+      {"ControllerAgrees", 0x1077, 0x8070, 0, 2, 1, 0, 0, 0, 0, 0, 0, 1, 1, 0, 1},
+      // Per port: any wished function counts; held back on ports with many functions.
+      {"PortOn", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"PortSecondIsFcoe", 0x19A2, 0x0712, 1, 2, 0, 2, 2, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"PortSecondIsNic", 0x19A2, 0x0712, 1, 2, 0, 2, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+      {"PortThreeFunctions", 0x19A2, 0x0712, 1, 2, 0, 3, 2, 0, 0, 0, 0, 0, 1, 0, 0},
+      {"PortWishBeyondCount", 0x19A2, 0x0712, 2, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+      {"PortCountBeyondTable", 0x19A2, 0x0712, 16, 200, 0, 1, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+      {"PortUntypedLayout", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 1, 1, 0, 0},
+      {"PortNotFirstFunction", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+      // Per function: held back while partitioning or RoCE typing is being established.
+      {"FunctionOn", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 51, 1},
+      {"FunctionHeldWhileUmcSwitchesOn", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0},
+      {"FunctionNotOnUnderUmc", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 1, 1, 0, 0, 0, 1, 0, 0},
+      {"FunctionOffUnderUmc", 0x10DF, 0x0722, 16, 2, 1, 0, 0, 1, 1, 0, 0, 0, 1, 51, 0},
+      {"FunctionHeldWhileRoceTypeLeftOver", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0},
+      {"FunctionRoceModeSwitchesOff", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 1, 0, 0, 1, 51, 0},
+      {"FunctionAgrees", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1},
+      {"OtherDevice", 0x8086, 0x1572, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    SetDevice(C.Vendor, C.Device);
+    mModule.mFamily.QLogic8070 = C.Vendor == 0x1077;
+    Tbl.Function[0].SriovEnable = 0;
+    if (C.Wished < 16) {
+      Tbl.Function[C.Wished].SriovEnable = 1;
+    }
+    std::tie(Tbl.DesiredFunctionCount, S->SriovEnabled, mModule.mCurrentPfCount,
+             mModule.mCurrentPersonality) = std::tie(C.WishCount, C.Current, C.PfCount, C.Personality);
+    std::tie(mModule.mCurrentUmc, mModule.mTargetUmc, mModule.mRoceMode, mModule.mRoceTypeFound) =
+        std::tie(C.CurrentUmc, C.TargetUmc, C.Roce, C.RoceFound);
+    std::tie(mModule.mActiveLinkConfig, mModule.mFirstFunctionOfPort) = std::tie(C.Layout, C.First);
+    EXPECT_EQ(Plan(SET_SRIOV_FOR_CONTROLLER), C.Code != 0 ? TRUE : FALSE);
+    EXPECT_EQ(Planned(), C.Code != 0 ? Codes{C.Code} : Codes{});
+    EXPECT_EQ(S->SriovEnabled, C.Record);
+  }
+  // A wish in a layout that cannot carry SR-IOV is reported once, on the port's first function.
+  Fresh();
+  S->PciAddress = 0x3A01;
+  for (int Step = 0; Step < 3; Step++) {
+    mModule.mActiveLinkConfig = Step == 2 ? 0 : 1;
+    mModule.mFirstFunctionOfPort = Step != 1;
+    EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
+  }
+  EXPECT_EQ(P.Reports,
+            (std::vector<std::array<UINT32, 4>>{{0x80000002u, 0x0380801Bu, 0x00013AAAu, 0xD083E94Cu}}));
+  EXPECT_NE(S->ErrorFlags & ERROR_FLAG_ERROR_REPORTED, 0);
+  // A multi-port adapter with controller-wide SR-IOV decides on a later port, for every port.
+  Fresh();
+  SetDevice(0x15B3, 0x1013);
+  mModule.mFamily.Mellanox1013 = TRUE;
+  FUNCTION_SETTINGS *SecondPort = NewRecord(0x15B3, 0x1015, 1, 0);
+  for (FUNCTION_SETTINGS *F : {S, SecondPort}) {
+    F->PortCount = 2;
+    F->Ports[0] = S;
+    F->Ports[1] = SecondPort;
+  }
+  EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
+  mModule.mFirstFunctionOfAdapter = FALSE;
+  Tbl.Function[0].SriovEnable = 0; // the first port's wish is kept
+  EXPECT_TRUE(PlanCommand(SecondPort, SET_SRIOV_FOR_PF, &Count));
+  EXPECT_EQ(Planned(), Codes{SET_SRIOV_FOR_CONTROLLER});
+  EXPECT_EQ(S->SriovEnabled + SecondPort->SriovEnabled, 2);
+  // The port list is walked only through its sixteen entries, whatever the count says.
+  Fresh();
+  SetDevice(0x1077, 0x1644);
+  mModule.mFirstFunctionOfAdapter = FALSE;
+  S->PortCount = 255;
+  std::vector<FUNCTION_SETTINGS *> Ports;
+  for (UINTN Port = 0; Port < 16; Port++) {
+    Ports.push_back(NewRecord());
+    S->Ports[Port] = (Port % 3 == 1) ? nullptr : Ports.back();
+  }
+  EXPECT_TRUE(Plan(SET_SRIOV_FOR_CONTROLLER));
+  for (UINTN Port = 0; Port < 16; Port++) {
+    EXPECT_EQ(Ports[Port]->SriovEnabled, Port % 3 == 1 ? 0 : 1) << Port;
+  }
+}
+
+} // namespace
