@@ -55,13 +55,10 @@ TEST_F(FakeRuntimeServicesTest, GetVariableAnswersByBufferSize) {
       EXPECT_EQ(0xEE, Buffer[0]) << C.What << ": nothing is copied on failure";
     }
   }
-}
-
-TEST_F(FakeRuntimeServicesTest, NameAndGuidTogetherAreTheKey) {
+  // Name and GUID together are the key.
   UINT8 Buffer[16];
   UINTN Size = sizeof(Buffer);
   EXPECT_EQ(EFI_NOT_FOUND, Rt()->GetVariable(WSTR("CLPCMD000_0"), &OtherGuid, nullptr, &Size, Buffer));
-  Size = sizeof(Buffer);
   EXPECT_EQ(EFI_NOT_FOUND, Rt()->GetVariable(WSTR("CLPCMD000_1"), &ClpGuid, nullptr, &Size, Buffer));
 }
 
@@ -86,23 +83,22 @@ TEST_F(FakeRuntimeServicesTest, SetVariableKeepsAttributesDeletesWithSizeZeroAnd
   EXPECT_EQ(EFI_INVALID_PARAMETER,
             Rt()->SetVariable(WSTR("X"), &ClpGuid, EFI_VARIABLE_RUNTIME_ACCESS, 2, Result));
 
+  // An injected NVRAM failure stores nothing.
+  Fw().FailSetVariable(EFI_OUT_OF_RESOURCES);
+  EXPECT_EQ(EFI_OUT_OF_RESOURCES,
+            Rt()->SetVariable(WSTR("CLPCMD000_0_RESULT"), &ClpGuid, kNvBsRt, 1, Result));
+  EXPECT_EQ(nullptr, Fw().FindVariable(u"CLPCMD000_0_RESULT", ClpGuid));
+
   const auto Events = Fw().EventsOf(fake::EventKind::SetVariable);
-  ASSERT_EQ(6u, Events.size());
+  ASSERT_EQ(7u, Events.size());
   EXPECT_EQ(u"CLPCMD000_0_RESULT", Events[0].Name);
   EXPECT_EQ(kNvBsRt, Events[0].Attributes);
   EXPECT_EQ((std::vector<uint8_t>{'o', 'k'}), Events[0].Data);
-  const EFI_STATUS Statuses[] = {EFI_SUCCESS, EFI_INVALID_PARAMETER, EFI_INVALID_PARAMETER,
-                                 EFI_SUCCESS, EFI_NOT_FOUND,         EFI_INVALID_PARAMETER};
+  const EFI_STATUS Statuses[] = {EFI_SUCCESS,   EFI_INVALID_PARAMETER, EFI_INVALID_PARAMETER, EFI_SUCCESS,
+                                 EFI_NOT_FOUND, EFI_INVALID_PARAMETER, EFI_OUT_OF_RESOURCES};
   for (size_t I = 0; I < Events.size(); ++I) {
     EXPECT_EQ(Statuses[I], Events[I].Status) << I;
   }
-}
-
-TEST_F(FakeRuntimeServicesTest, InjectedNvramFailureStoresNothing) {
-  Fw().FailSetVariable(EFI_OUT_OF_RESOURCES);
-  UINT8 Byte = 1;
-  EXPECT_EQ(EFI_OUT_OF_RESOURCES, Rt()->SetVariable(WSTR("CLPCMD000_0_RESULT"), &ClpGuid, kNvBsRt, 1, &Byte));
-  EXPECT_EQ(nullptr, Fw().FindVariable(u"CLPCMD000_0_RESULT", ClpGuid));
 }
 
 TEST_F(FakeRuntimeServicesTest, ResetSystemEndsTheBootInsideRunUntilReset) {

@@ -9,29 +9,19 @@ using namespace LibraryTest;
 
 namespace {
 
-TEST(AsciiSPrint, WidthsAndFlags) {
+// One row per rule of the number conversions; the driver's CLP texts depend on each of them.
+TEST(AsciiSPrint, NumbersWidthsAndFlags) {
   struct Case {
     const char *Format;
     UINT32 Value;
     const char *Expected;
   };
   const Case Cases[] = {
-      {"%04d", 7, "0007"},
-      {"%03d", 42, "042"},
-      {"%05d", 123456, "123456"},
-      {"%01d", 0, "0"},
-      {"%02x", 0xa, "0A"},
-      {"%04x", 0xbeef, "BEEF"},
-      {"%02X", 0x5, "05"},
-      {"%x", 0xabcdef, "ABCDEF"},
-      {"%X", 0x1f, "1F"},
-      {"%d", 0, "0"},
-      {"%x", 0, "0"},
-      {"%u", 4294967295u, "4294967295"},
-      {"%4d", 12, "  12"},
-      {"%-4d|", 12, "12  |"},
-      {"%-04d|", 12, "12  |"},
-      {"%08X", 0x1234, "00001234"},
+      {"%04d", 7, "0007"},        {"%05d", 123456, "123456"}, // width never cuts
+      {"%x", 0xabcdef, "ABCDEF"}, {"%x", 0, "0"},             // upper case; at least one digit
+      {"%4X", 0x5, "0005"},       {"%u", 4294967295u, "4294967295"},
+      {"%4d", 12, "  12"},        {"%-4d|", 12, "12  |"},
+      {"%-04d|", 12, "12  |"}, // left justification wins over zero padding
   };
   for (const Case &C : Cases) {
     CHAR8 Buffer[64];
@@ -41,22 +31,18 @@ TEST(AsciiSPrint, WidthsAndFlags) {
   }
 }
 
-TEST(AsciiSPrint, SignedAndLongArguments) {
-  CHAR8 Buffer[80];
+TEST(AsciiSPrint, SignedLongStringsAndOddTypes) {
+  CHAR8 Buffer[96];
   AsciiSPrint(Buffer, sizeof(Buffer), "%d %05d %ld %lx %Lu", -5, -42, (INT64)-9000000000LL,
               (UINT64)0x1122334455667788ULL, (UINT64)18446744073709551615ULL);
   EXPECT_EQ(Narrow(Buffer), "-5 -0042 -9000000000 1122334455667788 18446744073709551615");
   // Without L/l the argument is int-sized: a negative int printed as hex shows 32 bits.
   AsciiSPrint(Buffer, sizeof(Buffer), "%x", -1);
   EXPECT_EQ(Narrow(Buffer), "FFFFFFFF");
-}
-
-TEST(AsciiSPrint, StringsCharactersAndPercent) {
-  CHAR8 Buffer[80];
-  AsciiSPrint(Buffer, sizeof(Buffer), "[%a][%s][%S][%c][%%][%5a][%-5a][%.2a]", A("ab"), W(u"cd"), W(u"ef"),
-              'Z', A("x"), A("y"), A("xyz"));
-  EXPECT_EQ(Narrow(Buffer), "[ab][cd][ef][Z][%][    x][y    ][xy]");
-  AsciiSPrint(Buffer, sizeof(Buffer), "%a|%s", (const CHAR8 *)nullptr, (const CHAR16 *)nullptr);
+  AsciiSPrint(Buffer, sizeof(Buffer), "[%a][%s][%c][%%][%5a][%-5a][%.2a]", A("ab"), W(u"cd"), 'Z', A("x"),
+              A("y"), A("xyz"));
+  EXPECT_EQ(Narrow(Buffer), "[ab][cd][Z][%][    x][y    ][xy]");
+  AsciiSPrint(Buffer, sizeof(Buffer), "%a|%S", (const CHAR8 *)nullptr, (const CHAR16 *)nullptr);
   EXPECT_EQ(Narrow(Buffer), "<null string>|<null string>");
   // An unknown type prints as itself and consumes no argument.
   AsciiSPrint(Buffer, sizeof(Buffer), "%q%d", 3);
@@ -69,8 +55,8 @@ TEST(AsciiSPrint, LineEndsOfTheFormatBecomeCrLf) {
     const char *Expected;
   };
   const Case Cases[] = {
-      {"\n_VID/x", "\r\n_VID/x"}, {"a\n", "a\r\n"}, {"a\n\rb", "a\r\nb"},
-      {"a\r\nb", "a\r\nb"},       {"a\rb", "a\rb"}, {"\n\n", "\r\n\r\n"},
+      {"\n_VID/x", "\r\n_VID/x"}, {"a\n\rb", "a\r\nb"}, {"a\r\nb", "a\r\nb"},
+      {"a\rb", "a\rb"},           {"\n\n", "\r\n\r\n"},
   };
   for (const Case &C : Cases) {
     CHAR8 Buffer[32];
@@ -78,12 +64,12 @@ TEST(AsciiSPrint, LineEndsOfTheFormatBecomeCrLf) {
     EXPECT_EQ(Narrow(Buffer), C.Expected);
     EXPECT_EQ(Count, std::string(C.Expected).size());
   }
-  // Arguments are not translated.
   CHAR8 Buffer[32];
   AsciiSPrint(Buffer, sizeof(Buffer), "%a", A("x\ny"));
-  EXPECT_EQ(Narrow(Buffer), "x\ny");
+  EXPECT_EQ(Narrow(Buffer), "x\ny") << "arguments are not translated";
 }
 
+// The ends of both name tables and the values just past them.
 TEST(AsciiSPrint, StatusNames) {
   const EFI_STATUS Error = (EFI_STATUS)1 << 63;
   struct Case {
@@ -93,19 +79,13 @@ TEST(AsciiSPrint, StatusNames) {
   const Case Cases[] = {
       {0, "Success"},
       {Error | 1, "Load Error"},
-      {Error | 2, "Invalid Parameter"},
-      {Error | 3, "Unsupported"},
-      {Error | 5, "Buffer Too Small"},
-      {Error | 13, "Media changed"},
       {Error | 14, "Not Found"},
-      {Error | 17, "No mapping"},
-      {Error | 18, "Time out"},
       {Error | 24, "Protocol Error"},
+      {Error | 25, "8000000000000019"},
+      {Error, "8000000000000000"},
       {1, "Warning Unknown Glyph"},
       {4, "Warning Buffer Too Small"},
       {5, "00000005"},
-      {0x1234, "00001234"},
-      {Error | 25, "8000000000000019"},
   };
   for (const Case &C : Cases) {
     CHAR8 Buffer[64];
@@ -136,25 +116,19 @@ TEST(AsciiSPrint, CapacityCutsAndAlwaysTerminates) {
   }
 }
 
-TEST(UnicodeSPrint, BufferSizeIsInBytes) {
+TEST(UnicodeSPrint, SizeInBytesAndSameRulesAsAscii) {
   CHAR16 Buffer[300];
   for (CHAR16 &C : Buffer) {
     C = u'Q';
   }
   std::u16string Long(400, u'x');
   // 512 bytes hold 255 characters and the terminator.
-  UINTN Count = UnicodeSPrint(Buffer, 512, W(u"%s"), W(Long.c_str()));
-  EXPECT_EQ(Count, 255u);
+  EXPECT_EQ(UnicodeSPrint(Buffer, 512, W(u"%s"), W(Long.c_str())), 255u);
   EXPECT_EQ(Buffer[255], 0);
   EXPECT_EQ(Buffer[256], u'Q');
-
-  Count = UnicodeSPrint(Buffer, 6, W(u"%d"), 12345);
-  EXPECT_EQ(Count, 2u);
+  EXPECT_EQ(UnicodeSPrint(Buffer, 6, W(u"%d"), 12345), 2u);
   EXPECT_EQ(Wide(Buffer), u"12");
-}
 
-TEST(UnicodeSPrint, SameRulesAsAscii) {
-  CHAR16 Buffer[128];
   UnicodeSPrint(Buffer, sizeof(Buffer), W(u"%a %02X %x %r\n"), A("nic"), 7, 0xabu,
                 (EFI_STATUS)((1ULL << 63) | 14));
   EXPECT_EQ(Wide(Buffer), u"nic 07 AB Not Found\r\n");

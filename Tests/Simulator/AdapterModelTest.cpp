@@ -39,22 +39,6 @@ TEST(AdapterModel, UnknownCommandsAndPortsFailAsAnAdapterWould) {
   EXPECT_EQ(M->Execute(0, 0, "show fcport0 OEMELX_PortEnable").Reply, "retdata=");
 }
 
-TEST(AdapterModel, LayoutChangesWaitForTheRestartThatExitAsksFor) {
-  auto M = Model(0x10DF, 0x0720,
-                 json::parse(R"({"UMCState":"Disabled","LinkConfig":"ELX_2x10G","ports":[{"functions":[
-                   {"PfType":"NIC","MAC":"0000C9000001","MfgMAC":"0000C9000001"}]}]})"),
-                 {1});
-  EXPECT_EQ(M->Execute(0, 0, "exit").Action, EfiPlatformConfigurationActionNone);
-  EXPECT_EQ(M->Execute(0, 0, "set / OEMELX_UMCState=Enabled").Status, 0);
-  EXPECT_NE(M->Execute(0, 0, "show port0/pf0 OEMELX_PFInfo").Reply.find("UMCState=Disabled"),
-            std::string::npos);
-  EXPECT_EQ(M->Execute(0, 0, "exit").Action, EfiPlatformConfigurationActionRestartController);
-  M->Restart();
-  EXPECT_NE(M->Execute(0, 0, "show port0/pf0 OEMELX_PFInfo").Reply.find("UMCState=Enabled"),
-            std::string::npos);
-  EXPECT_EQ(M->Execute(0, 0, "exit").Action, EfiPlatformConfigurationActionNone);
-}
-
 TEST(AdapterModel, PfInfoListsCurrentAddressesBeforeManufacturerOnes) {
   auto M = Model(0x19A2, 0x0710, json::parse(R"({"PfCount":"2","ports":[{"PortEn":"enabled","functions":[
                    {"PfType":"NIC","PfMAC":"0000C9AAAAAA","MFG_PfMAC":"0000C9000001","PfVLANID":"064"}]}]})"),
@@ -62,17 +46,6 @@ TEST(AdapterModel, PfInfoListsCurrentAddressesBeforeManufacturerOnes) {
   EXPECT_EQ(M->Execute(0, 0, "show port0/pf0 OEMVDR_PfInfo").Reply,
             "retdata=PortEn=enabled\r\nPfCount=2\r\nPfType=NIC\r\nPfMAC=0000C9AAAAAA\r\n"
             "MFG_PfMAC=0000C9000001\r\nPfVLANID=064\r\n");
-}
-
-TEST(AdapterModel, QLogic8070QuotesItsValues) {
-  auto M = Model(0x1077, 0x8070,
-                 json::parse(R"({"VirtualizationMode":"Default","ports":[{"BootMode":"UNDI","functions":[
-                   {"MacAddress":"00:0E:1E:00:00:01","VirtualMacAddress":"00:00:00:00:00:00"}]}]})"),
-                 {1});
-  EXPECT_EQ(M->Execute(0, 0, "show device VirtualizationMode").Reply, "data=\"Default\"");
-  EXPECT_EQ(M->Execute(0, 0, "show port1 VirtualMacAddress").Reply, "data=\"00:00:00:00:00:00\"");
-  EXPECT_EQ(M->Execute(0, 0, "set port1 VirtualMacAddress=02:11:22:AB:CD:EF").Status, 0);
-  EXPECT_EQ(M->Execute(0, 0, "show port1.pf1 VirtualMacAddress").Reply, "data=\"02:11:22:AB:CD:EF\"");
 }
 
 TEST(AdapterModel, UnknownStateKeysAreRefusedWithTheirPath) {

@@ -141,22 +141,6 @@ TEST(ScenarioPackTest, PointersLandOnTheScenarioData) {
   EXPECT_EQ(A.Default.Times, PTD_PACK_TIMES_UNLIMITED);
 }
 
-TEST(ScenarioPackTest, SeveralScenariosKeepTheirOwnRecords) {
-  const char *Small = R"({"name": "%s", "adapters": [{"name": "A", "VendorId": "0x10DF", "DeviceId": "%s",
-                          "ports": [{"functions": [{"function": 0}]}]}]})";
-  char First[512], Second[512];
-  std::snprintf(First, sizeof(First), Small, "one", "0xE200");
-  std::snprintf(Second, sizeof(Second), Small, "two", "0xE300");
-  std::vector<uint8_t> Pack =
-      sim::PackScenarios({sim::LoadScenarioText(First), sim::LoadScenarioText(Second)});
-  PTD_PACK_HEADER *H = Relocate(Pack);
-  ASSERT_EQ(H->ScenarioCount, 2u);
-  EXPECT_EQ(Str(H->Scenarios[1].Name), "two");
-  EXPECT_EQ(H->Scenarios[0].Controllers[0].Record->DeviceId, 0xE200);
-  EXPECT_EQ(H->Scenarios[1].Controllers[0].Record->DeviceId, 0xE300);
-  EXPECT_EQ(H->Scenarios[0].NaloCount, 0u);
-}
-
 TEST(ScenarioPackTest, RefusesWhatTheFirmwareStandInCannotPlay) {
   const char *Cases[] = {
       R"({"adapters": [{"name": "A", "VendorId": "0x10DF", "DeviceId": "0xE200", "model": "simulated",
