@@ -11,6 +11,7 @@
 #include "Protocol/IpmiTransport.h"
 #include "Protocol/PlatformPolicy.h"
 #include "PackFormat.h"
+#include "StatusNames.h"
 
 extern "C" {
 #include <efilib.h>
@@ -128,28 +129,7 @@ VOID PutText(const CHAR8 *Text) {
 }
 
 VOID PutStatus(EFI_STATUS Status) {
-  static const struct {
-    EFI_STATUS Value;
-    const char *Name;
-  } Names[] = {{EFI_SUCCESS, "EFI_SUCCESS"},
-               {EFI_LOAD_ERROR, "EFI_LOAD_ERROR"},
-               {EFI_INVALID_PARAMETER, "EFI_INVALID_PARAMETER"},
-               {EFI_UNSUPPORTED, "EFI_UNSUPPORTED"},
-               {EFI_BAD_BUFFER_SIZE, "EFI_BAD_BUFFER_SIZE"},
-               {EFI_BUFFER_TOO_SMALL, "EFI_BUFFER_TOO_SMALL"},
-               {EFI_NOT_READY, "EFI_NOT_READY"},
-               {EFI_DEVICE_ERROR, "EFI_DEVICE_ERROR"},
-               {EFI_WRITE_PROTECTED, "EFI_WRITE_PROTECTED"},
-               {EFI_OUT_OF_RESOURCES, "EFI_OUT_OF_RESOURCES"},
-               {EFI_NOT_FOUND, "EFI_NOT_FOUND"},
-               {EFI_ACCESS_DENIED, "EFI_ACCESS_DENIED"},
-               {EFI_NO_RESPONSE, "EFI_NO_RESPONSE"},
-               {EFI_TIMEOUT, "EFI_TIMEOUT"},
-               {EFI_NOT_STARTED, "EFI_NOT_STARTED"},
-               {EFI_ALREADY_STARTED, "EFI_ALREADY_STARTED"},
-               {EFI_ABORTED, "EFI_ABORTED"},
-               {EFI_INCOMPATIBLE_VERSION, "EFI_INCOMPATIBLE_VERSION"}};
-  for (const auto &Entry : Names) {
+  for (const PTD_STATUS_NAME &Entry : PtdStatusNames) {
     if (Entry.Value == Status) {
       PutChar('"');
       Put(Entry.Name);

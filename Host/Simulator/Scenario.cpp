@@ -1,4 +1,5 @@
 #include "Simulator/Scenario.h"
+#include "Simulator/StatusNames.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -12,32 +13,6 @@ using nlohmann::json;
 namespace {
 
 const EFI_GUID ClpGuid = EFI_PLATFORM_TO_DRIVER_CONFIGURATION_CLP_GUID;
-
-struct StatusNameEntry {
-  uint64_t Value;
-  const char *Name;
-};
-
-const StatusNameEntry StatusNames[] = {
-    {EFI_SUCCESS, "EFI_SUCCESS"},
-    {EFI_LOAD_ERROR, "EFI_LOAD_ERROR"},
-    {EFI_INVALID_PARAMETER, "EFI_INVALID_PARAMETER"},
-    {EFI_UNSUPPORTED, "EFI_UNSUPPORTED"},
-    {EFI_BAD_BUFFER_SIZE, "EFI_BAD_BUFFER_SIZE"},
-    {EFI_BUFFER_TOO_SMALL, "EFI_BUFFER_TOO_SMALL"},
-    {EFI_NOT_READY, "EFI_NOT_READY"},
-    {EFI_DEVICE_ERROR, "EFI_DEVICE_ERROR"},
-    {EFI_WRITE_PROTECTED, "EFI_WRITE_PROTECTED"},
-    {EFI_OUT_OF_RESOURCES, "EFI_OUT_OF_RESOURCES"},
-    {EFI_NOT_FOUND, "EFI_NOT_FOUND"},
-    {EFI_ACCESS_DENIED, "EFI_ACCESS_DENIED"},
-    {EFI_NO_RESPONSE, "EFI_NO_RESPONSE"},
-    {EFI_TIMEOUT, "EFI_TIMEOUT"},
-    {EFI_NOT_STARTED, "EFI_NOT_STARTED"},
-    {EFI_ALREADY_STARTED, "EFI_ALREADY_STARTED"},
-    {EFI_ABORTED, "EFI_ABORTED"},
-    {EFI_INCOMPATIBLE_VERSION, "EFI_INCOMPATIBLE_VERSION"},
-};
 
 const char *const ActionNames[] = {"None",        "StopController", "RestartController", "RestartPlatform",
                                    "NvramFailed", "UnsupportedGuid"};
@@ -218,7 +193,7 @@ EFI_GUID ParseGuid(const json &Value, const std::string &Path) {
 
 uint64_t ParseStatus(const json &Value, const std::string &Path) {
   if (Value.is_string()) {
-    for (const StatusNameEntry &Entry : StatusNames) {
+    for (const PTD_STATUS_NAME &Entry : PtdStatusNames) {
       if (Value.get<std::string>() == Entry.Name) {
         return Entry.Value;
       }
@@ -605,7 +580,7 @@ AdapterSpec ParseAdapter(const json &Object, const std::string &Path) {
 } // namespace
 
 std::string StatusName(uint64_t Status) {
-  for (const StatusNameEntry &Entry : StatusNames) {
+  for (const PTD_STATUS_NAME &Entry : PtdStatusNames) {
     if (Entry.Value == Status) {
       return Entry.Name;
     }
