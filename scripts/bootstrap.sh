@@ -43,7 +43,7 @@ packages=(
   build-essential cmake ninja-build g++ clang lld file
   libgtest-dev googletest nlohmann-json3-dev libcli11-dev
   gnu-efi ovmf qemu-system-x86
-  valgrind cppcheck clang-tidy
+  valgrind cppcheck clang-tidy clang-format
 )
 
 missing=()

@@ -6,9 +6,11 @@
 
 #include "Uefi.h"
 
-#define ADAPTER_SETTINGS_PROTOCOL_GUID                                                            \
-  {                                                                                               \
-    0x718250fb, 0x51a9, 0x4107, { 0xab, 0x94, 0xea, 0x68, 0xf9, 0x11, 0x19, 0xf1 }                 \
+#define ADAPTER_SETTINGS_PROTOCOL_GUID                                                                       \
+  {                                                                                                          \
+    0x718250fb, 0x51a9, 0x4107, {                                                                            \
+      0xab, 0x94, 0xea, 0x68, 0xf9, 0x11, 0x19, 0xf1                                                         \
+    }                                                                                                        \
   }
 
 #define FUNCTION_ADDRESS_SLOTS 4
@@ -72,10 +74,10 @@ struct _FUNCTION_SETTINGS {
   UINT8 BootEnable;                                                             // 0x23C
   UINT8 Reserved23D[0x80];
   CHAR8 FirmwareVersion[FUNCTION_FIRMWARE_VERSIONS][FUNCTION_FIRMWARE_VERSION_SIZE]; // 0x2BD
-  UINT8 NaloIndex;                                                                  // 0x33D
-  UINT8 CardIndex;                                                                  // 0x33E
-  UINT8 PortNumber;                                                                 // 0x33F
-  UINT8 SubIndex;                                                                   // 0x340
+  UINT8 NaloIndex;                                                                   // 0x33D
+  UINT8 CardIndex;                                                                   // 0x33E
+  UINT8 PortNumber;                                                                  // 0x33F
+  UINT8 SubIndex;                                                                    // 0x340
   UINT8 Reserved341[3];
   UINT32 IscsiWord; // 0x344
   UINT8 Reserved348[4];
@@ -88,11 +90,11 @@ struct _FUNCTION_SETTINGS {
   UINT32 LinkConfig;  // 0x358
   UINT8 SriovEnabled; // 0x35C
   UINT8 Reserved35D[3];
-  UINT32 PfType;           // 0x360
-  UINT8 MinBandwidth;      // 0x364
-  UINT8 MaxBandwidth;      // 0x365
-  UINT16 VlanId;           // 0x366
-  UINT8 Reserved368;       //
+  UINT32 PfType;              // 0x360
+  UINT8 MinBandwidth;         // 0x364
+  UINT8 MaxBandwidth;         // 0x365
+  UINT16 VlanId;              // 0x366
+  UINT8 Reserved368;          //
   CHAR8 MaxLinkSpeedText[10]; // 0x369
   UINT8 Reserved373;
   // 0x374: laid out by function type; a Fibre Channel function uses the first view, an iSCSI
@@ -172,7 +174,8 @@ FS_AT(MaxLinkSpeedCode, 0x668);
 typedef FUNCTION_SETTINGS ADAPTER_SETTINGS;
 
 typedef struct _ADAPTER_SETTINGS_PROTOCOL ADAPTER_SETTINGS_PROTOCOL;
-typedef EFI_STATUS(EFIAPI *ADAPTER_SETTINGS_GET)(ADAPTER_SETTINGS_PROTOCOL *This, FUNCTION_SETTINGS **Settings);
+typedef EFI_STATUS(EFIAPI *ADAPTER_SETTINGS_GET)(ADAPTER_SETTINGS_PROTOCOL *This,
+                                                 FUNCTION_SETTINGS **Settings);
 
 struct _ADAPTER_SETTINGS_PROTOCOL {
   ADAPTER_SETTINGS_GET GetAdapterSettings;

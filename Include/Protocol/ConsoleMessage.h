@@ -4,9 +4,11 @@
 
 #include "Uefi.h"
 
-#define CONSOLE_MESSAGE_PROTOCOL_GUID                                                             \
-  {                                                                                               \
-    0x54f07ef6, 0xc389, 0x4cde, { 0x88, 0x55, 0xa5, 0xbc, 0xca, 0x22, 0xad, 0xe6 }                 \
+#define CONSOLE_MESSAGE_PROTOCOL_GUID                                                                        \
+  {                                                                                                          \
+    0x54f07ef6, 0xc389, 0x4cde, {                                                                            \
+      0x88, 0x55, 0xa5, 0xbc, 0xca, 0x22, 0xad, 0xe6                                                         \
+    }                                                                                                        \
   }
 
 typedef EFI_STATUS(EFIAPI *CONSOLE_MESSAGE_UNUSED_MEMBER)(VOID);

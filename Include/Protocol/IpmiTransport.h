@@ -6,9 +6,11 @@
 
 #include "Uefi.h"
 
-#define IPMI_TRANSPORT_PROTOCOL_GUID                                                              \
-  {                                                                                               \
-    0x700f5026, 0x15de, 0x4fa6, { 0x9e, 0x37, 0xba, 0xd4, 0x5b, 0x20, 0x0f, 0xfe }                 \
+#define IPMI_TRANSPORT_PROTOCOL_GUID                                                                         \
+  {                                                                                                          \
+    0x700f5026, 0x15de, 0x4fa6, {                                                                            \
+      0x9e, 0x37, 0xba, 0xd4, 0x5b, 0x20, 0x0f, 0xfe                                                         \
+    }                                                                                                        \
   }
 
 typedef struct _IPMI_TRANSPORT_PROTOCOL IPMI_TRANSPORT_PROTOCOL;

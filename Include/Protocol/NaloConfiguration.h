@@ -5,9 +5,11 @@
 
 #include "Uefi.h"
 
-#define NALO_CONFIGURATION_PROTOCOL_GUID                                                          \
-  {                                                                                               \
-    0x77ad1803, 0x2e60, 0x4d77, { 0x83, 0x1d, 0x30, 0x2e, 0x7b, 0x26, 0xf2, 0xa8 }                 \
+#define NALO_CONFIGURATION_PROTOCOL_GUID                                                                     \
+  {                                                                                                          \
+    0x77ad1803, 0x2e60, 0x4d77, {                                                                            \
+      0x83, 0x1d, 0x30, 0x2e, 0x7b, 0x26, 0xf2, 0xa8                                                         \
+    }                                                                                                        \
   }
 
 #define NALO_FUNCTION_ENTRIES 16
@@ -49,39 +51,39 @@ typedef struct {
 typedef struct {
   UINT8 Enabled; // 0
   UINT8 Reserved1[7];
-  UINT8 *Mac;   // 8
-  CHAR8 *Wwnn;  // 16
-  CHAR8 *Wwpn;  // 24
+  UINT8 *Mac;  // 8
+  CHAR8 *Wwnn; // 16
+  CHAR8 *Wwpn; // 24
 } NALO_ADDRESS_ENTRY;
 
 typedef struct {
   UINT8 Enabled; // 0
   UINT8 Reserved1[7];
-  UINT16 *BootVlanId;        // 8
-  VOID *Unused16;            // 16
-  VOID *Unused24;            // 24
-  VOID *Unused32;            // 32
-  CHAR8 *Target1Wwpn;        // 40
-  CHAR8 *Target1Lun;         // 48
-  CHAR8 *Target2Wwpn;        // 56
-  CHAR8 *Target2Lun;         // 64
-  CHAR8 *FcLinkSpeed;        // 72
-  CHAR8 *FcTopology;         // 80
-  UINT8 *InitiatorOrigin;    // 88
-  VOID *Unused96;            // 96
-  UINT8 *InitiatorAddress;   // 104
+  UINT16 *BootVlanId;         // 8
+  VOID *Unused16;             // 16
+  VOID *Unused24;             // 24
+  VOID *Unused32;             // 32
+  CHAR8 *Target1Wwpn;         // 40
+  CHAR8 *Target1Lun;          // 48
+  CHAR8 *Target2Wwpn;         // 56
+  CHAR8 *Target2Lun;          // 64
+  CHAR8 *FcLinkSpeed;         // 72
+  CHAR8 *FcTopology;          // 80
+  UINT8 *InitiatorOrigin;     // 88
+  VOID *Unused96;             // 96
+  UINT8 *InitiatorAddress;    // 104
   UINT8 *InitiatorSubnetMask; // 112
-  UINT8 *InitiatorGateway;   // 120
-  UINT8 *TargetOrigin;       // 128
-  CHAR8 *TargetName;         // 136
-  UINT8 *TargetAddress;      // 144
-  UINT16 *TargetTcpPort;     // 152
-  UINT8 *TargetBootLun;      // 160
-  UINT8 *AuthMethod;         // 168
-  CHAR8 *ChapUserName;       // 176
-  CHAR8 *ChapSecret;         // 184
-  CHAR8 *MutualChapSecret;   // 192
-  VOID *Unused200;           // 200
+  UINT8 *InitiatorGateway;    // 120
+  UINT8 *TargetOrigin;        // 128
+  CHAR8 *TargetName;          // 136
+  UINT8 *TargetAddress;       // 144
+  UINT16 *TargetTcpPort;      // 152
+  UINT8 *TargetBootLun;       // 160
+  UINT8 *AuthMethod;          // 168
+  CHAR8 *ChapUserName;        // 176
+  CHAR8 *ChapSecret;          // 184
+  CHAR8 *MutualChapSecret;    // 192
+  VOID *Unused200;            // 200
 } NALO_BOOT_ENTRY;
 
 static_assert(sizeof(NALO_CONFIG_HEADER) == 24, "NALO_CONFIG_HEADER size");
@@ -106,7 +108,8 @@ static_assert(__builtin_offsetof(NALO_BOOT_ENTRY, MutualChapSecret) == 192, "lay
 
 // Members 1, 2 and 5 to 7 belong to the platform and are not used by this driver.
 typedef EFI_STATUS(EFIAPI *NALO_GET_PORT_CONFIGURATION)(UINT8 NaloIndex, UINT8 CardIndex, UINT8 PortIndex,
-                                                        NALO_CONFIG_HEADER *Header, NALO_PORT_TABLE *PortTable,
+                                                        NALO_CONFIG_HEADER *Header,
+                                                        NALO_PORT_TABLE *PortTable,
                                                         NALO_ADDRESS_ENTRY *AddressTable,
                                                         NALO_BOOT_ENTRY *BootTable);
 typedef BOOLEAN(EFIAPI *NALO_QUERY_DEFAULTS)(UINTN Selector);

@@ -4,9 +4,11 @@
 
 #include "Uefi.h"
 
-#define PLATFORM_POLICY_PROTOCOL_GUID                                                             \
-  {                                                                                               \
-    0xdd93b9c3, 0xa4cd, 0x4156, { 0xbc, 0x9d, 0x85, 0x7c, 0x0a, 0xfc, 0xb2, 0x47 }                 \
+#define PLATFORM_POLICY_PROTOCOL_GUID                                                                        \
+  {                                                                                                          \
+    0xdd93b9c3, 0xa4cd, 0x4156, {                                                                            \
+      0xbc, 0x9d, 0x85, 0x7c, 0x0a, 0xfc, 0xb2, 0x47                                                         \
+    }                                                                                                        \
   }
 
 // Only byte 2 of the record is defined for this driver; the rest is reserved room.

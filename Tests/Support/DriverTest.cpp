@@ -9,7 +9,6 @@
 #include "Library/UefiBootServicesTableLib.h"
 #include "Library/UefiRuntimeServicesTableLib.h"
 
-
 void DriverTest::SetUp() {
   Firmware = std::make_unique<fake::FakeFirmware>();
   Firmware->InstallPlatformProtocols();

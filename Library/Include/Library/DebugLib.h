@@ -17,16 +17,16 @@
 void DebugPrint(UINTN ErrorLevel, const char *Format, ...);
 void DebugAssert(const char *FileName, UINTN LineNumber, const char *Description);
 
-#define DEBUG(Expression)                                                                         \
-  do {                                                                                            \
-    DebugPrint Expression;                                                                        \
+#define DEBUG(Expression)                                                                                    \
+  do {                                                                                                       \
+    DebugPrint Expression;                                                                                   \
   } while (FALSE)
 
-#define ASSERT(Expression)                                                                        \
-  do {                                                                                            \
-    if (!(Expression)) {                                                                          \
-      DebugAssert(__FILE__, __LINE__, #Expression);                                              \
-    }                                                                                             \
+#define ASSERT(Expression)                                                                                   \
+  do {                                                                                                       \
+    if (!(Expression)) {                                                                                     \
+      DebugAssert(__FILE__, __LINE__, #Expression);                                                          \
+    }                                                                                                        \
   } while (FALSE)
 
 #endif

@@ -5,7 +5,7 @@
 
 #include "Uefi.h"
 
-#define PCI_EXPRESS_LIB_ADDRESS(Bus, Device, Function, Register)                                  \
+#define PCI_EXPRESS_LIB_ADDRESS(Bus, Device, Function, Register)                                             \
   ((((UINTN)(Bus)) << 20) | (((UINTN)(Device)) << 15) | (((UINTN)(Function)) << 12) | ((UINTN)(Register)))
 
 // Library constructor: finds the ECAM base. Always returns EFI_SUCCESS.
