@@ -168,6 +168,50 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
   }
 }
 
+// The function-type table of the previous port must not leak into this one: the first function
+// of a port starts it afresh (only function 0 exists until the replies say otherwise), except in
+// the 4 x 1 Gb/s layout, where every port has a single function and the table is left alone.
+TEST_F(PlannerTest, FirstFunctionOfAPortStartsTheFunctionTypeTableAfresh) {
+  const struct {
+    bool QLogic;
+    UINT32 LinkConfig;
+    UINT8 PfIndex;
+    bool Reset, RestReset;
+  } Cases[] = {
+      {false, 0, 0, true, true}, {false, 1, 0, true, false}, {false, 0, 1, false, false},
+      {true, 0, 0, true, true},  {true, 0, 1, false, false},
+  };
+  for (const auto &C : Cases) {
+    Fresh();
+    (C.QLogic ? mModule.mFamily.QLogic8070 : mModule.mFamily.Emulex0720) = TRUE;
+    FUNCTION_SETTINGS *F =
+        C.QLogic ? NewRecord(0x1077, 0x8070, 1, C.PfIndex) : NewRecord(0x10DF, 0x0720, 0, C.PfIndex);
+    F->LinkConfig = C.LinkConfig;
+    std::fill(std::begin(mModule.mPfTypeTable), std::end(mModule.mPfTypeTable), 0x5Au);
+    mModule.mPfTypeCount = 7;
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
+    (C.QLogic ? PlanQLogic8070 : PlanEmulex0720)(0, F, &State, &Count);
+    const std::string Case = std::string(C.QLogic ? "QLogic8070" : "Emulex0720") + " layout " +
+                             std::to_string(C.LinkConfig) + " pf " + std::to_string(C.PfIndex);
+    EXPECT_EQ(mModule.mPfTypeTable[0], C.Reset ? (UINT32)PF_TYPE_NIC : 0x5Au) << Case;
+    for (int K = 1; K < PF_TYPE_TABLE_ENTRIES; K++) {
+      EXPECT_EQ(mModule.mPfTypeTable[K], C.RestReset ? (UINT32)PF_TYPE_DISABLED : 0x5Au)
+          << Case << " entry " << K;
+    }
+    EXPECT_EQ(mModule.mPfTypeCount, C.QLogic && C.Reset ? 0 : 7) << Case;
+  }
+  // A not partitioned QLogic8070 port counts its function-type replies from zero again once its
+  // first function has planned its settings.
+  for (UINT8 Pf : {0, 1}) {
+    Fresh();
+    mModule.mFamily.QLogic8070 = TRUE;
+    mModule.mPfTypeCount = 7;
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanQLogic8070(5, NewRecord(0x1077, 0x8070, 1, Pf), &State, &Count);
+    EXPECT_EQ(mModule.mPfTypeCount, Pf == 0 ? 0 : 7) << int(Pf);
+  }
+}
+
 using LinkLayoutTest = PlanningTest;
 
 TEST_F(LinkLayoutTest, OneGigabitLayoutMovesTheFirstFunctionOfTheWalkToItsPort) {
