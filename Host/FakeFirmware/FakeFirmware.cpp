@@ -276,6 +276,14 @@ void FakeFirmware::OnAssert(const char *File, uint64_t Line, const char *Text) {
   }
 }
 
+size_t FakeFirmware::LocateProtocolCalls(const EFI_GUID &Guid) const {
+  size_t Count = 0;
+  for (const EFI_GUID &Located : Located_) {
+    Count += std::memcmp(&Located, &Guid, sizeof(EFI_GUID)) == 0;
+  }
+  return Count;
+}
+
 std::vector<Event> FakeFirmware::EventsOf(EventKind Kind) const {
   std::vector<Event> Out;
   for (const Event &E : Events_) {

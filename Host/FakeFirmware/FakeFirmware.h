@@ -58,7 +58,8 @@ struct Event {
 
   // ipmi
   uint8_t NetFn = 0, Lun = 0, Command = 0, CompletionCode = 0;
-  std::vector<uint8_t> Data; // ipmi request bytes, setVariable data, statusCode extended data
+  uint8_t ResponseCapacity = 0; // *ResponseDataSize on entry
+  std::vector<uint8_t> Data;    // ipmi request bytes, setVariable data, statusCode extended data
 
   // statusCode
   uint32_t Type = 0, Value = 0, Instance = 0;
@@ -275,6 +276,9 @@ public:
   void ScriptIpmiResponse(const std::vector<uint8_t> &Bytes) { IpmiResponses_.push_back(Bytes); }
   IPMI_TRANSPORT_PROTOCOL *IpmiProtocol() { return &Ipmi_; }
   size_t IpmiCallCount() const { return IpmiCalls_; }
+  // How often LocateProtocol was asked for Guid, found or not.
+  size_t LocateProtocolCalls(const EFI_GUID &Guid) const;
+  void NoteLocateProtocol(const EFI_GUID &Guid) { Located_.push_back(Guid); }
 
   // NALO_CONFIGURATION_PROTOCOL
   NaloEntry &Nalo(uint8_t NaloIndex, uint8_t CardIndex, uint8_t PortIndex); // created on first use
@@ -374,6 +378,7 @@ private:
   std::deque<EFI_STATUS> IpmiStatuses_;
   std::deque<std::vector<uint8_t>> IpmiResponses_;
   size_t IpmiCalls_ = 0;
+  std::vector<EFI_GUID> Located_;
 
   NALO_CONFIGURATION_PROTOCOL NaloProtocol_ = {};
   EFI_HANDLE NaloHandle_ = nullptr;

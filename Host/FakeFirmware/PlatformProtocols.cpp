@@ -129,6 +129,7 @@ struct PlatformCalls {
     E.NetFn = NetFunction;
     E.Lun = Lun;
     E.Command = Command;
+    E.ResponseCapacity = *ResponseDataSize;
     if (CommandDataSize != 0) {
       E.Data.assign(CommandData, CommandData + CommandDataSize);
     }

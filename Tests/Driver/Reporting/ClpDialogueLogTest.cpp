@@ -1,7 +1,5 @@
 // The CLP dialogue log: message layout, chunking of long texts and the whole dialogue's bytes.
-#include "Driver/Reporting/ReportingFakes.h"
-
-using namespace reporting_test;
+#include "Driver/Reporting/ReportingTest.h"
 
 namespace {
 
@@ -30,27 +28,27 @@ FUNCTION_SETTINGS KnownRecord() {
   return Settings;
 }
 
-TEST(ClpDialogueLog, OneMessageCarriesEnterpriseNumberSubFunctionLengthAndText) {
-  FakePlatform Fake;
+using ClpDialogueLog = ReportingTest;
+
+TEST_F(ClpDialogueLog, OneMessageCarriesEnterpriseNumberSubFunctionLengthAndText) {
   UINT8 CompletionCode = 0x55;
-  Fake.Script({0xC1});
-  EXPECT_EQ(SendClpLogText(&Fake.SystemTable, ASTR("show"), &CompletionCode), EFI_SUCCESS);
+  Fw().ScriptIpmiCompletionCodes({0xC1});
+  EXPECT_EQ(SendClpLogText(Fw().SystemTable(), ASTR("show"), &CompletionCode), EFI_SUCCESS);
   EXPECT_EQ(CompletionCode, 0xC1);
-  ASSERT_EQ(Fake.Requests.size(), 1u);
-  const IpmiRequest &Sent = Fake.Requests[0];
-  EXPECT_EQ(Sent.NetFunction, 0x2E);
+  ASSERT_EQ(Requests().size(), 1u);
+  const fake::Event Sent = Requests()[0];
+  EXPECT_EQ(Sent.NetFn, 0x2E);
   EXPECT_EQ(Sent.Lun, 0);
   EXPECT_EQ(Sent.Command, 0xF5);
   EXPECT_EQ(Sent.ResponseCapacity, 3);
   EXPECT_EQ(Sent.Data, (std::vector<UINT8>{0x80, 0x28, 0x00, 0x0C, 4, 's', 'h', 'o', 'w'}));
 }
 
-TEST(ClpDialogueLog, OneMessageTakesAtMost61Characters) {
-  FakePlatform Fake;
+TEST_F(ClpDialogueLog, OneMessageTakesAtMost61Characters) {
   const std::string Text = PatternText(100);
-  SendClpLogText(&Fake.SystemTable, ASTR(Text.c_str()), nullptr);
-  ASSERT_EQ(Fake.Requests.size(), 1u);
-  EXPECT_EQ(Fake.Requests[0].Data, LogMessage(Text.substr(0, 61)));
+  SendClpLogText(Fw().SystemTable(), ASTR(Text.c_str()), nullptr);
+  ASSERT_EQ(Requests().size(), 1u);
+  EXPECT_EQ(Requests()[0].Data, LogMessage(Text.substr(0, 61)));
 }
 
 struct ChunkCase {
@@ -58,18 +56,18 @@ struct ChunkCase {
   std::vector<size_t> PieceLengths;
 };
 
-class ClpLogChunkTest : public ::testing::TestWithParam<ChunkCase> {};
+class ClpLogChunkTest : public ReportingTest, public ::testing::WithParamInterface<ChunkCase> {};
 
 TEST_P(ClpLogChunkTest, TextIsSplitInto61CharacterPiecesUpTo68) {
   const ChunkCase &Case = GetParam();
-  FakePlatform Fake;
   const std::string Text = PatternText(Case.Length);
   SendClpLogChunks(ASTR(Text.c_str()));
 
-  ASSERT_EQ(Fake.Requests.size(), Case.PieceLengths.size());
+  const std::vector<fake::Event> Sent = Requests();
+  ASSERT_EQ(Sent.size(), Case.PieceLengths.size());
   size_t Offset = 0;
   for (size_t Index = 0; Index < Case.PieceLengths.size(); Index++) {
-    EXPECT_EQ(Fake.Requests[Index].Data, LogMessage(Text.substr(Offset, Case.PieceLengths[Index])))
+    EXPECT_EQ(Sent[Index].Data, LogMessage(Text.substr(Offset, Case.PieceLengths[Index])))
         << "message " << Index;
     Offset += Case.PieceLengths[Index];
   }
@@ -91,14 +89,12 @@ INSTANTIATE_TEST_SUITE_P(Lengths, ClpLogChunkTest,
                                            // The last 852 characters never reach the controller.
                                            ChunkCase{5000, Pieces(68, 0)}));
 
-TEST(ClpDialogueLog, NullTextSendsNothing) {
-  FakePlatform Fake;
+TEST_F(ClpDialogueLog, NullTextSendsNothing) {
   SendClpLogChunks(nullptr);
-  EXPECT_TRUE(Fake.Requests.empty());
+  EXPECT_TRUE(Requests().empty());
 }
 
-TEST(ClpDialogueLog, WholeDialogueOfAKnownRecord) {
-  FakePlatform Fake;
+TEST_F(ClpDialogueLog, WholeDialogueOfAKnownRecord) {
   FUNCTION_SETTINGS Settings = KnownRecord();
   const std::string Request = "set /hw1/port0/pf0 OEMVDR_PortEnable=1";
   const std::string Response = PatternText(62);
@@ -117,16 +113,17 @@ TEST(ClpDialogueLog, WholeDialogueOfAKnownRecord) {
       LogMessage(Response.substr(0, 61)),
       LogMessage(Response.substr(61)),
   };
-  ASSERT_EQ(Fake.Requests.size(), Expected.size());
+  const std::vector<fake::Event> Sent = Requests();
+  ASSERT_EQ(Sent.size(), Expected.size());
   for (size_t Index = 0; Index < Expected.size(); Index++) {
-    EXPECT_EQ(Fake.Requests[Index].Data, Expected[Index]) << "message " << Index;
-    EXPECT_EQ(Fake.Requests[Index].NetFunction, 0x2E);
-    EXPECT_EQ(Fake.Requests[Index].Command, 0xF5);
+    EXPECT_EQ(Sent[Index].Data, Expected[Index]) << "message " << Index;
+    EXPECT_EQ(Sent[Index].NetFn, 0x2E);
+    EXPECT_EQ(Sent[Index].Command, 0xF5);
   }
   EXPECT_EQ(std::string((const char *)mModule.mClpLogHeader), Header);
 }
 
-TEST(ClpDialogueLog, HeaderVariants) {
+TEST_F(ClpDialogueLog, HeaderVariants) {
   struct {
     UINT16 VendorId, DeviceId, PciAddress;
     std::string Firmware;
@@ -139,7 +136,7 @@ TEST(ClpDialogueLog, HeaderVariants) {
        "\r\n_VID/DID/PFA 0x15B3/1017/FFFF, FW " + std::string(60 - 36, 'V')},
   };
   for (const auto &Case : Cases) {
-    FakePlatform Fake;
+    const size_t Before = Requests().size();
     FUNCTION_SETTINGS Settings{};
     Settings.VendorId = Case.VendorId;
     Settings.DeviceId = Case.DeviceId;
@@ -147,49 +144,43 @@ TEST(ClpDialogueLog, HeaderVariants) {
     std::memcpy(Settings.FirmwareVersion[0], Case.Firmware.data(), Case.Firmware.size());
     LogClpDialogue(&Settings, nullptr, nullptr);
     ASSERT_EQ(Case.Header.size(), 60u);
-    ASSERT_EQ(Fake.Requests.size(), 3u);
-    EXPECT_EQ(Fake.Requests[1].Data, LogMessage(Case.Header));
+    ASSERT_EQ(Requests().size(), Before + 3);
+    EXPECT_EQ(Requests()[Before + 1].Data, LogMessage(Case.Header));
   }
 }
 
-TEST(ClpDialogueLog, MissingTextsAreSkippedButBannersAndHeaderGoOut) {
-  FakePlatform Fake;
+TEST_F(ClpDialogueLog, MissingTextsAreSkippedButBannersAndHeaderGoOut) {
   FUNCTION_SETTINGS Settings = KnownRecord();
   LogClpDialogue(&Settings, nullptr, ASTR("ok"));
-  const std::vector<std::string> Texts = Fake.LoggedTexts();
+  const std::vector<std::string> Texts = LoggedTexts();
   ASSERT_EQ(Texts.size(), 4u);
   EXPECT_EQ(Texts[0], kRequestBanner);
   EXPECT_EQ(Texts[2], kResponseBanner);
   EXPECT_EQ(Texts[3], "ok");
 }
 
-TEST(ClpDialogueLog, EmptyRequestIsOneEmptyMessage) {
-  FakePlatform Fake;
+TEST_F(ClpDialogueLog, EmptyRequestIsOneEmptyMessage) {
   FUNCTION_SETTINGS Settings = KnownRecord();
   LogClpDialogue(&Settings, ASTR(""), nullptr);
-  ASSERT_EQ(Fake.Requests.size(), 4u);
-  EXPECT_EQ(Fake.Requests[2].Data, LogMessage(""));
+  ASSERT_EQ(Requests().size(), 4u);
+  EXPECT_EQ(Requests()[2].Data, LogMessage(""));
 }
 
-TEST(ClpDialogueLog, FailedMessagesDoNotStopTheDialogue) {
-  FakePlatform Fake;
-  for (int Index = 0; Index < 3 * 5; Index++) {
-    Fake.Answers.push_back({EFI_DEVICE_ERROR, 0xFF});
-  }
+TEST_F(ClpDialogueLog, FailedMessagesDoNotStopTheDialogue) {
+  ScriptAttempts(3 * 5, EFI_DEVICE_ERROR, 0xFF);
   FUNCTION_SETTINGS Settings = KnownRecord();
   LogClpDialogue(&Settings, ASTR("a"), ASTR("b"));
   // Five texts, each tried three times by the transport.
-  ASSERT_EQ(Fake.Requests.size(), 15u);
-  EXPECT_EQ(Fake.Requests[14].Data, LogMessage("b"));
+  ASSERT_EQ(Requests().size(), 15u);
+  EXPECT_EQ(Requests()[14].Data, LogMessage("b"));
 }
 
-TEST(ClpDialogueLog, NoTransportMeansNothingIsSentAndNothingBreaks) {
-  FakePlatform Fake;
-  Fake.TransportInstalled = false;
+TEST_F(ClpDialogueLog, NoTransportMeansNothingIsSentAndNothingBreaks) {
+  Fw().RemoveIpmi();
   FUNCTION_SETTINGS Settings = KnownRecord();
   LogClpDialogue(&Settings, ASTR("a"), ASTR("b"));
-  EXPECT_TRUE(Fake.Requests.empty());
-  EXPECT_EQ(Fake.TransportLookups, 5u) << "looked for again at every message";
+  EXPECT_TRUE(Requests().empty());
+  EXPECT_EQ(TransportLookups(), 5u) << "looked for again at every message";
 }
 
 } // namespace

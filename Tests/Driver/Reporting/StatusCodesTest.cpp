@@ -1,7 +1,5 @@
 // Status codes of failed CLP commands: selection, instance bytes and the ErrorReported flag.
-#include "Driver/Reporting/ReportingFakes.h"
-
-using namespace reporting_test;
+#include "Driver/Reporting/ReportingTest.h"
 
 namespace {
 
@@ -19,11 +17,10 @@ struct StatusCase {
   std::vector<ExpectedCode> Codes;
 };
 
-class StatusCodeSelectionTest : public ::testing::TestWithParam<StatusCase> {};
+class StatusCodeSelectionTest : public ReportingTest, public ::testing::WithParamInterface<StatusCase> {};
 
 TEST_P(StatusCodeSelectionTest, ReportsTheSelectedCodesAndMarksTheRecord) {
   const StatusCase &Case = GetParam();
-  FakePlatform Fake;
   FUNCTION_SETTINGS Settings{};
   Settings.PciAddress = Case.PciAddress;
   Settings.AuxLocation = Case.AuxLocation;
@@ -34,14 +31,16 @@ TEST_P(StatusCodeSelectionTest, ReportsTheSelectedCodesAndMarksTheRecord) {
   const EFI_GUID CallerId = {0xD083E94C, 0x6560, 0x42E4, {0xB6, 0xD4, 0x2D, 0xF7, 0x5A, 0xDF, 0x6A, 0x2A}};
   const EFI_GUID SpecificData = {
       0x335984BD, 0xE805, 0x409A, {0xB8, 0xF8, 0xD2, 0x7E, 0xCE, 0x5F, 0xF7, 0xA6}};
-  ASSERT_EQ(Fake.Reports.size(), Case.Codes.size());
+  const std::vector<fake::Event> Reports = Fw().EventsOf(fake::EventKind::StatusCode);
+  ASSERT_EQ(Reports.size(), Case.Codes.size());
   for (size_t Index = 0; Index < Case.Codes.size(); Index++) {
-    const StatusCodeReport &Report = Fake.Reports[Index];
+    const fake::Event &Report = Reports[Index];
     EXPECT_EQ(Report.Type, 0x80000002u);
     EXPECT_EQ(Report.Value, Case.Codes[Index].Value) << "report " << Index;
     EXPECT_EQ(Report.Instance, Case.Codes[Index].Instance) << "report " << Index;
+    ASSERT_TRUE(Report.HasCallerId);
     EXPECT_EQ(std::memcmp(&Report.CallerId, &CallerId, sizeof(EFI_GUID)), 0);
-    ASSERT_TRUE(Report.HasData);
+    ASSERT_TRUE(Report.HasStatusData);
     EXPECT_EQ(Report.DataHeaderSize, 20);
     EXPECT_EQ(Report.DataSize, 0) << "no extended data";
     EXPECT_EQ(std::memcmp(&Report.DataType, &SpecificData, sizeof(EFI_GUID)), 0);
@@ -74,12 +73,13 @@ INSTANTIATE_TEST_SUITE_P(
         StatusCase{"Completed", 0, 0xF7, 0x3A01, 5, {}}),
     [](const ::testing::TestParamInfo<StatusCase> &Info) { return std::string(Info.param.Name); });
 
-TEST(StatusCodes, FlagIsSetWithoutAStatusCodeService) {
-  FakePlatform Fake;
-  Fake.StatusCodeInstalled = false;
+using StatusCodes = ReportingTest;
+
+TEST_F(StatusCodes, FlagIsSetWithoutAStatusCodeService) {
+  Fw().RemoveStatusCode();
   FUNCTION_SETTINGS Settings{};
   ReportClpFailure(&Settings, 2, 0);
-  EXPECT_TRUE(Fake.Reports.empty());
+  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::StatusCode).empty());
   EXPECT_EQ(Settings.ErrorFlags, ERROR_FLAG_ERROR_REPORTED);
 }
 
