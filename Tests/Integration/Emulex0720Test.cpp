@@ -25,10 +25,6 @@ protected:
     }
     return Out;
   }
-  static Texts Join(Texts A, const Texts &B) {
-    A.insert(A.end(), B.begin(), B.end());
-    return A;
-  }
 };
 
 // ---- 4 x 10 Gb/s: sixteen functions become four ports of four --------------------------------------
@@ -83,7 +79,7 @@ TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenInto
   };
   // Instance 0 reads the layout; the phase that starts at Instance 1 sees the rewritten port and
   // shows each of its four functions.
-  EXPECT_EQ(Driver.Dialogue(), Join(Join({"show / OEMELX_LinkConfig"}, Shows(0, 4)), {"exit"}));
+  EXPECT_EQ(Driver.Dialogue(), Join({{"show / OEMELX_LinkConfig"}, Shows(0, 4), {"exit"}}));
 
   for (uint8_t I = 0; I < 16; ++I) {
     const uint8_t P = I % 4, Pf = I / 4;
@@ -111,7 +107,7 @@ TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenInto
   EXPECT_NE(R[0]->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
 
   // Another port's first function shows its functions at Instance 0: no link configuration.
-  EXPECT_EQ(Dialogue(Handles[1]), Join(Shows(1, 4), {"exit"}));
+  EXPECT_EQ(Dialogue(Handles[1]), Join({Shows(1, 4), {"exit"}}));
   ASSERT_EQ(Fw().NaloCalls().size(), 2u);
   EXPECT_EQ(Fw().NaloCalls()[1].Key,
             fake::NaloKey(static_cast<uint8_t>(C.NaloBase + (C.NaloPlusPort ? 1 : 0)), C.Card, 1));
@@ -216,9 +212,10 @@ TEST_F(Emulex0720RoceTest, RoceOnAnyPortRetypesTheFunctionsAndAsksForOneRestart)
            {"show port0/pf1 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\n"}},
            {"show port0/pf2 OEMELX_PFInfo", {"retdata=\r\nPfType=iSCSI\r\n"}},
            {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}}}),
-      Join(Shows(0, 4), {"set / OEMELX_UMCState=Disabled", "set / OEMELX_Profile=RoCE-2",
-                         "set port0/pf0 OEMELX_PFType=RoCE", "set port0/pf1 OEMELX_PFType=Disable",
-                         "set port0/pf2 OEMELX_PFType=Disable", "exit"}));
+      Join({Shows(0, 4),
+            {"set / OEMELX_UMCState=Disabled", "set / OEMELX_Profile=RoCE-2",
+             "set port0/pf0 OEMELX_PFType=RoCE", "set port0/pf1 OEMELX_PFType=Disable",
+             "set port0/pf2 OEMELX_PFType=Disable", "exit"}}));
   EXPECT_EQ(Fw().RestartNotifications(), 1u);
   EXPECT_EQ(mModule.mRoceMode, 1);
   // The probe read port 1's port table only.
@@ -246,10 +243,11 @@ TEST_F(Emulex0720RoceTest, AfterTheRestartTheRoceFunctionGetsItsSettings) {
                                 {"show port0/pf1 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}},
                                 {"show port0/pf2 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}},
                                 {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}}}),
-      Join(Shows(0, 4), {"set / OEMELX_Profile=RoCE-2", "set port0/pf0 OEMELX_PFVlanID=0100",
-                         "set port0/pf0 OEMELX_PXEVlan=Enabled", "set port0/pf0 OEMELX_PXEVlanID=0100",
-                         "set port0/pf0 OEMELX_BootEnable=Enabled",
-                         "set port0/pf0 OEMELX_VolatileMAC=0200C9000010", "exit"}));
+      Join({Shows(0, 4),
+            {"set / OEMELX_Profile=RoCE-2", "set port0/pf0 OEMELX_PFVlanID=0100",
+             "set port0/pf0 OEMELX_PXEVlan=Enabled", "set port0/pf0 OEMELX_PXEVlanID=0100",
+             "set port0/pf0 OEMELX_BootEnable=Enabled", "set port0/pf0 OEMELX_VolatileMAC=0200C9000010",
+             "exit"}}));
   EXPECT_EQ(Fw().RestartNotifications(), 0u);
   FUNCTION_SETTINGS *R0 = A.Record(0, 0);
   EXPECT_EQ(R0->PfType, static_cast<UINT32>(PF_TYPE_ROCE));
@@ -315,13 +313,13 @@ TEST_F(Emulex0720PortTest, TypeChangesAreQueuedAndBuiltOneFunctionAtATime) {
   Fw().Nalo(1, 0, 0).PortTable.Function[2].FunctionType = PF_TYPE_NIC;
   // Adapter: partitioned, functions 0 NIC, 1 NIC, 2 NIC, 3 iSCSI. Function 2 (an enabled NIC
   // beyond the first) keeps partitioning on: no UMC setting.
-  EXPECT_EQ(
-      Dialogue(A.Handle(0, 0),
-               {{"show port0/pf0 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\nUMCState=Enabled\r\n"}},
-                {"show port0/pf1 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\n"}},
-                {"show port0/pf2 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\n"}},
-                {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=iSCSI\r\n"}}}),
-      Join(Shows(0, 4), {"set port0/pf1 OEMELX_PFType=FCoE", "set port0/pf3 OEMELX_PFType=Disable", "exit"}));
+  EXPECT_EQ(Dialogue(A.Handle(0, 0),
+                     {{"show port0/pf0 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\nUMCState=Enabled\r\n"}},
+                      {"show port0/pf1 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\n"}},
+                      {"show port0/pf2 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\n"}},
+                      {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=iSCSI\r\n"}}}),
+            Join({Shows(0, 4),
+                  {"set port0/pf1 OEMELX_PFType=FCoE", "set port0/pf3 OEMELX_PFType=Disable", "exit"}}));
   EXPECT_EQ(mModule.mEmulexPfTypeSetIndex, 2);
   EXPECT_EQ(Fw().RestartNotifications(), 1u);
 }
@@ -343,31 +341,31 @@ TEST_F(Emulex0720PortTest, LayoutInPlacePlansEveryPerFunctionSetting) {
        {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}}});
   // Function 0: bandwidth, VLAN (no PXE VLAN while partitioned), boot, MAC. Function 1: rate
   // limit; no virtual address, so the port's addresses go back to default. Function 2: iSCSI.
-  EXPECT_EQ(Commands,
-            Join(Shows(0, 4), {"set port0/pf0 OEMELX_MinBandwidth=025",
-                               "set port0/pf0 OEMELX_PFVlanID=0100",
-                               "set port0/pf0 OEMELX_BootEnable=Disabled",
-                               "set port0/pf0 OEMELX_VolatileMAC=0200C9000001",
-                               "set port0/pf1 OEMELX_MaxBandwidth=050",
-                               "set port0 OEMELX_AddressDefaults=0",
-                               "set port0/pf2 OEMELX_PFVlanID=0300",
-                               "set port0/pf2 OEMELX_BootEnable=Enabled",
-                               "set port0/pf2 OEMELX_VolatileMAC=0200C9000003",
-                               "set port0/pf2 OEMELX_InitiatorIscsiName=iqn.2001-04.com.example:host1",
-                               "set port0/pf2 OEMELX_InitiatorAddressOrigin=static_ipv4",
-                               "set port0/pf2 OEMELX_IPv4InitiatorAddress=192168001020",
-                               "set port0/pf2 OEMELX_IPv4InitiatorSubnetMask=255255255000",
-                               "set port0/pf2 OEMELX_IPv4InitiatorGateway=192168001001",
-                               "set port0/pf2 OEMELX_BootTargetAddressOrigin=static_ipv4",
-                               "set port0/pf2 OEMELX_TargetIscsiName[0]=iqn.2001-04.com.example:storage",
-                               "set port0/pf2 OEMELX_IPv4TargetAddress[0]=192168001050",
-                               "set port0/pf2 OEMELX_TcpPort[0]=03260",
-                               "set port0/pf2 OEMELX_BootableLun[0]=000A",
-                               "set port0/pf2 OEMELX_AuthenticationMethod[0]=mutualCHAP",
-                               "set port0/pf2 OEMELX_ChapName[0]=chapuser",
-                               "set port0/pf2 OEMELX_ChapSecret[0]=secret123456",
-                               "set port0/pf2 OEMELX_InitiatorChapSecret[0]=mutual123456",
-                               "exit"}));
+  EXPECT_EQ(Commands, Join({Shows(0, 4),
+                            {"set port0/pf0 OEMELX_MinBandwidth=025",
+                             "set port0/pf0 OEMELX_PFVlanID=0100",
+                             "set port0/pf0 OEMELX_BootEnable=Disabled",
+                             "set port0/pf0 OEMELX_VolatileMAC=0200C9000001",
+                             "set port0/pf1 OEMELX_MaxBandwidth=050",
+                             "set port0 OEMELX_AddressDefaults=0",
+                             "set port0/pf2 OEMELX_PFVlanID=0300",
+                             "set port0/pf2 OEMELX_BootEnable=Enabled",
+                             "set port0/pf2 OEMELX_VolatileMAC=0200C9000003",
+                             "set port0/pf2 OEMELX_InitiatorIscsiName=iqn.2001-04.com.example:host1",
+                             "set port0/pf2 OEMELX_InitiatorAddressOrigin=static_ipv4",
+                             "set port0/pf2 OEMELX_IPv4InitiatorAddress=192168001020",
+                             "set port0/pf2 OEMELX_IPv4InitiatorSubnetMask=255255255000",
+                             "set port0/pf2 OEMELX_IPv4InitiatorGateway=192168001001",
+                             "set port0/pf2 OEMELX_BootTargetAddressOrigin=static_ipv4",
+                             "set port0/pf2 OEMELX_TargetIscsiName[0]=iqn.2001-04.com.example:storage",
+                             "set port0/pf2 OEMELX_IPv4TargetAddress[0]=192168001050",
+                             "set port0/pf2 OEMELX_TcpPort[0]=03260",
+                             "set port0/pf2 OEMELX_BootableLun[0]=000A",
+                             "set port0/pf2 OEMELX_AuthenticationMethod[0]=mutualCHAP",
+                             "set port0/pf2 OEMELX_ChapName[0]=chapuser",
+                             "set port0/pf2 OEMELX_ChapSecret[0]=secret123456",
+                             "set port0/pf2 OEMELX_InitiatorChapSecret[0]=mutual123456",
+                             "exit"}}));
   EXPECT_EQ(Fw().RestartNotifications(), 0u);
 
   FUNCTION_SETTINGS *R0 = A.Record(0, 0), *R1 = A.Record(0, 1), *R2 = A.Record(0, 2), *R3 = A.Record(0, 3);

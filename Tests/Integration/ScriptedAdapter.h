@@ -23,6 +23,14 @@ inline std::string Str(const CHAR8 *Text) {
   return reinterpret_cast<const char *>(Text);
 }
 
+inline Texts Join(std::initializer_list<Texts> Parts) {
+  Texts Out;
+  for (const Texts &P : Parts) {
+    Out.insert(Out.end(), P.begin(), P.end());
+  }
+  return Out;
+}
+
 struct ScriptedReply {
   ScriptedReply(const char *Reply = "") : Reply(Reply) {}
   ScriptedReply(std::string Reply, uint8_t Status, uint8_t Error = 0,
