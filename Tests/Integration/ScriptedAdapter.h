@@ -33,7 +33,7 @@ inline Texts Join(std::initializer_list<Texts> Parts) {
 
 struct ScriptedReply {
   ScriptedReply(const char *Reply = "") : Reply(Reply) {}
-  ScriptedReply(std::string Reply, uint8_t Status, uint8_t Error = 0,
+  ScriptedReply(std::string Reply, uint8_t Status = 0, uint8_t Error = 0,
                 EFI_PLATFORM_CONFIGURATION_ACTION Action = EfiPlatformConfigurationActionNone)
       : Reply(std::move(Reply)), Status(Status), Error(Error), Action(Action) {}
   std::string Reply;
