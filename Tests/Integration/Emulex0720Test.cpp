@@ -5,7 +5,7 @@
 
 namespace {
 
-class Emulex0720Test : public IntegrationTest {
+class Emulex0720RunTest : public IntegrationTest {
 protected:
   BuiltAdapter Add(uint16_t Subsystem, uint8_t Ports, uint8_t PfsPerPort) {
     BuiltAdapter A = IntegrationTest::Add(0x10DF, 0x0720, 0x21, Ports, PfsPerPort,
@@ -40,7 +40,8 @@ struct FourByTenCase {
   bool PortNumberPlusPort;
 };
 
-class Emulex0720FourByTenTest : public Emulex0720Test, public ::testing::WithParamInterface<FourByTenCase> {};
+class Emulex0720FourByTenTest : public Emulex0720RunTest,
+                                public ::testing::WithParamInterface<FourByTenCase> {};
 
 TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenIntoFourPorts) {
   const FourByTenCase &C = GetParam();
@@ -120,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(ManagementIndices, Emulex0720FourByTenTest,
 
 // ---- 4 x 1 Gb/s: each port keeps one function ---------------------------------------------------
 
-TEST_F(Emulex0720Test, FourByOneBoardRewritesEachControllerToOneFunctionOfItsPort) {
+TEST_F(Emulex0720RunTest, FourByOneBoardRewritesEachControllerToOneFunctionOfItsPort) {
   // The platform lists two ports of two functions; the adapter runs four 1 Gb/s ports.
   const BuiltAdapter A = Add(0x11F9, 2, 2);
   EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show / OEMELX_LinkConfig", {"retdata=ELX_4x1G"}}}),
@@ -153,7 +154,7 @@ TEST_F(Emulex0720Test, FourByOneBoardRewritesEachControllerToOneFunctionOfItsPor
 
 // ---- A port's second function ------------------------------------------------------------------------
 
-TEST_F(Emulex0720Test, SecondFunctionOfAPortPlansNothingAndEndsAtOnce) {
+TEST_F(Emulex0720RunTest, SecondFunctionOfAPortPlansNothingAndEndsAtOnce) {
   const BuiltAdapter A = Add(0x0001, 1, 2);
   UINTN Instance = 0, Size = 0;
   EFI_GUID *Guid = nullptr;
@@ -174,10 +175,10 @@ TEST_F(Emulex0720Test, SecondFunctionOfAPortPlansNothingAndEndsAtOnce) {
 
 // Two ports of four functions on a board whose layout is in the settings record (2 x 10 Gb/s).
 // Port 0's table wants one function; port 1's table reports RoCE profile 2.
-class Emulex0720RoceTest : public Emulex0720Test {
+class Emulex0720RoceTest : public Emulex0720RunTest {
 protected:
   void SetUp() override {
-    Emulex0720Test::SetUp();
+    Emulex0720RunTest::SetUp();
     A = Add(0x0001, 2, 4);
     A.Record(0, 0)->NaloIndex = 1;
 
@@ -259,10 +260,10 @@ TEST_F(Emulex0720RoceTest, AfterTheRestartTheRoceFunctionGetsItsSettings) {
 
 // ---- One partitioned port of four functions --------------------------------------------------------
 
-class Emulex0720PortTest : public Emulex0720Test {
+class Emulex0720PortTest : public Emulex0720RunTest {
 protected:
   void SetUp() override {
-    Emulex0720Test::SetUp();
+    Emulex0720RunTest::SetUp();
     A = Add(0x0001, 1, 4);
     A.Record(0, 0)->NaloIndex = 1;
     fake::NaloEntry &N = ValidTables(1);

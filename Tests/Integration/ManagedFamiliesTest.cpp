@@ -29,12 +29,14 @@ TEST_F(ManagedFamiliesTest, Emulex0710FunctionCountChangeRestartsTheController) 
   Nalo.PortTable.DesiredPortEnable = 1;
   Nalo.PortTable.DesiredFunctionCount = 4;
   const ScriptedReply TwoFunctions = "retdata=PortEn=enabled\r\nPfCount=2\r\nPfType=NIC\r\n";
-  EXPECT_EQ(Dialogue(A.Handle(0, 0),
-                     {{"show port0/pf0 OEMVDR_PfInfo", {TwoFunctions}},
-                      {"show port0/pf1 OEMVDR_PfInfo", {TwoFunctions}},
-                      {"exit", {ScriptedReply{"", 0, 0, EfiPlatformConfigurationActionRestartController}}}}),
-            (Texts{"show port0/pf0 OEMVDR_PfInfo", "show port0/pf1 OEMVDR_PfInfo", "set OEMVDR_PfCount=04",
-                   "exit"}));
+  ScriptedAdapter First(
+      Protocol, A.Handle(0, 0),
+      {{"show port0/pf0 OEMVDR_PfInfo", {TwoFunctions}},
+       {"show port0/pf1 OEMVDR_PfInfo", {TwoFunctions}},
+       {"exit", {ScriptedReply{"", 0, 0, EfiPlatformConfigurationActionRestartController}}}});
+  // The adapter driver restarts the controller after "exit" and asks for no further Instance.
+  EXPECT_EQ(First.Dialogue(4), (Texts{"show port0/pf0 OEMVDR_PfInfo", "show port0/pf1 OEMVDR_PfInfo",
+                                      "set OEMVDR_PfCount=04", "exit"}));
   EXPECT_EQ(A.Record(0, 0)->FunctionCount, 4);
   EXPECT_EQ(Fw().RestartNotifications(), 1u);
   EXPECT_EQ(Fw().EventsOf(fake::EventKind::Connect).size(), 1u);

@@ -22,7 +22,7 @@ const Texts kFunctionShows = {"show netport1 PortEnable",   "show netport1 BootE
                               "show netport1 MAXLinkSpeed", "show netport1 MfgMAC",
                               "show netport1 MAC",          "show netport1 VlanID"};
 
-class MellanoxTest : public IntegrationTest {
+class MellanoxRunTest : public IntegrationTest {
 protected:
   // One port; the platform's wishes equal what the adapter reports: port and boot enabled, no
   // boot VLAN, function 0 keeps its MAC, function 1 has no virtual address.
@@ -46,7 +46,7 @@ const Texts kNothingToChange = Join({{"show netport1 FirmwareVersions", "show ne
                                      kFunctionShows,
                                      {"show netport1 MAC", "exit"}});
 
-TEST_F(MellanoxTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExit) {
+TEST_F(MellanoxRunTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExit) {
   AddBoard(0x1013, 1);
   EXPECT_EQ(Dialogue(A.Handle(0, 0), kReplies), kNothingToChange);
 
@@ -69,7 +69,7 @@ TEST_F(MellanoxTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExit) 
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Ipmi).empty());
 }
 
-TEST_F(MellanoxTest, Mellanox1013PortDefaultsComeBetweenSriovAndPortEnable) {
+TEST_F(MellanoxRunTest, Mellanox1013PortDefaultsComeBetweenSriovAndPortEnable) {
   AddBoard(0x1013, 1);
   // The platform's answer about port defaults belongs to the tables it last handed out; the
   // first run loads them, the reconfiguration run then asks at Instance 0.
@@ -84,7 +84,7 @@ TEST_F(MellanoxTest, Mellanox1013PortDefaultsComeBetweenSriovAndPortEnable) {
   EXPECT_EQ(A.Record(0, 0)->PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED, 0);
 }
 
-TEST_F(MellanoxTest, Mellanox1013SecondFunctionPlansNoVersionOrSriov) {
+TEST_F(MellanoxRunTest, Mellanox1013SecondFunctionPlansNoVersionOrSriov) {
   AddBoard(0x1015, 2);
   // Function 0, function 1, then the second phase with one MAC refresh per function.
   EXPECT_EQ(Dialogue(A.Handle(0, 0), kReplies),
@@ -99,7 +99,7 @@ TEST_F(MellanoxTest, Mellanox1013SecondFunctionPlansNoVersionOrSriov) {
   }
 }
 
-class Mellanox1017Test : public MellanoxTest, public ::testing::WithParamInterface<uint16_t> {};
+class Mellanox1017Test : public MellanoxRunTest, public ::testing::WithParamInterface<uint16_t> {};
 
 TEST_P(Mellanox1017Test, FourLinePlanReadsVersionsAndSpeed) {
   A = Add(0x15B3, GetParam(), 0, 1, 1, kFlags);

@@ -48,7 +48,7 @@ Texts PartitionedShows(bool MinimumBandwidth) {
                 "show port1.pf2 VirtualMacAddress", "show port1.pf2 Personality", "exit"}});
 }
 
-class QLogic8070Test : public IntegrationTest {
+class QLogic8070RunTest : public IntegrationTest {
 protected:
   // Two ports of two functions; the platform wants a virtual MAC and boot with PXE VLAN 200 on
   // the first function of port 0, and no virtual address on its second function.
@@ -74,7 +74,7 @@ struct PartitionedCase {
   bool ShowsMinimumBandwidth;
 };
 
-class QLogic8070PartitionedTest : public QLogic8070Test,
+class QLogic8070PartitionedTest : public QLogic8070RunTest,
                                   public ::testing::WithParamInterface<PartitionedCase> {};
 
 TEST_P(QLogic8070PartitionedTest, GetsOnlyShowCodesThenExit) {
@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(Boards, QLogic8070PartitionedTest,
                                            PartitionedCase{"Subsystem61", 0x0061, false}),
                          [](const ::testing::TestParamInfo<PartitionedCase> &I) { return I.param.Name; });
 
-TEST_F(QLogic8070Test, SecondPortReadsItsOwnBlockAtInstanceZeroUnderTheFirstPortsPartitioning) {
+TEST_F(QLogic8070RunTest, SecondPortReadsItsOwnBlockAtInstanceZeroUnderTheFirstPortsPartitioning) {
   AddBoard(0x8070);
   Dialogue(A.Handle(0, 0), kPartitioned);
   EXPECT_EQ(Dialogue(A.Handle(1, 0), {{"show port2 BootMode", {"data=\"Enabled\""}},
@@ -137,7 +137,7 @@ struct NonPartitionedCase {
   uint8_t SecondFunctionBootEnable; // where 1077:1656 also writes its boot decision
 };
 
-class QLogic8070PhasesTest : public QLogic8070Test,
+class QLogic8070PhasesTest : public QLogic8070RunTest,
                              public ::testing::WithParamInterface<NonPartitionedCase> {};
 
 TEST_P(QLogic8070PhasesTest, FirstPortReadsThenSetsWhatDiffers) {
@@ -224,7 +224,7 @@ struct MacAppliedCase {
   bool Applied;
 };
 
-class QLogic8070MacAppliedTest : public QLogic8070Test,
+class QLogic8070MacAppliedTest : public QLogic8070RunTest,
                                  public ::testing::WithParamInterface<MacAppliedCase> {};
 
 TEST_P(QLogic8070MacAppliedTest, OnlyASuccessfulSetWithResponseFlagZero) {
@@ -246,7 +246,7 @@ INSTANTIATE_TEST_SUITE_P(Responses, QLogic8070MacAppliedTest,
                                            MacAppliedCase{"FailedFlag0", 0, 3, false}),
                          [](const ::testing::TestParamInfo<MacAppliedCase> &I) { return I.param.Name; });
 
-TEST_F(QLogic8070Test, RestartPlatformDuringARunDoesNotResetAndTheRunGoesOn) {
+TEST_F(QLogic8070RunTest, RestartPlatformDuringARunDoesNotResetAndTheRunGoesOn) {
   AddBoard(0x8070);
   Script Replies = kPartitioned;
   Replies["show device SRIOVMode"] = {
