@@ -66,30 +66,16 @@ TEST_F(EmulexE200RoadTest, ShowsThenSetsOnlyWhatDiffers) {
       EXPECT_EQ(mModule.mPlanInstance2, 15);
     }
   };
-  EXPECT_EQ(Driver.Dialogue(), (Texts{"show fcport0 OEMELX_FirmwareVersions",
-                                      "show fcport0 OEMELX_PortEnable",
-                                      "show fcport0 OEMELX_BootEnable",
-                                      "show fcport0 OEMELX_MFG_WWNN",
-                                      "show fcport0 OEMELX_WWNN",
-                                      "show fcport0 OEMELX_MFG_WWPN",
-                                      "show fcport0 OEMELX_WWPN",
-                                      "show fcport0 OEMELX_VolatileWWNN",
-                                      "show fcport0 OEMELX_VolatileWWPN",
-                                      "show fcport0 OEMELX_TargetWWPN[0]",
-                                      "show fcport0 OEMELX_TargetWWPN[1]",
-                                      "show fcport0 OEMELX_TargetLUN[0]",
-                                      "show fcport0 OEMELX_TargetLUN[1]",
-                                      "show fcport0 OEMELX_LinkSpeed",
-                                      "show fcport0 OEMELX_Topology",
-                                      "set fcport0 OEMELX_VolatileWWNN=20000011AABBCCDD",
-                                      "set fcport0 OEMELX_VolatileWWPN=21000011AABBCCDD",
-                                      "set fcport0 OEMELX_TargetWWPN[0]=50060e8000000001",
-                                      "set fcport0 OEMELX_TargetWWPN[1]=50060E8000000002",
-                                      "set fcport0 OEMELX_TargetLUN[0]=0000",
-                                      "set fcport0 OEMELX_TargetLUN[1]=0001",
-                                      "set fcport0 OEMELX_LinkSpeed=0008",
-                                      "set fcport0 OEMELX_Topology=02",
-                                      "exit"}));
+  EXPECT_EQ(Driver.Dialogue(),
+            Join({Prefixed("show fcport0 OEMELX_",
+                           {"FirmwareVersions", "PortEnable", "BootEnable", "MFG_WWNN", "WWNN", "MFG_WWPN",
+                            "WWPN", "VolatileWWNN", "VolatileWWPN", "TargetWWPN[0]", "TargetWWPN[1]",
+                            "TargetLUN[0]", "TargetLUN[1]", "LinkSpeed", "Topology"}),
+                  Prefixed("set fcport0 OEMELX_",
+                           {"VolatileWWNN=20000011AABBCCDD", "VolatileWWPN=21000011AABBCCDD",
+                            "TargetWWPN[0]=50060e8000000001", "TargetWWPN[1]=50060E8000000002",
+                            "TargetLUN[0]=0000", "TargetLUN[1]=0001", "LinkSpeed=0008", "Topology=02"}),
+                  {"exit"}}));
   EXPECT_TRUE(PhaseTwoSawReplies);
 
   // What the planning wrote into the record for the builders, and the end of the run.
@@ -99,9 +85,8 @@ TEST_F(EmulexE200RoadTest, ShowsThenSetsOnlyWhatDiffers) {
   EXPECT_EQ(Str(Record->TargetWwpn1Text), "50060e8000000001");
   EXPECT_EQ(Str(Record->TargetLun2Text), "0001");
   EXPECT_EQ(Str(Record->LinkSpeedText), "0008");
-  EXPECT_NE(Record->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
-  EXPECT_EQ(PlanDone(Record), kBothPlansDone);
-  EXPECT_NE(Record->ProgressFlags & PROGRESS_FLAG_PORT_ENABLE_PLANNED, 0);
+  const uint8_t Progress = kBothPlansDone | PROGRESS_FLAG_CONFIG_DONE | PROGRESS_FLAG_PORT_ENABLE_PLANNED;
+  EXPECT_EQ(Record->ProgressFlags & Progress, Progress);
   // Nothing failed: nothing went to the BMC or to the status-code listeners.
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Ipmi).empty());
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::StatusCode).empty());
@@ -133,23 +118,22 @@ TEST_F(EmulexE200RoadTest, FailedCommandIsReportedAsStatusCodesAndToTheBmc) {
   Driver.Run();
 
   ASSERT_GE(AtFailure.size(), 2u);
-  EXPECT_EQ(AtFailure[0].Kind, fake::EventKind::StatusCode);
+  // Kind, value and instance of the two status codes.
+  const auto Code = [](const fake::Event &E) {
+    return Fields{static_cast<int>(E.Kind), E.Value, E.Instance};
+  };
+  const int StatusCode = static_cast<int>(fake::EventKind::StatusCode);
+  EXPECT_EQ(Code(AtFailure[0]), (Fields{StatusCode, 0x03808014, 0x00003AA6}));
+  EXPECT_EQ(Code(AtFailure[1]), (Fields{StatusCode, 0x03808015, 0x000500A6}));
   EXPECT_EQ(AtFailure[0].Type, 0x80000002u);
-  EXPECT_EQ(AtFailure[0].Value, 0x03808014u);
-  EXPECT_EQ(AtFailure[0].Instance, 0x00003AA6u);
   EXPECT_TRUE(AtFailure[0].HasCallerId);
   EXPECT_EQ(fake::GuidToString(AtFailure[0].CallerId), "D083E94C-6560-42E4-B6D4-2DF75ADF6A2A");
-  EXPECT_EQ(AtFailure[1].Kind, fake::EventKind::StatusCode);
-  EXPECT_EQ(AtFailure[1].Value, 0x03808015u);
-  EXPECT_EQ(AtFailure[1].Instance, 0x000500A6u);
   EXPECT_NE(Record->ErrorFlags & ERROR_FLAG_ERROR_REPORTED, 0);
 
   std::vector<std::vector<uint8_t>> Requests;
   for (size_t I = 2; I < AtFailure.size(); I++) {
     ASSERT_EQ(AtFailure[I].Kind, fake::EventKind::Ipmi);
-    EXPECT_EQ(AtFailure[I].NetFn, 0x2E);
-    EXPECT_EQ(AtFailure[I].Lun, 0);
-    EXPECT_EQ(AtFailure[I].Command, 0xF5);
+    EXPECT_EQ((Fields{AtFailure[I].NetFn, AtFailure[I].Lun, AtFailure[I].Command}), (Fields{0x2E, 0, 0xF5}));
     Requests.push_back(AtFailure[I].Data);
   }
   // The header is formatted: its "\n" becomes "\r\n", %x is upper case, and it is cut after 60

@@ -31,6 +31,17 @@ inline Texts Join(std::initializer_list<Texts> Parts) {
   return Out;
 }
 
+// Command texts that share their start: Prefixed("show port1 ", {"BootMode"}).
+inline Texts Prefixed(const std::string &Prefix, Texts Names) {
+  for (std::string &N : Names) {
+    N.insert(0, Prefix);
+  }
+  return Names;
+}
+
+// Several record fields compared as one list (the order is given where it is used).
+using Fields = std::vector<long long>;
+
 struct ScriptedReply {
   ScriptedReply(const char *Reply = "") : Reply(Reply) {}
   ScriptedReply(std::string Reply, uint8_t Status = 0, uint8_t Error = 0,
