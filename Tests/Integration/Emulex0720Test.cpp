@@ -85,18 +85,14 @@ TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenInto
   for (uint8_t I = 0; I < 16; ++I) {
     const uint8_t P = I % 4, Pf = I / 4;
     SCOPED_TRACE("function " + std::to_string(I));
-    EXPECT_EQ(R[I]->PortIndex, P);
-    EXPECT_EQ(R[I]->PortIndexCopy, P);
-    EXPECT_EQ(R[I]->PfIndex, Pf);
-    EXPECT_EQ(R[I]->SubIndex, Pf + 1);
-    EXPECT_EQ(R[I]->PfsPerPort, 4);
-    EXPECT_EQ(R[I]->PortCount, 4);
-    EXPECT_EQ(R[I]->FunctionCount, 4);
-    EXPECT_EQ(R[I]->MaxLinkSpeedCode, 0x400A);
+    // PortIndex and its copy, PfIndex, SubIndex, PfsPerPort, PortCount, FunctionCount, speed code,
+    // NaloIndex, CardIndex, PortNumber.
+    EXPECT_EQ((Fields{R[I]->PortIndex, R[I]->PortIndexCopy, R[I]->PfIndex, R[I]->SubIndex, R[I]->PfsPerPort,
+                      R[I]->PortCount, R[I]->FunctionCount, R[I]->MaxLinkSpeedCode, R[I]->NaloIndex,
+                      R[I]->CardIndex, R[I]->PortNumber}),
+              (Fields{P, P, Pf, Pf + 1, 4, 4, 4, 0x400A, C.NaloBase + (C.NaloPlusPort ? P : 0), C.Card,
+                      C.PortNumberBase + (C.PortNumberPlusPort ? P : 0)}));
     EXPECT_EQ(R[I]->Functions[4], nullptr);
-    EXPECT_EQ(R[I]->NaloIndex, C.NaloBase + (C.NaloPlusPort ? P : 0));
-    EXPECT_EQ(R[I]->CardIndex, C.Card);
-    EXPECT_EQ(R[I]->PortNumber, C.PortNumberBase + (C.PortNumberPlusPort ? P : 0));
     EXPECT_EQ(R[P]->Functions[Pf], R[P + 4 * Pf]);
   }
   EXPECT_EQ(Str(R[0]->MaxLinkSpeedText), "10 Gb/s");
@@ -133,19 +129,13 @@ TEST_F(Emulex0720RunTest, FourByOneBoardRewritesEachControllerToOneFunctionOfIts
 
   for (const auto &[R, Port] : {std::pair{A.Record(0, 0), 0}, std::pair{A.Record(1, 0), 2}}) {
     SCOPED_TRACE("port " + std::to_string(Port));
-    EXPECT_EQ(R->LinkConfig, 1u);
-    EXPECT_EQ(R->PortIndex, Port);
-    EXPECT_EQ(R->PortIndexCopy, Port);
-    EXPECT_EQ(R->PortIndexCopy2, Port);
-    EXPECT_EQ(R->NaloIndex, Port);
-    EXPECT_EQ(R->PfIndex, 0);
-    EXPECT_EQ(R->SubIndex, 0);
-    EXPECT_EQ(R->LinkWord, 0u);
-    EXPECT_EQ(R->PfsPerPort, 4);
-    EXPECT_EQ(R->PortCount, 4);
-    EXPECT_EQ(R->FunctionCount, 1);
+    // LinkConfig, PortIndex and its two copies, NaloIndex, PfIndex, SubIndex, LinkWord, PfsPerPort,
+    // PortCount, FunctionCount, speed code.
+    EXPECT_EQ((Fields{R->LinkConfig, R->PortIndex, R->PortIndexCopy, R->PortIndexCopy2, R->NaloIndex,
+                      R->PfIndex, R->SubIndex, R->LinkWord, R->PfsPerPort, R->PortCount, R->FunctionCount,
+                      R->MaxLinkSpeedCode}),
+              (Fields{1, Port, Port, Port, Port, 0, 0, 0, 4, 4, 1, 0x4001}));
     EXPECT_EQ(Str(R->MaxLinkSpeedText), "1 Gb/s");
-    EXPECT_EQ(R->MaxLinkSpeedCode, 0x4001);
   }
   // The second function of port 1 was never part of a walk.
   EXPECT_EQ(A.Record(1, 1)->FunctionCount, 2);
@@ -342,45 +332,32 @@ TEST_F(Emulex0720PortTest, LayoutInPlacePlansEveryPerFunctionSetting) {
        {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}}});
   // Function 0: bandwidth, VLAN (no PXE VLAN while partitioned), boot, MAC. Function 1: rate
   // limit; no virtual address, so the port's addresses go back to default. Function 2: iSCSI.
-  EXPECT_EQ(Commands, Join({Shows(0, 4),
-                            {"set port0/pf0 OEMELX_MinBandwidth=025",
-                             "set port0/pf0 OEMELX_PFVlanID=0100",
-                             "set port0/pf0 OEMELX_BootEnable=Disabled",
-                             "set port0/pf0 OEMELX_VolatileMAC=0200C9000001",
-                             "set port0/pf1 OEMELX_MaxBandwidth=050",
-                             "set port0 OEMELX_AddressDefaults=0",
-                             "set port0/pf2 OEMELX_PFVlanID=0300",
-                             "set port0/pf2 OEMELX_BootEnable=Enabled",
-                             "set port0/pf2 OEMELX_VolatileMAC=0200C9000003",
-                             "set port0/pf2 OEMELX_InitiatorIscsiName=iqn.2001-04.com.example:host1",
-                             "set port0/pf2 OEMELX_InitiatorAddressOrigin=static_ipv4",
-                             "set port0/pf2 OEMELX_IPv4InitiatorAddress=192168001020",
-                             "set port0/pf2 OEMELX_IPv4InitiatorSubnetMask=255255255000",
-                             "set port0/pf2 OEMELX_IPv4InitiatorGateway=192168001001",
-                             "set port0/pf2 OEMELX_BootTargetAddressOrigin=static_ipv4",
-                             "set port0/pf2 OEMELX_TargetIscsiName[0]=iqn.2001-04.com.example:storage",
-                             "set port0/pf2 OEMELX_IPv4TargetAddress[0]=192168001050",
-                             "set port0/pf2 OEMELX_TcpPort[0]=03260",
-                             "set port0/pf2 OEMELX_BootableLun[0]=000A",
-                             "set port0/pf2 OEMELX_AuthenticationMethod[0]=mutualCHAP",
-                             "set port0/pf2 OEMELX_ChapName[0]=chapuser",
-                             "set port0/pf2 OEMELX_ChapSecret[0]=secret123456",
-                             "set port0/pf2 OEMELX_InitiatorChapSecret[0]=mutual123456",
-                             "exit"}}));
+  EXPECT_EQ(
+      Commands,
+      Join(
+          {Shows(0, 4),
+           {"set port0/pf0 OEMELX_MinBandwidth=025", "set port0/pf0 OEMELX_PFVlanID=0100",
+            "set port0/pf0 OEMELX_BootEnable=Disabled", "set port0/pf0 OEMELX_VolatileMAC=0200C9000001",
+            "set port0/pf1 OEMELX_MaxBandwidth=050", "set port0 OEMELX_AddressDefaults=0"},
+           Prefixed("set port0/pf2 OEMELX_",
+                    {"PFVlanID=0300", "BootEnable=Enabled", "VolatileMAC=0200C9000003",
+                     "InitiatorIscsiName=iqn.2001-04.com.example:host1", "InitiatorAddressOrigin=static_ipv4",
+                     "IPv4InitiatorAddress=192168001020", "IPv4InitiatorSubnetMask=255255255000",
+                     "IPv4InitiatorGateway=192168001001", "BootTargetAddressOrigin=static_ipv4",
+                     "TargetIscsiName[0]=iqn.2001-04.com.example:storage",
+                     "IPv4TargetAddress[0]=192168001050", "TcpPort[0]=03260", "BootableLun[0]=000A",
+                     "AuthenticationMethod[0]=mutualCHAP", "ChapName[0]=chapuser",
+                     "ChapSecret[0]=secret123456", "InitiatorChapSecret[0]=mutual123456"}),
+           {"exit"}}));
   EXPECT_EQ(Fw().RestartNotifications(), 0u);
 
   FUNCTION_SETTINGS *R0 = A.Record(0, 0), *R1 = A.Record(0, 1), *R2 = A.Record(0, 2), *R3 = A.Record(0, 3);
   EXPECT_EQ(mModule.mCurrentUmc, 1);
   EXPECT_EQ(mModule.mTargetUmc, 1);
-  EXPECT_EQ(R0->MinBandwidth, 25);
-  EXPECT_EQ(R0->MaxBandwidth, 100);
-  EXPECT_EQ(R1->MaxBandwidth, 50);
-  EXPECT_EQ(R0->VlanId, 100);
-  EXPECT_EQ(R1->VlanId, 200);
-  EXPECT_EQ(R2->VlanId, 300);
-  EXPECT_EQ(R0->BootEnable, 0);
-  EXPECT_EQ(R2->BootEnable, 1);
-  EXPECT_EQ(R2->PfType, static_cast<UINT32>(PF_TYPE_ISCSI));
+  // Bandwidths, VLANs, boot enables and types the plan wrote for the builders.
+  EXPECT_EQ((Fields{R0->MinBandwidth, R0->MaxBandwidth, R1->MaxBandwidth, R0->VlanId, R1->VlanId, R2->VlanId,
+                    R0->BootEnable, R2->BootEnable, R2->PfType}),
+            (Fields{25, 100, 50, 100, 200, 300, 0, 1, PF_TYPE_ISCSI}));
   EXPECT_EQ(R3->PfType, static_cast<UINT32>(PF_TYPE_DISABLED));
   const uint8_t Mac0[6] = {0x02, 0x00, 0xC9, 0x00, 0x00, 0x01};
   EXPECT_EQ(Str(R0->CurrentAddressText[0]), "0200C9000001");
@@ -388,8 +365,8 @@ TEST_F(Emulex0720PortTest, LayoutInPlacePlansEveryPerFunctionSetting) {
   EXPECT_EQ(Str(R1->CurrentAddressText[0]), "0000C9AABB01"); // back to the manufacturer's
   EXPECT_EQ(Str(R2->IscsiInitiatorName), "iqn.2001-04.com.example:host1");
   for (FUNCTION_SETTINGS *R : {R0, R1, R2}) {
-    EXPECT_EQ(PlanDone(R), kBothPlansDone);
-    EXPECT_NE(R->ProgressFlags & PROGRESS_FLAG_PORT_ENABLE_PLANNED, 0);
+    EXPECT_EQ(R->ProgressFlags & (kBothPlansDone | PROGRESS_FLAG_PORT_ENABLE_PLANNED),
+              kBothPlansDone | PROGRESS_FLAG_PORT_ENABLE_PLANNED);
   }
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Ipmi).empty());
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::StatusCode).empty());
