@@ -57,11 +57,9 @@ TEST_F(MellanoxRunTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExi
   EXPECT_EQ(Str(R->MaxLinkSpeedText), "25 Gb/s");
   EXPECT_EQ(R->MaxLinkSpeedCode, 0x4019);
   EXPECT_EQ(Str(R->CurrentAddressText[0]), "98039B000001");
-  EXPECT_EQ(R->PortEnable, 1);
-  EXPECT_EQ(R->BootEnable, 1);
-  EXPECT_EQ(R->SriovEnabled, 0);
-  EXPECT_EQ(R->VlanId, 0); // a reported 4095 is no VLAN
-  EXPECT_EQ(mModule.mCurrentVlanId, 4095);
+  // Port and boot enabled, SR-IOV off, no VLAN (a reported 4095 is none).
+  EXPECT_EQ((Fields{R->PortEnable, R->BootEnable, R->SriovEnabled, R->VlanId, mModule.mCurrentVlanId}),
+            (Fields{1, 1, 0, 0, 4095}));
   EXPECT_EQ(PlanDone(R), kBothPlansDone);
   EXPECT_NE(R->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
   EXPECT_EQ(R->PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED, 0);

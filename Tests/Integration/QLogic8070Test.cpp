@@ -84,17 +84,12 @@ TEST_P(QLogic8070PartitionedTest, GetsOnlyShowCodesThenExit) {
 
   FUNCTION_SETTINGS *R00 = A.Record(0, 0), *R01 = A.Record(0, 1);
   EXPECT_EQ(mModule.mCurrentUmc, 1);
-  // One reply describes the bandwidths of every function of the port, in function order.
-  EXPECT_EQ(R00->MinBandwidth, C.ShowsMinimumBandwidth ? 25 : 0);
-  EXPECT_EQ(R01->MinBandwidth, C.ShowsMinimumBandwidth ? 75 : 0);
-  EXPECT_EQ(R00->MaxBandwidth, 100);
-  EXPECT_EQ(R01->MaxBandwidth, 50);
-  // Personalities, one reply per function, in reply order.
-  EXPECT_EQ(R00->PfType, static_cast<UINT32>(PF_TYPE_NIC));
-  EXPECT_EQ(R01->PfType, static_cast<UINT32>(PF_TYPE_ISCSI));
-  EXPECT_EQ(mModule.mPfTypeTable[0], static_cast<UINT32>(PF_TYPE_NIC));
-  EXPECT_EQ(mModule.mPfTypeTable[1], static_cast<UINT32>(PF_TYPE_ISCSI));
-  EXPECT_EQ(mModule.mPfTypeCount, 2);
+  // One reply describes the bandwidths of every function of the port, in function order;
+  // personalities come one reply per function, in reply order.
+  const int Min = C.ShowsMinimumBandwidth;
+  EXPECT_EQ((Fields{R00->MinBandwidth, R01->MinBandwidth, R00->MaxBandwidth, R01->MaxBandwidth, R00->PfType,
+                    R01->PfType, mModule.mPfTypeTable[0], mModule.mPfTypeTable[1], mModule.mPfTypeCount}),
+            (Fields{Min * 25, Min * 75, 100, 50, PF_TYPE_NIC, PF_TYPE_ISCSI, PF_TYPE_NIC, PF_TYPE_ISCSI, 2}));
   // Nothing was changed or marked as planned.
   EXPECT_EQ(PlanDone(R00), 0);
   EXPECT_EQ(R00->PlatformFlags & PLATFORM_FLAG_MAC_APPLIED, 0);
@@ -120,12 +115,10 @@ TEST_F(QLogic8070RunTest, SecondPortReadsItsOwnBlockAtInstanceZeroUnderTheFirstP
                    "show port2.pf2 MacAddress", "show port2.pf2 VirtualMacAddress",
                    "show port2.pf2 Personality", "show port2 PXEVlan", "exit"}));
   FUNCTION_SETTINGS *R10 = A.Record(1, 0), *R11 = A.Record(1, 1);
-  EXPECT_EQ(R10->BootEnable, 1);
-  EXPECT_EQ(R11->BootEnable, 1);
-  EXPECT_EQ(R10->MinBandwidth, 40);
-  EXPECT_EQ(R11->MinBandwidth, 60);
-  EXPECT_EQ(R10->PfType, static_cast<UINT32>(PF_TYPE_FCOE));
-  EXPECT_EQ(R11->PfType, static_cast<UINT32>(PF_TYPE_DISABLED)); // a quoted Disabled reads as Disable
+  // Boot enables, minimum bandwidths, types; a quoted Disabled reads as Disable.
+  EXPECT_EQ((Fields{R10->BootEnable, R11->BootEnable, R10->MinBandwidth, R11->MinBandwidth, R10->PfType,
+                    R11->PfType}),
+            (Fields{1, 1, 40, 60, PF_TYPE_FCOE, PF_TYPE_DISABLED}));
 }
 
 // ---- Not partitioned: three phases -----------------------------------------------------------------
@@ -173,14 +166,12 @@ TEST_P(QLogic8070PhasesTest, FirstPortReadsThenSetsWhatDiffers) {
   EXPECT_EQ(Str(R01->MfgAddressText[0]), "000E1EAABB01");
   EXPECT_EQ(Str(R00->CurrentAddressText[0]), "02AABBCCDD00");
   EXPECT_EQ(Str(R01->CurrentAddressText[0]), "000E1EAABB01");
-  EXPECT_EQ(R00->BootEnable, 1);
-  EXPECT_EQ(R00->BootEnableToApply, 1);
-  EXPECT_EQ(R01->BootEnable, C.SecondFunctionBootEnable);
-  EXPECT_EQ(R01->BootEnableToApply, C.SecondFunctionBootEnable);
+  EXPECT_EQ((Fields{R00->BootEnable, R00->BootEnableToApply, R01->BootEnable, R01->BootEnableToApply}),
+            (Fields{1, 1, C.SecondFunctionBootEnable, C.SecondFunctionBootEnable}));
   EXPECT_EQ(R00->VlanId, 200);
   EXPECT_NE(R00->PlatformFlags & PLATFORM_FLAG_MAC_APPLIED, 0);
   EXPECT_EQ(R01->PlatformFlags & PLATFORM_FLAG_MAC_APPLIED, 0);
-  EXPECT_EQ(PlanDone(R00), kBothPlansDone);
+  EXPECT_EQ((Fields{PlanDone(R00), PlanDone(R01)}), (Fields{kBothPlansDone, kBothPlansDone}));
   EXPECT_EQ(PlanDone(R01), kBothPlansDone);
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::StatusCode).empty());
 }
