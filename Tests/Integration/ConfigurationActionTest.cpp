@@ -1,124 +1,119 @@
 // What the front does with the configuration action of a ManagedMode Response.
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "Support/DriverTest.h"
+#include "Integration/ScriptedAdapter.h"
 
 namespace {
 
-class ConfigurationActionTest : public DriverTest {
+class ConfigurationActionTest : public IntegrationTest {
 protected:
-  void SetUp() override {
-    DriverTest::SetUp();
-    ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
-  }
-
   // A controller that ManagedMode serves: its first command is handed out at Instance 0.
   EFI_HANDLE ManagedController(uint16_t Vendor, uint16_t Device) {
-    AdapterSpec Spec;
-    Spec.VendorId = Vendor;
-    Spec.DeviceId = Device;
-    Spec.Bus = NextBus++;
-    Spec.PlatformFlags = PLATFORM_FLAG_MANAGED_MODE_ENABLED;
-    const BuiltAdapter A = AddAdapter(Fw(), Spec);
-    Fw().SetDriverBound(A.Handle(0, 0), true);
-    return A.Handle(0, 0);
+    const EFI_HANDLE C = Add(Vendor, Device, 5, 1, 1, PLATFORM_FLAG_MANAGED_MODE_ENABLED).Handle(0, 0);
+    Fw().SetDriverBound(C, true);
+    return C;
   }
 
-  EFI_STATUS QueryAndRespond(EFI_HANDLE Controller, EFI_PLATFORM_CONFIGURATION_ACTION Action) {
+  // Owns nothing with a destructor: a platform reset ends it by a long jump.
+  EFI_STATUS QueryAndRespond(EFI_HANDLE Controller, unsigned Action) {
     UINTN Instance = 0, Size = 0;
     EFI_GUID *Guid = nullptr;
     EFI_CONFIGURE_CLP_PARAMETER_BLK *Block = nullptr;
-    EXPECT_EQ(Protocol->Query(Protocol, Controller, nullptr, &Instance, &Guid,
-                              reinterpret_cast<VOID **>(&Block), &Size),
-              EFI_SUCCESS);
-    if (Block == nullptr) {
+    if (EFI_ERROR(Protocol->Query(Protocol, Controller, nullptr, &Instance, &Guid,
+                                  reinterpret_cast<VOID **>(&Block), &Size))) {
       return EFI_LOAD_ERROR;
     }
-    Reply = "ok";
-    Block->CLPReturnString = reinterpret_cast<CHAR8 *>(Reply.data());
-    Block->CLPReturnStringLength = static_cast<UINT32>(Reply.size());
-    return Protocol->Response(Protocol, Controller, nullptr, &Instance, Guid, Block, Size, Action);
+    Block->CLPReturnString = reinterpret_cast<CHAR8 *>(Reply);
+    Block->CLPReturnStringLength = sizeof(Reply) - 1;
+    return Protocol->Response(Protocol, Controller, nullptr, &Instance, Guid, Block, Size,
+                              static_cast<EFI_PLATFORM_CONFIGURATION_ACTION>(Action));
   }
 
-  size_t Count(fake::EventKind Kind) { return Fw().EventsOf(Kind).size(); }
-
-  std::string Reply;
-  uint8_t NextBus = 5;
+  char Reply[11] = "retdata=ok";
 };
 
-TEST_F(ConfigurationActionTest, StopControllerDisconnectsTheControllerOnly) {
-  EFI_HANDLE C = ManagedController(0x8086, 0x10D3);
-  EXPECT_EQ(QueryAndRespond(C, EfiPlatformConfigurationActionStopController), EFI_SUCCESS);
+struct ActionCase {
+  const char *Name;
+  unsigned Action;
+  bool FailDisconnect, FailConnect, QLogic8070;
+  EFI_STATUS Expected;
+  size_t Disconnects, Connects;
+};
+
+class ConfigurationAction : public ConfigurationActionTest,
+                            public ::testing::WithParamInterface<ActionCase> {};
+
+TEST_P(ConfigurationAction, TouchesOnlyTheControllerAndAsksForNoReset) {
+  const ActionCase &C = GetParam();
+  const EFI_HANDLE H = C.QLogic8070 ? ManagedController(0x1077, 0x8070) : ManagedController(0x8086, 0x10D3);
+  if (C.FailDisconnect) {
+    Fw().ScriptDisconnect(H, EFI_DEVICE_ERROR);
+  }
+  if (C.FailConnect) {
+    Fw().ScriptConnect(H, EFI_DEVICE_ERROR);
+  }
+  EXPECT_EQ(QueryAndRespond(H, C.Action), C.Expected);
   const auto Disconnects = Fw().EventsOf(fake::EventKind::Disconnect);
-  ASSERT_EQ(Disconnects.size(), 1u);
-  EXPECT_EQ(Disconnects[0].Handle, C);
-  EXPECT_EQ(Disconnects[0].DriverImage, nullptr);
-  EXPECT_EQ(Disconnects[0].Child, nullptr);
-  EXPECT_EQ(Count(fake::EventKind::Connect), 0u);
-}
-
-TEST_F(ConfigurationActionTest, StopControllerThatFailsAnswersNotFound) {
-  EFI_HANDLE C = ManagedController(0x8086, 0x10D3);
-  Fw().ScriptDisconnect(C, EFI_DEVICE_ERROR);
-  EXPECT_EQ(QueryAndRespond(C, EfiPlatformConfigurationActionStopController), EFI_NOT_FOUND);
-}
-
-TEST_F(ConfigurationActionTest, RestartControllerDisconnectsThenConnectsRecursively) {
-  EFI_HANDLE C = ManagedController(0x8086, 0x10D3);
-  EXPECT_EQ(QueryAndRespond(C, EfiPlatformConfigurationActionRestartController), EFI_SUCCESS);
   const auto Connects = Fw().EventsOf(fake::EventKind::Connect);
-  ASSERT_EQ(Count(fake::EventKind::Disconnect), 1u);
-  ASSERT_EQ(Connects.size(), 1u);
-  EXPECT_EQ(Connects[0].Handle, C);
-  EXPECT_EQ(Connects[0].DriverImage, nullptr);
-  EXPECT_TRUE(Connects[0].Recursive);
+  ASSERT_EQ(Disconnects.size(), C.Disconnects);
+  ASSERT_EQ(Connects.size(), C.Connects);
+  for (const fake::Event &E : Disconnects) {
+    EXPECT_EQ(E.Handle, H);
+    EXPECT_EQ(E.DriverImage, nullptr);
+    EXPECT_EQ(E.Child, nullptr);
+  }
+  for (const fake::Event &E : Connects) {
+    EXPECT_EQ(E.Handle, H);
+    EXPECT_EQ(E.DriverImage, nullptr);
+    EXPECT_TRUE(E.Recursive);
+  }
+  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Reset).empty());
 }
 
-TEST_F(ConfigurationActionTest, FailedDisconnectSkipsTheConnect) {
-  EFI_HANDLE C = ManagedController(0x8086, 0x10D3);
-  Fw().ScriptDisconnect(C, EFI_DEVICE_ERROR);
-  EXPECT_EQ(QueryAndRespond(C, EfiPlatformConfigurationActionRestartController), EFI_NOT_FOUND);
-  EXPECT_EQ(Count(fake::EventKind::Disconnect), 1u);
-  EXPECT_EQ(Count(fake::EventKind::Connect), 0u);
-}
+constexpr unsigned kStop = EfiPlatformConfigurationActionStopController;
+constexpr unsigned kRestart = EfiPlatformConfigurationActionRestartController;
+constexpr EFI_STATUS kOk = EFI_SUCCESS, kNotFound = EFI_NOT_FOUND;
 
-TEST_F(ConfigurationActionTest, FailedConnectAnswersNotFound) {
-  EFI_HANDLE C = ManagedController(0x8086, 0x10D3);
-  Fw().ScriptConnect(C, EFI_DEVICE_ERROR);
-  EXPECT_EQ(QueryAndRespond(C, EfiPlatformConfigurationActionRestartController), EFI_NOT_FOUND);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Actions, ConfigurationAction,
+    ::testing::Values(ActionCase{"StopControllerDisconnectsTheControllerOnly", kStop, 0, 0, 0, kOk, 1, 0},
+                      ActionCase{"StopControllerThatFailsAnswersNotFound", kStop, 1, 0, 0, kNotFound, 1, 0},
+                      ActionCase{"RestartControllerDisconnectsThenConnectsRecursively", kRestart, 0, 0, 0,
+                                 kOk, 1, 1},
+                      ActionCase{"FailedDisconnectSkipsTheConnect", kRestart, 1, 0, 0, kNotFound, 1, 0},
+                      ActionCase{"FailedConnectAnswersNotFound", kRestart, 0, 1, 0, kNotFound, 1, 1},
+                      ActionCase{"RestartPlatformOnQLogic8070KeepsBooting",
+                                 EfiPlatformConfigurationActionRestartPlatform, 0, 0, 1, kOk, 0, 0},
+                      ActionCase{"OtherActionNoneChangesNothing", 0, 0, 0, 0, kOk, 0, 0},
+                      ActionCase{"OtherAction4ChangesNothing", 4, 0, 0, 0, kOk, 0, 0},
+                      ActionCase{"OtherAction5ChangesNothing", 5, 0, 0, 0, kOk, 0, 0},
+                      ActionCase{"OtherAction99ChangesNothing", 99, 0, 0, 0, kOk, 0, 0}),
+    [](const ::testing::TestParamInfo<ActionCase> &I) { return I.param.Name; });
 
-TEST_F(ConfigurationActionTest, RestartPlatformResetsColdAndDoesNotReturn) {
-  EFI_HANDLE C = ManagedController(0x8086, 0x10D3);
+struct ResetCase {
+  const char *Name;
+  uint16_t Vendor, Device;
+};
+
+class RestartPlatform : public ConfigurationActionTest, public ::testing::WithParamInterface<ResetCase> {};
+
+// Every family but QLogic8070 resets the platform cold and never returns to the caller.
+TEST_P(RestartPlatform, ResetsColdAndDoesNotReturn) {
+  const EFI_HANDLE H = ManagedController(GetParam().Vendor, GetParam().Device);
   bool Returned = false;
-  const bool Reset = Fw().RunUntilReset([&] {
-    QueryAndRespond(C, EfiPlatformConfigurationActionRestartPlatform);
+  EXPECT_TRUE(Fw().RunUntilReset([&] {
+    QueryAndRespond(H, EfiPlatformConfigurationActionRestartPlatform);
     Returned = true;
-  });
-  EXPECT_TRUE(Reset);
+  }));
   EXPECT_FALSE(Returned);
   const auto Resets = Fw().EventsOf(fake::EventKind::Reset);
   ASSERT_EQ(Resets.size(), 1u);
   EXPECT_EQ(Resets[0].ResetType, EfiResetCold);
 }
 
-TEST_F(ConfigurationActionTest, RestartPlatformOnQLogic8070KeepsBooting) {
-  EFI_HANDLE C = ManagedController(0x1077, 0x8070);
-  EXPECT_EQ(QueryAndRespond(C, EfiPlatformConfigurationActionRestartPlatform), EFI_SUCCESS);
-  EXPECT_EQ(Count(fake::EventKind::Reset), 0u);
-}
-
-TEST_F(ConfigurationActionTest, OtherActionsChangeNothing) {
-  for (unsigned Action : {0u, 4u, 5u, 99u}) {
-    EFI_HANDLE C = ManagedController(0x8086, static_cast<uint16_t>(0x1000 + Action));
-    EXPECT_EQ(QueryAndRespond(C, static_cast<EFI_PLATFORM_CONFIGURATION_ACTION>(Action)), EFI_SUCCESS)
-        << Action;
-  }
-  EXPECT_EQ(Count(fake::EventKind::Disconnect), 0u);
-  EXPECT_EQ(Count(fake::EventKind::Connect), 0u);
-  EXPECT_EQ(Count(fake::EventKind::Reset), 0u);
-}
+INSTANTIATE_TEST_SUITE_P(Families, RestartPlatform,
+                         ::testing::Values(ResetCase{"Intel", 0x8086, 0x10D3},
+                                           ResetCase{"Emulex0720", 0x10DF, 0x0720},
+                                           ResetCase{"Mellanox1013", 0x15B3, 0x1013},
+                                           ResetCase{"Mellanox1017", 0x15B3, 0x1017}),
+                         [](const ::testing::TestParamInfo<ResetCase> &I) { return I.param.Name; });
 
 } // namespace

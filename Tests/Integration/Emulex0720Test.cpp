@@ -1,42 +1,15 @@
 // Emulex0720 converged adapters driven end to end through the installed protocol: link layouts
 // read from the adapter, the RoCE profile with its restart, the function-type queue, and the
 // per-function settings once the layout is in place.
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "Integration/ScriptedAdapter.h"
-
-extern "C++" {
-#include "ModuleState.h"
-#include "PlatformToDriver.h"
-}
 
 namespace {
 
-std::string Str(const CHAR8 *Text) {
-  return reinterpret_cast<const char *>(Text);
-}
-
-constexpr uint8_t kManagedFlags = PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6;
-
-class Emulex0720RunTest : public DriverTest {
+class Emulex0720RunTest : public IntegrationTest {
 protected:
-  void SetUp() override {
-    DriverTest::SetUp();
-    ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
-  }
-
   BuiltAdapter Add(uint16_t Subsystem, uint8_t Ports, uint8_t PfsPerPort) {
-    AdapterSpec Spec;
-    Spec.VendorId = 0x10DF;
-    Spec.DeviceId = 0x0720;
-    Spec.SubsystemId = Subsystem;
-    Spec.Bus = 0x21;
-    Spec.Ports = Ports;
-    Spec.FunctionsPerPort = PfsPerPort;
-    Spec.PlatformFlags = kManagedFlags;
-    BuiltAdapter A = AddAdapter(Fw(), Spec);
+    BuiltAdapter A = IntegrationTest::Add(0x10DF, 0x0720, 0x21, Ports, PfsPerPort,
+                                          PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6, Subsystem);
     for (const auto &Port : A.Records) {
       for (FUNCTION_SETTINGS *R : Port) {
         R->PortEnable = 1;
@@ -45,20 +18,12 @@ protected:
     return A;
   }
 
-  std::vector<std::string>
-  RunController(EFI_HANDLE Handle, UINTN ExpectedEnd,
-                const std::vector<std::pair<std::string, std::string>> &Replies = {}) {
-    ScriptedAdapter Driver(Protocol, Handle);
-    for (const auto &R : Replies) {
-      Driver.On(R.first, R.second);
+  static Texts Shows(int Port, int Functions) {
+    Texts Out;
+    for (int Pf = 0; Pf < Functions; ++Pf) {
+      Out.push_back("show port" + std::to_string(Port) + "/pf" + std::to_string(Pf) + " OEMELX_PFInfo");
     }
-    const std::vector<ScriptedStep> Steps = Driver.Run();
-    for (const ScriptedStep &S : Steps) {
-      EXPECT_EQ(S.Response, EFI_SUCCESS) << S.Command;
-    }
-    EXPECT_EQ(Driver.EndStatus, EFI_NOT_FOUND);
-    EXPECT_EQ(Driver.EndInstance, ExpectedEnd);
-    return ScriptedAdapter::Commands(Steps);
+    return Out;
   }
 };
 
@@ -75,10 +40,6 @@ struct FourByTenCase {
   bool PortNumberPlusPort;
 };
 
-void PrintTo(const FourByTenCase &C, std::ostream *Os) {
-  *Os << C.Name;
-}
-
 class Emulex0720FourByTenTest : public Emulex0720RunTest,
                                 public ::testing::WithParamInterface<FourByTenCase> {};
 
@@ -89,9 +50,8 @@ TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenInto
   std::vector<EFI_HANDLE> Handles;
   std::vector<FUNCTION_SETTINGS *> R;
   for (uint8_t I = 0; I < 16; ++I) {
-    EFI_HANDLE H = Fw().AddPciFunction(0, 0x30, I >> 3, I & 7, 0x10DF, 0x0720);
-    Handles.push_back(H);
-    R.push_back(Fw().AddAdapterSettings(H));
+    Handles.push_back(Fw().AddPciFunction(0, 0x30, I >> 3, I & 7, 0x10DF, 0x0720));
+    R.push_back(Fw().AddAdapterSettings(Handles.back()));
   }
   AdapterSpec Spec;
   Spec.VendorId = 0x10DF;
@@ -99,55 +59,41 @@ TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenInto
   Spec.SubsystemId = 0xE868;
   Spec.Bus = 0x30;
   Spec.FunctionsPerPort = 16;
-  Spec.PlatformFlags = kManagedFlags;
+  Spec.PlatformFlags = PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6;
   LinkAdapterRecords({R}, Spec);
   for (uint8_t I = 0; I < 16; ++I) {
     R[I]->PciAddress = static_cast<UINT16>((0x30 << 8) | I);
     R[I]->PortEnable = 1;
     R[I]->PortCount = 4;
-    for (int P = 0; P < 4; ++P) {
-      R[I]->Ports[P] = R[P];
-    }
+    std::copy(R.begin(), R.begin() + 4, R[I]->Ports);
   }
   R[0]->NaloIndex = C.NaloIndex;
   R[0]->CardIndex = C.CardIndex;
   R[0]->PortNumber = C.PortNumber;
 
-  ScriptedAdapter Driver(Protocol, Handles[0]);
-  Driver.On("show / OEMELX_LinkConfig", "retdata=ELX_4x10G");
+  ScriptedAdapter Driver(Protocol, Handles[0], {{"show / OEMELX_LinkConfig", {"retdata=ELX_4x10G"}}});
   Driver.AfterResponse = [&](const ScriptedStep &Step) {
     if (Step.Instance == 0) {
       EXPECT_EQ(mModule.mLinkConfig, 3u);
       EXPECT_EQ(mModule.mActiveLinkConfig, 3u);
     }
   };
-  const std::vector<ScriptedStep> Steps = Driver.Run();
   // Instance 0 reads the layout; the phase that starts at Instance 1 sees the rewritten port and
   // shows each of its four functions.
-  const std::vector<std::string> Expected = {
-      "show / OEMELX_LinkConfig",     "show port0/pf0 OEMELX_PFInfo", "show port0/pf1 OEMELX_PFInfo",
-      "show port0/pf2 OEMELX_PFInfo", "show port0/pf3 OEMELX_PFInfo", "exit",
-  };
-  EXPECT_EQ(ScriptedAdapter::Commands(Steps), Expected);
-  EXPECT_EQ(Driver.EndStatus, EFI_NOT_FOUND);
-  EXPECT_EQ(Driver.EndInstance, 6u);
+  EXPECT_EQ(Driver.Dialogue(), Join({{"show / OEMELX_LinkConfig"}, Shows(0, 4), {"exit"}}));
 
-  // Function I is function I / 4 of port I % 4.
   for (uint8_t I = 0; I < 16; ++I) {
-    const unsigned P = I % 4, Pf = I / 4;
-    EXPECT_EQ(
-        (std::vector<unsigned>{R[I]->PortIndex, R[I]->PortIndexCopy, R[I]->PfIndex, R[I]->SubIndex,
-                               R[I]->PfsPerPort, R[I]->PortCount, R[I]->FunctionCount, R[I]->MaxLinkSpeedCode,
-                               R[I]->NaloIndex, R[I]->CardIndex, R[I]->PortNumber}),
-        (std::vector<unsigned>{P, P, Pf, Pf + 1, 4, 4, 4, 0x400A, C.NaloBase + (C.NaloPlusPort ? P : 0),
-                               C.Card, C.PortNumberBase + (C.PortNumberPlusPort ? P : 0)}))
-        << "function " << int(I);
-    EXPECT_EQ(R[I]->Functions[4], nullptr) << "function " << int(I);
-  }
-  for (uint8_t P = 0; P < 4; ++P) { // the function lists of the ports' first functions
-    EXPECT_EQ((std::vector<FUNCTION_SETTINGS *>(R[P]->Functions, R[P]->Functions + 4)),
-              (std::vector<FUNCTION_SETTINGS *>{R[P], R[P + 4], R[P + 8], R[P + 12]}))
-        << "port " << int(P);
+    const uint8_t P = I % 4, Pf = I / 4;
+    SCOPED_TRACE("function " + std::to_string(I));
+    // PortIndex and its copy, PfIndex, SubIndex, PfsPerPort, PortCount, FunctionCount, speed code,
+    // NaloIndex, CardIndex, PortNumber.
+    EXPECT_EQ((Fields{R[I]->PortIndex, R[I]->PortIndexCopy, R[I]->PfIndex, R[I]->SubIndex, R[I]->PfsPerPort,
+                      R[I]->PortCount, R[I]->FunctionCount, R[I]->MaxLinkSpeedCode, R[I]->NaloIndex,
+                      R[I]->CardIndex, R[I]->PortNumber}),
+              (Fields{P, P, Pf, Pf + 1, 4, 4, 4, 0x400A, C.NaloBase + (C.NaloPlusPort ? P : 0), C.Card,
+                      C.PortNumberBase + (C.PortNumberPlusPort ? P : 0)}));
+    EXPECT_EQ(R[I]->Functions[4], nullptr);
+    EXPECT_EQ(R[P]->Functions[Pf], R[P + 4 * Pf]);
   }
   EXPECT_EQ(Str(R[0]->MaxLinkSpeedText), "10 Gb/s");
   EXPECT_EQ(R[0]->LinkConfig, 3u);
@@ -158,10 +104,7 @@ TEST_P(Emulex0720FourByTenTest, LinkConfigFirstThenSixteenFunctionsRewrittenInto
   EXPECT_NE(R[0]->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
 
   // Another port's first function shows its functions at Instance 0: no link configuration.
-  EXPECT_EQ(
-      RunController(Handles[1], 5),
-      (std::vector<std::string>{"show port1/pf0 OEMELX_PFInfo", "show port1/pf1 OEMELX_PFInfo",
-                                "show port1/pf2 OEMELX_PFInfo", "show port1/pf3 OEMELX_PFInfo", "exit"}));
+  EXPECT_EQ(Dialogue(Handles[1]), Join({Shows(1, 4), {"exit"}}));
   ASSERT_EQ(Fw().NaloCalls().size(), 2u);
   EXPECT_EQ(Fw().NaloCalls()[1].Key,
             fake::NaloKey(static_cast<uint8_t>(C.NaloBase + (C.NaloPlusPort ? 1 : 0)), C.Card, 1));
@@ -177,33 +120,26 @@ INSTANTIATE_TEST_SUITE_P(ManagementIndices, Emulex0720FourByTenTest,
 TEST_F(Emulex0720RunTest, FourByOneBoardRewritesEachControllerToOneFunctionOfItsPort) {
   // The platform lists two ports of two functions; the adapter runs four 1 Gb/s ports.
   const BuiltAdapter A = Add(0x11F9, 2, 2);
-  EXPECT_EQ(RunController(A.Handle(0, 0), 3, {{"show / OEMELX_LinkConfig", "retdata=ELX_4x1G"}}),
-            (std::vector<std::string>{"show / OEMELX_LinkConfig", "show port0/pf0 OEMELX_PFInfo", "exit"}));
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show / OEMELX_LinkConfig", {"retdata=ELX_4x1G"}}}),
+            (Texts{"show / OEMELX_LinkConfig", "show port0/pf0 OEMELX_PFInfo", "exit"}));
   EXPECT_EQ(mModule.mLinkConfig, 1u);
+  // The port's second function plans nothing; PCI function 2 becomes port 2 when its run starts.
+  EXPECT_EQ(Dialogue(A.Handle(0, 1)), Texts{});
+  EXPECT_EQ(Dialogue(A.Handle(1, 0)), (Texts{"show port2/pf0 OEMELX_PFInfo", "exit"}));
 
-  // The port's second function plans nothing.
-  EXPECT_EQ(RunController(A.Handle(0, 1), 0), std::vector<std::string>{});
-
-  // PCI function 2 becomes port 2 when its own run starts.
-  EXPECT_EQ(RunController(A.Handle(1, 0), 2),
-            (std::vector<std::string>{"show port2/pf0 OEMELX_PFInfo", "exit"}));
-
-  struct Want {
-    FUNCTION_SETTINGS *Record;
-    uint8_t Port;
-  };
-  for (const Want &W : {Want{A.Record(0, 0), 0}, Want{A.Record(1, 0), 2}}) {
-    const FUNCTION_SETTINGS *R = W.Record;
-    const unsigned P = W.Port;
-    EXPECT_EQ((std::vector<unsigned>{R->LinkConfig, R->PortIndex, R->PortIndexCopy, R->PortIndexCopy2,
-                                     R->NaloIndex, R->PfIndex, R->SubIndex, R->LinkWord, R->PfsPerPort,
-                                     R->PortCount, R->FunctionCount, R->MaxLinkSpeedCode}),
-              (std::vector<unsigned>{1, P, P, P, P, 0, 0, 0, 4, 4, 1, 0x4001}))
-        << "port " << P;
+  for (const auto &[R, Port] : {std::pair{A.Record(0, 0), 0}, std::pair{A.Record(1, 0), 2}}) {
+    SCOPED_TRACE("port " + std::to_string(Port));
+    // LinkConfig, PortIndex and its two copies, NaloIndex, PfIndex, SubIndex, LinkWord, PfsPerPort,
+    // PortCount, FunctionCount, speed code.
+    EXPECT_EQ((Fields{R->LinkConfig, R->PortIndex, R->PortIndexCopy, R->PortIndexCopy2, R->NaloIndex,
+                      R->PfIndex, R->SubIndex, R->LinkWord, R->PfsPerPort, R->PortCount, R->FunctionCount,
+                      R->MaxLinkSpeedCode}),
+              (Fields{1, Port, Port, Port, Port, 0, 0, 0, 4, 4, 1, 0x4001}));
     EXPECT_EQ(Str(R->MaxLinkSpeedText), "1 Gb/s");
   }
   // The second function of port 1 was never part of a walk.
-  EXPECT_EQ(A.Record(1, 1)->FunctionCount + A.Record(1, 1)->PortIndex, 2 + 1);
+  EXPECT_EQ(A.Record(1, 1)->FunctionCount, 2);
+  EXPECT_EQ(A.Record(1, 1)->PortIndex, 1);
 }
 
 // ---- A port's second function ------------------------------------------------------------------------
@@ -222,8 +158,7 @@ TEST_F(Emulex0720RunTest, SecondFunctionOfAPortPlansNothingAndEndsAtOnce) {
   EXPECT_NE(A.Record(0, 1)->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
   EXPECT_EQ(A.Record(0, 0)->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
   EXPECT_TRUE(Fw().NaloCalls().empty());
-  // Done for this boot.
-  EXPECT_EQ(RunController(A.Handle(0, 1), 0), std::vector<std::string>{});
+  EXPECT_EQ(Dialogue(A.Handle(0, 1)), Texts{}); // done for this boot
 }
 
 // ---- RoCE profile: a layout change that needs a restart ------------------------------------------
@@ -237,11 +172,7 @@ protected:
     A = Add(0x0001, 2, 4);
     A.Record(0, 0)->NaloIndex = 1;
 
-    fake::NaloEntry &Port0 = Fw().Nalo(1, 0, 0);
-    Port0.Header.PortTableValid = 1;
-    Port0.Header.AddressTableValid = 1;
-    Port0.Header.BootTableValid = 1;
-    Port0.PortTable.DesiredPortEnable = 1;
+    fake::NaloEntry &Port0 = ValidTables(1);
     Port0.PortTable.DesiredFunctionCount = 1;
     Port0.PortTable.Function[0].Enabled = 1;
     Port0.PortTable.Function[0].FunctionType = PF_TYPE_ROCE;
@@ -264,21 +195,18 @@ protected:
 
 TEST_F(Emulex0720RoceTest, RoceOnAnyPortRetypesTheFunctionsAndAsksForOneRestart) {
   // The adapter still runs partitioned with two NIC functions and an iSCSI function.
-  const std::vector<std::string> Commands = RunController(
-      A.Handle(0, 0), 10,
-      {{"show port0/pf0 OEMELX_PFInfo",
-        "retdata=\r\nPfType=NIC\r\nPortEnable=Enabled\r\nUMCState=Enabled\r\nBootEnable=Enabled\r\n"},
-       {"show port0/pf1 OEMELX_PFInfo", "retdata=\r\nPfType=NIC\r\n"},
-       {"show port0/pf2 OEMELX_PFInfo", "retdata=\r\nPfType=iSCSI\r\n"},
-       {"show port0/pf3 OEMELX_PFInfo", "retdata=\r\nPfType=Disable\r\n"}});
-  const std::vector<std::string> Expected = {
-      "show port0/pf0 OEMELX_PFInfo",        "show port0/pf1 OEMELX_PFInfo",
-      "show port0/pf2 OEMELX_PFInfo",        "show port0/pf3 OEMELX_PFInfo",
-      "set / OEMELX_UMCState=Disabled",      "set / OEMELX_Profile=RoCE-2",
-      "set port0/pf0 OEMELX_PFType=RoCE",    "set port0/pf1 OEMELX_PFType=Disable",
-      "set port0/pf2 OEMELX_PFType=Disable", "exit",
-  };
-  EXPECT_EQ(Commands, Expected);
+  EXPECT_EQ(
+      Dialogue(
+          A.Handle(0, 0),
+          {{"show port0/pf0 OEMELX_PFInfo",
+            {"retdata=\r\nPfType=NIC\r\nPortEnable=Enabled\r\nUMCState=Enabled\r\nBootEnable=Enabled\r\n"}},
+           {"show port0/pf1 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\n"}},
+           {"show port0/pf2 OEMELX_PFInfo", {"retdata=\r\nPfType=iSCSI\r\n"}},
+           {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}}}),
+      Join({Shows(0, 4),
+            {"set / OEMELX_UMCState=Disabled", "set / OEMELX_Profile=RoCE-2",
+             "set port0/pf0 OEMELX_PFType=RoCE", "set port0/pf1 OEMELX_PFType=Disable",
+             "set port0/pf2 OEMELX_PFType=Disable", "exit"}}));
   EXPECT_EQ(Fw().RestartNotifications(), 1u);
   EXPECT_EQ(mModule.mRoceMode, 1);
   // The probe read port 1's port table only.
@@ -292,43 +220,32 @@ TEST_F(Emulex0720RoceTest, RoceOnAnyPortRetypesTheFunctionsAndAsksForOneRestart)
   }
   EXPECT_TRUE(ProbedPort1);
   // A layout change ends the plan before any per-function setting: no plan-done marks.
-  EXPECT_EQ(A.Record(0, 0)->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2), 0);
+  EXPECT_EQ(PlanDone(A.Record(0, 0)), 0);
   EXPECT_NE(A.Record(0, 0)->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
 }
 
 TEST_F(Emulex0720RoceTest, AfterTheRestartTheRoceFunctionGetsItsSettings) {
   // Next boot: the adapter comes up in the RoCE layout; only function 0 remains.
-  const std::vector<std::string> Commands =
-      RunController(A.Handle(0, 0), 11,
-                    {{"show port0/pf0 OEMELX_PFInfo",
-                      "retdata=\r\nPfType=RoCE\r\nPortEnable=Enabled\r\nUMCState=Disabled\r\n"
-                      "BootEnable=Disabled\r\nMAC=0000C9AABB00\r\nMfgMAC=0000C9AABB00\r\n"
-                      "PfVLANID=4095\r\n"},
-                     {"show port0/pf1 OEMELX_PFInfo", "retdata=\r\nPfType=Disable\r\n"},
-                     {"show port0/pf2 OEMELX_PFInfo", "retdata=\r\nPfType=Disable\r\n"},
-                     {"show port0/pf3 OEMELX_PFInfo", "retdata=\r\nPfType=Disable\r\n"}});
-  const std::vector<std::string> Expected = {
-      "show port0/pf0 OEMELX_PFInfo",
-      "show port0/pf1 OEMELX_PFInfo",
-      "show port0/pf2 OEMELX_PFInfo",
-      "show port0/pf3 OEMELX_PFInfo",
-      "set / OEMELX_Profile=RoCE-2",
-      "set port0/pf0 OEMELX_PFVlanID=0100",
-      "set port0/pf0 OEMELX_PXEVlan=Enabled",
-      "set port0/pf0 OEMELX_PXEVlanID=0100",
-      "set port0/pf0 OEMELX_BootEnable=Enabled",
-      "set port0/pf0 OEMELX_VolatileMAC=0200C9000010",
-      "exit",
-  };
-  EXPECT_EQ(Commands, Expected);
+  EXPECT_EQ(
+      Dialogue(A.Handle(0, 0), {{"show port0/pf0 OEMELX_PFInfo",
+                                 {"retdata=\r\nPfType=RoCE\r\nPortEnable=Enabled\r\nUMCState=Disabled\r\n"
+                                  "BootEnable=Disabled\r\nMAC=0000C9AABB00\r\nMfgMAC=0000C9AABB00\r\n"
+                                  "PfVLANID=4095\r\n"}},
+                                {"show port0/pf1 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}},
+                                {"show port0/pf2 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}},
+                                {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}}}),
+      Join({Shows(0, 4),
+            {"set / OEMELX_Profile=RoCE-2", "set port0/pf0 OEMELX_PFVlanID=0100",
+             "set port0/pf0 OEMELX_PXEVlan=Enabled", "set port0/pf0 OEMELX_PXEVlanID=0100",
+             "set port0/pf0 OEMELX_BootEnable=Enabled", "set port0/pf0 OEMELX_VolatileMAC=0200C9000010",
+             "exit"}}));
   EXPECT_EQ(Fw().RestartNotifications(), 0u);
   FUNCTION_SETTINGS *R0 = A.Record(0, 0);
   EXPECT_EQ(R0->PfType, static_cast<UINT32>(PF_TYPE_ROCE));
   EXPECT_EQ(R0->VlanId, 100);
   EXPECT_EQ(R0->BootEnable, 1);
   EXPECT_EQ(Str(R0->CurrentAddressText[0]), "0200C9000010");
-  EXPECT_EQ(R0->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2),
-            PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
+  EXPECT_EQ(PlanDone(R0), kBothPlansDone);
 }
 
 // ---- One partitioned port of four functions --------------------------------------------------------
@@ -339,20 +256,14 @@ protected:
     Emulex0720RunTest::SetUp();
     A = Add(0x0001, 1, 4);
     A.Record(0, 0)->NaloIndex = 1;
-    fake::NaloEntry &N = Fw().Nalo(1, 0, 0);
-    N.Header.PortTableValid = 1;
-    N.Header.AddressTableValid = 1;
-    N.Header.BootTableValid = 1;
+    fake::NaloEntry &N = ValidTables(1);
     N.Header.InitiatorName = N.OwnText("iqn.2001-04.com.example:host1");
-    N.PortTable.DesiredPortEnable = 1;
     N.PortTable.PortMode = 2;
     N.PortTable.DesiredFunctionCount = 3;
-    struct Fn {
+    const struct {
       uint8_t Type, Min, Max;
       uint16_t Vlan;
-    };
-    const Fn Functions[3] = {
-        {PF_TYPE_NIC, 25, 100, 100}, {PF_TYPE_NIC, 25, 50, 200}, {PF_TYPE_ISCSI, 50, 100, 300}};
+    } Functions[3] = {{PF_TYPE_NIC, 25, 100, 100}, {PF_TYPE_NIC, 25, 50, 200}, {PF_TYPE_ISCSI, 50, 100, 300}};
     for (int I = 0; I < 3; ++I) {
       NALO_FUNCTION_ENTRY &E = N.PortTable.Function[I];
       E.Enabled = 1;
@@ -391,93 +302,71 @@ TEST_F(Emulex0720PortTest, TypeChangesAreQueuedAndBuiltOneFunctionAtATime) {
   // Platform: functions 0 NIC, 1 FCoE, 2 NIC, 3 not enabled.
   Fw().Nalo(1, 0, 0).PortTable.Function[1].FunctionType = PF_TYPE_FCOE;
   Fw().Nalo(1, 0, 0).PortTable.Function[2].FunctionType = PF_TYPE_NIC;
-  // Adapter: partitioned, functions 0 NIC, 1 NIC, 2 NIC, 3 iSCSI.
-  const std::vector<std::string> Commands =
-      RunController(A.Handle(0, 0), 7,
-                    {{"show port0/pf0 OEMELX_PFInfo", "retdata=\r\nPfType=NIC\r\nUMCState=Enabled\r\n"},
-                     {"show port0/pf1 OEMELX_PFInfo", "retdata=\r\nPfType=NIC\r\n"},
-                     {"show port0/pf2 OEMELX_PFInfo", "retdata=\r\nPfType=NIC\r\n"},
-                     {"show port0/pf3 OEMELX_PFInfo", "retdata=\r\nPfType=iSCSI\r\n"}});
-  // Function 2 (enabled NIC beyond the first) keeps partitioning on: no SET_UMC.
-  const std::vector<std::string> Expected = {
-      "show port0/pf0 OEMELX_PFInfo",
-      "show port0/pf1 OEMELX_PFInfo",
-      "show port0/pf2 OEMELX_PFInfo",
-      "show port0/pf3 OEMELX_PFInfo",
-      "set port0/pf1 OEMELX_PFType=FCoE",
-      "set port0/pf3 OEMELX_PFType=Disable",
-      "exit",
-  };
-  EXPECT_EQ(Commands, Expected);
+  // Adapter: partitioned, functions 0 NIC, 1 NIC, 2 NIC, 3 iSCSI. Function 2 (an enabled NIC
+  // beyond the first) keeps partitioning on: no UMC setting.
+  EXPECT_EQ(Dialogue(A.Handle(0, 0),
+                     {{"show port0/pf0 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\nUMCState=Enabled\r\n"}},
+                      {"show port0/pf1 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\n"}},
+                      {"show port0/pf2 OEMELX_PFInfo", {"retdata=\r\nPfType=NIC\r\n"}},
+                      {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=iSCSI\r\n"}}}),
+            Join({Shows(0, 4),
+                  {"set port0/pf1 OEMELX_PFType=FCoE", "set port0/pf3 OEMELX_PFType=Disable", "exit"}}));
   EXPECT_EQ(mModule.mEmulexPfTypeSetIndex, 2);
   EXPECT_EQ(Fw().RestartNotifications(), 1u);
 }
 
 TEST_F(Emulex0720PortTest, LayoutInPlacePlansEveryPerFunctionSetting) {
-  const std::vector<std::string> Commands = RunController(
-      A.Handle(0, 0), 28,
+  const Texts Commands = Dialogue(
+      A.Handle(0, 0),
       {{"show port0/pf0 OEMELX_PFInfo",
-        "retdata=\r\nPfType=NIC\r\nPortEnable=Enabled\r\nUMCState=Enabled\r\nBootEnable=Enabled\r\n"
-        "MAC=0000C9AABB00\r\nMfgMAC=0000C9AABB00\r\nMinBandwidth=50\r\nMaxBandwidth=100\r\nPfVLANID="
-        "4095\r\n"},
+        {"retdata=\r\nPfType=NIC\r\nPortEnable=Enabled\r\nUMCState=Enabled\r\nBootEnable=Enabled\r\n"
+         "MAC=0000C9AABB00\r\nMfgMAC=0000C9AABB00\r\nMinBandwidth=50\r\nMaxBandwidth=100\r\nPfVLANID="
+         "4095\r\n"}},
        {"show port0/pf1 OEMELX_PFInfo",
-        "retdata=\r\nPfType=NIC\r\nPortEnable=Enabled\r\nBootEnable=Disabled\r\nMAC=0200C9FFFF01\r\n"
-        "MfgMAC=0000C9AABB01\r\nMinBandwidth=25\r\nMaxBandwidth=100\r\nPfVLANID=200\r\n"},
+        {"retdata=\r\nPfType=NIC\r\nPortEnable=Enabled\r\nBootEnable=Disabled\r\nMAC=0200C9FFFF01\r\n"
+         "MfgMAC=0000C9AABB01\r\nMinBandwidth=25\r\nMaxBandwidth=100\r\nPfVLANID=200\r\n"}},
        {"show port0/pf2 OEMELX_PFInfo",
-        "retdata=\r\nPfType=iSCSI\r\nPortEnable=Enabled\r\nBootEnable=Disabled\r\nMAC=0000C9AABB02\r\n"
-        "MfgMAC=0000C9AABB02\r\nMinBandwidth=50\r\nMaxBandwidth=100\r\nPfVLANID=0\r\n"
-        "InitiatorIscsiName=iqn.old\r\n"},
-       {"show port0/pf3 OEMELX_PFInfo", "retdata=\r\nPfType=Disable\r\n"}});
-  const std::vector<std::string> Expected = {
-      "show port0/pf0 OEMELX_PFInfo",
-      "show port0/pf1 OEMELX_PFInfo",
-      "show port0/pf2 OEMELX_PFInfo",
-      "show port0/pf3 OEMELX_PFInfo",
-      // Function 0: bandwidth, VLAN (no PXE VLAN while partitioned), boot, MAC.
-      "set port0/pf0 OEMELX_MinBandwidth=025",
-      "set port0/pf0 OEMELX_PFVlanID=0100",
-      "set port0/pf0 OEMELX_BootEnable=Disabled",
-      "set port0/pf0 OEMELX_VolatileMAC=0200C9000001",
-      // Function 1: rate limit; no virtual address, so the port's addresses go back to default.
-      "set port0/pf1 OEMELX_MaxBandwidth=050",
-      "set port0 OEMELX_AddressDefaults=0",
-      // Function 2: iSCSI.
-      "set port0/pf2 OEMELX_PFVlanID=0300",
-      "set port0/pf2 OEMELX_BootEnable=Enabled",
-      "set port0/pf2 OEMELX_VolatileMAC=0200C9000003",
-      "set port0/pf2 OEMELX_InitiatorIscsiName=iqn.2001-04.com.example:host1",
-      "set port0/pf2 OEMELX_InitiatorAddressOrigin=static_ipv4",
-      "set port0/pf2 OEMELX_IPv4InitiatorAddress=192168001020",
-      "set port0/pf2 OEMELX_IPv4InitiatorSubnetMask=255255255000",
-      "set port0/pf2 OEMELX_IPv4InitiatorGateway=192168001001",
-      "set port0/pf2 OEMELX_BootTargetAddressOrigin=static_ipv4",
-      "set port0/pf2 OEMELX_TargetIscsiName[0]=iqn.2001-04.com.example:storage",
-      "set port0/pf2 OEMELX_IPv4TargetAddress[0]=192168001050",
-      "set port0/pf2 OEMELX_TcpPort[0]=03260",
-      "set port0/pf2 OEMELX_BootableLun[0]=000A",
-      "set port0/pf2 OEMELX_AuthenticationMethod[0]=mutualCHAP",
-      "set port0/pf2 OEMELX_ChapName[0]=chapuser",
-      "set port0/pf2 OEMELX_ChapSecret[0]=secret123456",
-      "set port0/pf2 OEMELX_InitiatorChapSecret[0]=mutual123456",
-      "exit",
-  };
-  EXPECT_EQ(Commands, Expected);
+        {"retdata=\r\nPfType=iSCSI\r\nPortEnable=Enabled\r\nBootEnable=Disabled\r\nMAC=0000C9AABB02\r\n"
+         "MfgMAC=0000C9AABB02\r\nMinBandwidth=50\r\nMaxBandwidth=100\r\nPfVLANID=0\r\n"
+         "InitiatorIscsiName=iqn.old\r\n"}},
+       {"show port0/pf3 OEMELX_PFInfo", {"retdata=\r\nPfType=Disable\r\n"}}});
+  // Function 0: bandwidth, VLAN (no PXE VLAN while partitioned), boot, MAC. Function 1: rate
+  // limit; no virtual address, so the port's addresses go back to default. Function 2: iSCSI.
+  EXPECT_EQ(
+      Commands,
+      Join(
+          {Shows(0, 4),
+           {"set port0/pf0 OEMELX_MinBandwidth=025", "set port0/pf0 OEMELX_PFVlanID=0100",
+            "set port0/pf0 OEMELX_BootEnable=Disabled", "set port0/pf0 OEMELX_VolatileMAC=0200C9000001",
+            "set port0/pf1 OEMELX_MaxBandwidth=050", "set port0 OEMELX_AddressDefaults=0"},
+           Prefixed("set port0/pf2 OEMELX_",
+                    {"PFVlanID=0300", "BootEnable=Enabled", "VolatileMAC=0200C9000003",
+                     "InitiatorIscsiName=iqn.2001-04.com.example:host1", "InitiatorAddressOrigin=static_ipv4",
+                     "IPv4InitiatorAddress=192168001020", "IPv4InitiatorSubnetMask=255255255000",
+                     "IPv4InitiatorGateway=192168001001", "BootTargetAddressOrigin=static_ipv4",
+                     "TargetIscsiName[0]=iqn.2001-04.com.example:storage",
+                     "IPv4TargetAddress[0]=192168001050", "TcpPort[0]=03260", "BootableLun[0]=000A",
+                     "AuthenticationMethod[0]=mutualCHAP", "ChapName[0]=chapuser",
+                     "ChapSecret[0]=secret123456", "InitiatorChapSecret[0]=mutual123456"}),
+           {"exit"}}));
   EXPECT_EQ(Fw().RestartNotifications(), 0u);
 
   FUNCTION_SETTINGS *R0 = A.Record(0, 0), *R1 = A.Record(0, 1), *R2 = A.Record(0, 2), *R3 = A.Record(0, 3);
-  EXPECT_EQ((std::vector<unsigned>{mModule.mCurrentUmc, mModule.mTargetUmc, R0->MinBandwidth,
-                                   R0->MaxBandwidth, R1->MaxBandwidth, R0->VlanId, R1->VlanId, R2->VlanId,
-                                   R0->BootEnable, R2->BootEnable, R2->PfType, R3->PfType}),
-            (std::vector<unsigned>{1, 1, 25, 100, 50, 100, 200, 300, 0, 1, PF_TYPE_ISCSI, PF_TYPE_DISABLED}));
-  EXPECT_EQ(Str(R0->CurrentAddressText[0]), "0200C9000001");
+  EXPECT_EQ(mModule.mCurrentUmc, 1);
+  EXPECT_EQ(mModule.mTargetUmc, 1);
+  // Bandwidths, VLANs, boot enables and types the plan wrote for the builders.
+  EXPECT_EQ((Fields{R0->MinBandwidth, R0->MaxBandwidth, R1->MaxBandwidth, R0->VlanId, R1->VlanId, R2->VlanId,
+                    R0->BootEnable, R2->BootEnable, R2->PfType}),
+            (Fields{25, 100, 50, 100, 200, 300, 0, 1, PF_TYPE_ISCSI}));
+  EXPECT_EQ(R3->PfType, static_cast<UINT32>(PF_TYPE_DISABLED));
   const uint8_t Mac0[6] = {0x02, 0x00, 0xC9, 0x00, 0x00, 0x01};
+  EXPECT_EQ(Str(R0->CurrentAddressText[0]), "0200C9000001");
   EXPECT_EQ(std::memcmp(R0->CurrentAddress[0], Mac0, 6), 0);
   EXPECT_EQ(Str(R1->CurrentAddressText[0]), "0000C9AABB01"); // back to the manufacturer's
   EXPECT_EQ(Str(R2->IscsiInitiatorName), "iqn.2001-04.com.example:host1");
   for (FUNCTION_SETTINGS *R : {R0, R1, R2}) {
-    EXPECT_EQ(R->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2),
-              PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
-    EXPECT_NE(R->ProgressFlags & PROGRESS_FLAG_PORT_ENABLE_PLANNED, 0);
+    EXPECT_EQ(R->ProgressFlags & (kBothPlansDone | PROGRESS_FLAG_PORT_ENABLE_PLANNED),
+              kBothPlansDone | PROGRESS_FLAG_PORT_ENABLE_PLANNED);
   }
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Ipmi).empty());
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::StatusCode).empty());

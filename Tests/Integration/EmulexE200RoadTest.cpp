@@ -1,26 +1,18 @@
 // The road of one EmulexE200 Fibre Channel function through its three planning phases, driven
 // through the installed protocol with replies in the Fibre Channel port format.
-#include <cstring>
-
 #include "Integration/ScriptedAdapter.h"
 
 extern "C++" {
-#include "ModuleState.h"
 #include "Reporting/Reporting.h"
 }
 
 namespace {
 
-class EmulexE200RoadTest : public DriverTest {
+class EmulexE200RoadTest : public IntegrationTest {
 protected:
   void SetUp() override {
-    DriverTest::SetUp();
-    AdapterSpec Spec;
-    Spec.VendorId = 0x10DF;
-    Spec.DeviceId = 0xE200;
-    Spec.Bus = 0x3A;
-    Spec.PlatformFlags = PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6;
-    Adapter = AddAdapter(Fw(), Spec);
+    IntegrationTest::SetUp();
+    Adapter = Add(0x10DF, 0xE200, 0x3A);
     Record = Adapter.Record(0, 0);
     Record->PfType = PF_TYPE_FC;
     Record->PortEnable = 1;
@@ -28,23 +20,18 @@ protected:
     Record->NaloIndex = 1;
     Record->CardIndex = 2;
 
-    fake::NaloEntry &Nalo = Fw().Nalo(1, 2, 0);
-    Nalo.Header.PortTableValid = 1;
-    Nalo.Header.AddressTableValid = 1;
-    Nalo.Header.BootTableValid = 1;
-    Nalo.PortTable.DesiredPortEnable = 1;
+    fake::NaloEntry &Nalo = ValidTables(1, 2);
     Nalo.AddressTable[0].Enabled = 1;
     Nalo.AddressTable[0].Wwnn = Nalo.OwnText("20000011aabbccdd"); // lower case: sent upper-cased
     Nalo.AddressTable[0].Wwpn = Nalo.OwnText("21000011AABBCCDD");
-    Nalo.BootTable[0].Enabled = 1;
-    Nalo.BootTable[0].Target1Wwpn = Nalo.OwnText("50060e8000000001"); // case kept
-    Nalo.BootTable[0].Target2Wwpn = Nalo.OwnText("50060E8000000002");
-    Nalo.BootTable[0].Target1Lun = Nalo.OwnText("0000");
-    Nalo.BootTable[0].Target2Lun = Nalo.OwnText("00012"); // cut to 4 characters
-    Nalo.BootTable[0].FcLinkSpeed = Nalo.OwnText("0008");
-    Nalo.BootTable[0].FcTopology = Nalo.OwnText("02");
-
-    ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
+    NALO_BOOT_ENTRY &Boot = Nalo.BootTable[0];
+    Boot.Enabled = 1;
+    Boot.Target1Wwpn = Nalo.OwnText("50060e8000000001"); // case kept
+    Boot.Target2Wwpn = Nalo.OwnText("50060E8000000002");
+    Boot.Target1Lun = Nalo.OwnText("0000");
+    Boot.Target2Lun = Nalo.OwnText("00012"); // cut to 4 characters
+    Boot.FcLinkSpeed = Nalo.OwnText("0008");
+    Boot.FcTopology = Nalo.OwnText("02");
   }
 
   BuiltAdapter Adapter;
@@ -52,20 +39,19 @@ protected:
 };
 
 TEST_F(EmulexE200RoadTest, ShowsThenSetsOnlyWhatDiffers) {
-  ScriptedAdapter Driver(Protocol, Adapter.Handle(0, 0));
-  Driver.On("show fcport0 OEMELX_FirmwareVersions", "retdata=12.8.340.8");
-  Driver.On("show fcport0 OEMELX_PortEnable", "retdata=enabled");
-  Driver.On("show fcport0 OEMELX_BootEnable", "retdata=enabled");
-  Driver.On("show fcport0 OEMELX_MFG_WWNN", "retdata=20000090FA000001");
-  Driver.On("show fcport0 OEMELX_WWNN", "retdata=20000090fa000001");
-  Driver.On("show fcport0 OEMELX_MFG_WWPN", "retdata=10000090FA000001");
-  Driver.On("show fcport0 OEMELX_WWPN", "retdata=10000090FA000001");
-
+  ScriptedAdapter Driver(Protocol, Adapter.Handle(0, 0),
+                         {{"show fcport0 OEMELX_FirmwareVersions", {"retdata=12.8.340.8"}},
+                          {"show fcport0 OEMELX_PortEnable", {"retdata=enabled"}},
+                          {"show fcport0 OEMELX_BootEnable", {"retdata=enabled"}},
+                          {"show fcport0 OEMELX_MFG_WWNN", {"retdata=20000090FA000001"}},
+                          {"show fcport0 OEMELX_WWNN", {"retdata=20000090fa000001"}},
+                          {"show fcport0 OEMELX_MFG_WWPN", {"retdata=10000090FA000001"}},
+                          {"show fcport0 OEMELX_WWPN", {"retdata=10000090FA000001"}}});
   bool PhaseTwoSawReplies = false;
   Driver.AfterResponse = [&](const ScriptedStep &Step) {
     if (Step.Instance == 2) {
       // The replies of phase 1 were parsed before phase 2 is planned.
-      EXPECT_STREQ(reinterpret_cast<const char *>(Record->FirmwareVersion[0]), "12.8.340.8");
+      EXPECT_EQ(Str(Record->FirmwareVersion[0]), "12.8.340.8");
       EXPECT_EQ(Record->PortEnable, 1);
       EXPECT_EQ(Record->BootEnable, 1);
       EXPECT_EQ(mModule.mPlanInstance, 3);
@@ -73,75 +59,39 @@ TEST_F(EmulexE200RoadTest, ShowsThenSetsOnlyWhatDiffers) {
     }
     if (Step.Instance == 6) {
       // Fibre Channel function: WWNN in slot 0, WWPN in slot 1, upper-cased by the address parser.
-      EXPECT_STREQ(reinterpret_cast<const char *>(Record->CurrentAddressText[0]), "20000090FA000001");
-      EXPECT_STREQ(reinterpret_cast<const char *>(Record->MfgAddressText[1]), "10000090FA000001");
+      EXPECT_EQ(Str(Record->CurrentAddressText[0]), "20000090FA000001");
+      EXPECT_EQ(Str(Record->MfgAddressText[1]), "10000090FA000001");
       const uint8_t Wwnn[8] = {0x20, 0x00, 0x00, 0x90, 0xFA, 0x00, 0x00, 0x01};
       EXPECT_EQ(std::memcmp(Record->CurrentAddress[0], Wwnn, 8), 0);
       EXPECT_EQ(mModule.mPlanInstance2, 15);
     }
   };
-
-  const std::vector<ScriptedStep> Steps = Driver.Run();
+  EXPECT_EQ(Driver.Dialogue(),
+            Join({Prefixed("show fcport0 OEMELX_",
+                           {"FirmwareVersions", "PortEnable", "BootEnable", "MFG_WWNN", "WWNN", "MFG_WWPN",
+                            "WWPN", "VolatileWWNN", "VolatileWWPN", "TargetWWPN[0]", "TargetWWPN[1]",
+                            "TargetLUN[0]", "TargetLUN[1]", "LinkSpeed", "Topology"}),
+                  Prefixed("set fcport0 OEMELX_",
+                           {"VolatileWWNN=20000011AABBCCDD", "VolatileWWPN=21000011AABBCCDD",
+                            "TargetWWPN[0]=50060e8000000001", "TargetWWPN[1]=50060E8000000002",
+                            "TargetLUN[0]=0000", "TargetLUN[1]=0001", "LinkSpeed=0008", "Topology=02"}),
+                  {"exit"}}));
   EXPECT_TRUE(PhaseTwoSawReplies);
-  const std::vector<std::string> Expected = {
-      "show fcport0 OEMELX_FirmwareVersions",
-      "show fcport0 OEMELX_PortEnable",
-      "show fcport0 OEMELX_BootEnable",
-      "show fcport0 OEMELX_MFG_WWNN",
-      "show fcport0 OEMELX_WWNN",
-      "show fcport0 OEMELX_MFG_WWPN",
-      "show fcport0 OEMELX_WWPN",
-      "show fcport0 OEMELX_VolatileWWNN",
-      "show fcport0 OEMELX_VolatileWWPN",
-      "show fcport0 OEMELX_TargetWWPN[0]",
-      "show fcport0 OEMELX_TargetWWPN[1]",
-      "show fcport0 OEMELX_TargetLUN[0]",
-      "show fcport0 OEMELX_TargetLUN[1]",
-      "show fcport0 OEMELX_LinkSpeed",
-      "show fcport0 OEMELX_Topology",
-      "set fcport0 OEMELX_VolatileWWNN=20000011AABBCCDD",
-      "set fcport0 OEMELX_VolatileWWPN=21000011AABBCCDD",
-      "set fcport0 OEMELX_TargetWWPN[0]=50060e8000000001",
-      "set fcport0 OEMELX_TargetWWPN[1]=50060E8000000002",
-      "set fcport0 OEMELX_TargetLUN[0]=0000",
-      "set fcport0 OEMELX_TargetLUN[1]=0001",
-      "set fcport0 OEMELX_LinkSpeed=0008",
-      "set fcport0 OEMELX_Topology=02",
-      "exit",
-  };
-  EXPECT_EQ(ScriptedAdapter::Commands(Steps), Expected);
-  for (const ScriptedStep &Step : Steps) {
-    EXPECT_EQ(Step.Response, EFI_SUCCESS) << Step.Command;
-  }
-  EXPECT_EQ(Driver.EndInstance, 24u);
-  EXPECT_EQ(Driver.EndStatus, EFI_NOT_FOUND);
 
   // What the planning wrote into the record for the builders, and the end of the run.
-  EXPECT_STREQ(reinterpret_cast<const char *>(Record->CurrentAddressText[0]), "20000011AABBCCDD");
-  EXPECT_STREQ(reinterpret_cast<const char *>(Record->CurrentAddressText[1]), "21000011AABBCCDD");
+  EXPECT_EQ(Str(Record->CurrentAddressText[0]), "20000011AABBCCDD");
   const uint8_t NewWwpn[8] = {0x21, 0x00, 0x00, 0x11, 0xAA, 0xBB, 0xCC, 0xDD};
   EXPECT_EQ(std::memcmp(Record->CurrentAddress[1], NewWwpn, 8), 0);
-  EXPECT_STREQ(reinterpret_cast<const char *>(Record->TargetWwpn1Text), "50060e8000000001");
-  EXPECT_STREQ(reinterpret_cast<const char *>(Record->TargetLun2Text), "0001");
-  EXPECT_STREQ(reinterpret_cast<const char *>(Record->LinkSpeedText), "0008");
-  EXPECT_NE(Record->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
-  EXPECT_EQ(Record->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2),
-            PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
-  EXPECT_NE(Record->ProgressFlags & PROGRESS_FLAG_PORT_ENABLE_PLANNED, 0);
+  EXPECT_EQ(Str(Record->TargetWwpn1Text), "50060e8000000001");
+  EXPECT_EQ(Str(Record->TargetLun2Text), "0001");
+  EXPECT_EQ(Str(Record->LinkSpeedText), "0008");
+  const uint8_t Progress = kBothPlansDone | PROGRESS_FLAG_CONFIG_DONE | PROGRESS_FLAG_PORT_ENABLE_PLANNED;
+  EXPECT_EQ(Record->ProgressFlags & Progress, Progress);
   // Nothing failed: nothing went to the BMC or to the status-code listeners.
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Ipmi).empty());
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::StatusCode).empty());
-  // Done for this boot: the next Query is refused at once.
-  UINTN Instance = 0, Size = 0;
-  EFI_GUID *Guid = nullptr;
-  VOID *Block = nullptr;
-  EXPECT_EQ(Protocol->Query(Protocol, Adapter.Handle(0, 0), nullptr, &Instance, &Guid, &Block, &Size),
-            EFI_NOT_FOUND);
+  EXPECT_EQ(Dialogue(Adapter.Handle(0, 0)), Texts{}); // done for this boot
 }
-
-} // namespace
-
-namespace {
 
 std::vector<uint8_t> OemText(const std::string &Text) {
   std::vector<uint8_t> Request(HxOemEnterpriseNumber, HxOemEnterpriseNumber + 3);
@@ -156,9 +106,9 @@ TEST_F(EmulexE200RoadTest, FailedCommandIsReportedAsStatusCodesAndToTheBmc) {
   Record->SubIndex = 4;
   Fw().ScriptIpmiCompletionCodes({0xC0, 0xC0}); // busy twice, then accepted
   const std::string Reply = "retdata=" + std::string(62, 'x');
-  ScriptedAdapter Driver(Protocol, Adapter.Handle(0, 0));
-  Driver.On("show fcport0 OEMELX_FirmwareVersions", "retdata=12.8.340.8");
-  Driver.On("show fcport0 OEMELX_PortEnable", ScriptedReply{Reply, 2, 0xF7});
+  ScriptedAdapter Driver(Protocol, Adapter.Handle(0, 0),
+                         {{"show fcport0 OEMELX_FirmwareVersions", {"retdata=12.8.340.8"}},
+                          {"show fcport0 OEMELX_PortEnable", {ScriptedReply{Reply, 2, 0xF7}}}});
   std::vector<fake::Event> AtFailure;
   Driver.AfterResponse = [&](const ScriptedStep &Step) {
     if (Step.Instance == 1) {
@@ -168,23 +118,22 @@ TEST_F(EmulexE200RoadTest, FailedCommandIsReportedAsStatusCodesAndToTheBmc) {
   Driver.Run();
 
   ASSERT_GE(AtFailure.size(), 2u);
-  EXPECT_EQ(AtFailure[0].Kind, fake::EventKind::StatusCode);
+  // Kind, value and instance of the two status codes.
+  const auto Code = [](const fake::Event &E) {
+    return Fields{static_cast<int>(E.Kind), E.Value, E.Instance};
+  };
+  const int StatusCode = static_cast<int>(fake::EventKind::StatusCode);
+  EXPECT_EQ(Code(AtFailure[0]), (Fields{StatusCode, 0x03808014, 0x00003AA6}));
+  EXPECT_EQ(Code(AtFailure[1]), (Fields{StatusCode, 0x03808015, 0x000500A6}));
   EXPECT_EQ(AtFailure[0].Type, 0x80000002u);
-  EXPECT_EQ(AtFailure[0].Value, 0x03808014u);
-  EXPECT_EQ(AtFailure[0].Instance, 0x00003AA6u);
   EXPECT_TRUE(AtFailure[0].HasCallerId);
   EXPECT_EQ(fake::GuidToString(AtFailure[0].CallerId), "D083E94C-6560-42E4-B6D4-2DF75ADF6A2A");
-  EXPECT_EQ(AtFailure[1].Kind, fake::EventKind::StatusCode);
-  EXPECT_EQ(AtFailure[1].Value, 0x03808015u);
-  EXPECT_EQ(AtFailure[1].Instance, 0x000500A6u);
   EXPECT_NE(Record->ErrorFlags & ERROR_FLAG_ERROR_REPORTED, 0);
 
   std::vector<std::vector<uint8_t>> Requests;
   for (size_t I = 2; I < AtFailure.size(); I++) {
     ASSERT_EQ(AtFailure[I].Kind, fake::EventKind::Ipmi);
-    EXPECT_EQ(AtFailure[I].NetFn, 0x2E);
-    EXPECT_EQ(AtFailure[I].Lun, 0);
-    EXPECT_EQ(AtFailure[I].Command, 0xF5);
+    EXPECT_EQ((Fields{AtFailure[I].NetFn, AtFailure[I].Lun, AtFailure[I].Command}), (Fields{0x2E, 0, 0xF5}));
     Requests.push_back(AtFailure[I].Data);
   }
   // The header is formatted: its "\n" becomes "\r\n", %x is upper case, and it is cut after 60

@@ -1,38 +1,16 @@
 // Whole controller runs of the Emulex0710, QLogic2261, QLogic2031, Intel and Emulex0700 families
 // through the installed protocol, with replies in each family's format.
-#include <cstring>
-
 #include "Integration/ScriptedAdapter.h"
-
-extern "C++" {
-#include "ModuleState.h"
-#include "Reporting/Reporting.h"
-}
 
 namespace {
 
-using Texts = std::vector<std::string>;
+constexpr uint8_t kManaged = PLATFORM_FLAG_MANAGED_MODE_ENABLED;
+constexpr uint8_t kWithTables = PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6;
 
-std::string Str(const CHAR8 *Text) {
-  return reinterpret_cast<const char *>(Text);
-}
-
-class ManagedFamiliesTest : public DriverTest {
+class ManagedFamiliesTest : public IntegrationTest {
 protected:
-  void SetUp() override {
-    DriverTest::SetUp();
-    ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
-  }
-
-  BuiltAdapter Add(uint16_t Vendor, uint16_t Device, uint8_t Ports, uint8_t Functions, uint8_t Flags) {
-    AdapterSpec Spec;
-    Spec.VendorId = Vendor;
-    Spec.DeviceId = Device;
-    Spec.Bus = NextBus++;
-    Spec.Ports = Ports;
-    Spec.FunctionsPerPort = Functions;
-    Spec.PlatformFlags = Flags;
-    BuiltAdapter A = AddAdapter(Fw(), Spec);
+  BuiltAdapter AddBound(uint16_t Vendor, uint16_t Device, uint8_t Ports, uint8_t Functions, uint8_t Flags) {
+    BuiltAdapter A = Add(Vendor, Device, NextBus++, Ports, Functions, Flags);
     for (auto &Port : A.Handles) {
       for (EFI_HANDLE H : Port) {
         Fw().SetDriverBound(H, true);
@@ -44,84 +22,67 @@ protected:
   uint8_t NextBus = 0x10;
 };
 
-const uint8_t Managed = PLATFORM_FLAG_MANAGED_MODE_ENABLED;
-const uint8_t ManagedWithTables = PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6;
-
-// ---- Emulex0710: a different function count ends the plan and asks for a restart ----------------
-
 TEST_F(ManagedFamiliesTest, Emulex0710FunctionCountChangeRestartsTheController) {
-  BuiltAdapter A = Add(0x19A2, 0x0710, 2, 2, ManagedWithTables);
+  BuiltAdapter A = AddBound(0x19A2, 0x0710, 2, 2, kWithTables);
   fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
   Nalo.Header.PortTableValid = 1;
   Nalo.PortTable.DesiredPortEnable = 1;
   Nalo.PortTable.DesiredFunctionCount = 4;
-
-  ScriptedAdapter First(Protocol, A.Handle(0, 0));
-  First.On("show port0/pf0 OEMVDR_PfInfo", "retdata=PortEn=enabled\r\nPfCount=2\r\nPfType=NIC\r\n");
-  First.On("show port0/pf1 OEMVDR_PfInfo", "retdata=PortEn=enabled\r\nPfCount=2\r\nPfType=NIC\r\n");
-  First.On("exit", ScriptedReply{"", 0, 0, EfiPlatformConfigurationActionRestartController});
-  EXPECT_EQ(ScriptedAdapter::Commands(First.Run(4)),
-            (Texts{"show port0/pf0 OEMVDR_PfInfo", "show port0/pf1 OEMVDR_PfInfo", "set OEMVDR_PfCount=04",
-                   "exit"}));
+  const ScriptedReply TwoFunctions = "retdata=PortEn=enabled\r\nPfCount=2\r\nPfType=NIC\r\n";
+  ScriptedAdapter First(
+      Protocol, A.Handle(0, 0),
+      {{"show port0/pf0 OEMVDR_PfInfo", {TwoFunctions}},
+       {"show port0/pf1 OEMVDR_PfInfo", {TwoFunctions}},
+       {"exit", {ScriptedReply{"", 0, 0, EfiPlatformConfigurationActionRestartController}}}});
+  // The adapter driver restarts the controller after "exit" and asks for no further Instance.
+  EXPECT_EQ(First.Dialogue(4), (Texts{"show port0/pf0 OEMVDR_PfInfo", "show port0/pf1 OEMVDR_PfInfo",
+                                      "set OEMVDR_PfCount=04", "exit"}));
   EXPECT_EQ(A.Record(0, 0)->FunctionCount, 4);
   EXPECT_EQ(Fw().RestartNotifications(), 1u);
   EXPECT_EQ(Fw().EventsOf(fake::EventKind::Connect).size(), 1u);
 
-  // The other controllers of the adapter: nothing is planned while the restart is pending, and
-  // the platform is not notified again.
+  // The other controllers of the adapter: nothing is planned while the restart is pending.
   for (auto [Port, Pf] : {std::pair{0, 1}, std::pair{1, 0}, std::pair{1, 1}}) {
-    ScriptedAdapter Other(Protocol, A.Handle(Port, Pf));
-    EXPECT_TRUE(Other.Run().empty());
-    EXPECT_EQ(Other.EndInstance, 0u);
-    EXPECT_EQ(Other.EndStatus, EFI_NOT_FOUND);
+    EXPECT_EQ(Dialogue(A.Handle(Port, Pf)), Texts{});
   }
-  EXPECT_EQ(Fw().RestartNotifications(), 1u);
 
   // After the restart the adapter reports four functions: a fresh plan with nothing to change.
-  ScriptedAdapter Again(Protocol, A.Handle(0, 0));
-  Again.On("show port0/pf0 OEMVDR_PfInfo", "retdata=PortEn=enabled\r\nPfCount=4\r\nPfType=NIC\r\n");
-  Again.On("show port0/pf1 OEMVDR_PfInfo", "retdata=PortEn=enabled\r\nPfCount=4\r\nPfType=NIC\r\n");
-  EXPECT_EQ(ScriptedAdapter::Commands(Again.Run()),
+  const ScriptedReply FourFunctions = "retdata=PortEn=enabled\r\nPfCount=4\r\nPfType=NIC\r\n";
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show port0/pf0 OEMVDR_PfInfo", {FourFunctions}},
+                                      {"show port0/pf1 OEMVDR_PfInfo", {FourFunctions}}}),
             (Texts{"show port0/pf0 OEMVDR_PfInfo", "show port0/pf1 OEMVDR_PfInfo", "exit"}));
-  EXPECT_EQ(Again.EndStatus, EFI_NOT_FOUND);
   EXPECT_EQ(mModule.mCurrentPfCount, 4);
-  EXPECT_EQ(Fw().RestartNotifications(), 1u);
+  EXPECT_EQ(Fw().RestartNotifications(), 1u); // not told again
 }
 
 // ---- QLogic2261: IOV commands only from firmware 6.7 on -----------------------------------------
 
 class QLogic2261Test : public ManagedFamiliesTest {
 protected:
-  BuiltAdapter AddWithVirtualNames() {
-    BuiltAdapter A = Add(0x1077, 0x2261, 1, 1, ManagedWithTables);
+  void SetUp() override {
+    ManagedFamiliesTest::SetUp();
+    A = AddBound(0x1077, 0x2261, 1, 1, kWithTables);
     A.Record(0, 0)->PfType = PF_TYPE_FC;
     fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
-    Nalo.Header.PortTableValid = 1;
-    Nalo.Header.AddressTableValid = 1;
+    Nalo.Header.PortTableValid = Nalo.Header.AddressTableValid = 1;
     Nalo.PortTable.DesiredPortEnable = 1;
     Nalo.AddressTable[0].Enabled = 1;
     Nalo.AddressTable[0].Wwnn = Nalo.OwnText("20000011AABBCCDD");
     Nalo.AddressTable[0].Wwpn = Nalo.OwnText("21000011AABBCCDD");
-    return A;
   }
   static std::string PortInfo(const std::string &Fourth) {
     return "retdata=\r\nFirmwareVersions=8.08.1,6.01,1.2," + Fourth +
            "\r\nBootEnable=Enabled\r\nWWNN=20000024FF000001\r\nWWPN=21000024FF000001\r\n";
   }
+  BuiltAdapter A;
 };
 
 TEST_F(QLogic2261Test, FirmwareBelow67PlansNoSetAndTellsTheBmc) {
-  BuiltAdapter A = AddWithVirtualNames();
-  ScriptedAdapter Driver(Protocol, A.Handle(0, 0));
-  Driver.On("show port1", PortInfo("6.06.00"));
-  EXPECT_EQ(ScriptedAdapter::Commands(Driver.Run()), (Texts{"show port1", "exit"}));
-  EXPECT_EQ(Driver.EndInstance, 2u);
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show port1", {PortInfo("6.06.00")}}}), (Texts{"show port1", "exit"}));
   EXPECT_EQ(mModule.mFcIovSupported, 0);
   EXPECT_EQ(Str(A.Record(0, 0)->FirmwareVersion[3]), "6.06.00");
 
   // The print library turns the message's "\n" into "\r\n"; 61 characters per message.
-  const std::string Message =
-      "Current QLogic FC FW Version(6.6) does not support IOV Command. Supported from 6.7\r\n";
   std::string Sent;
   const auto Ipmi = Fw().EventsOf(fake::EventKind::Ipmi);
   ASSERT_EQ(Ipmi.size(), 2u);
@@ -131,18 +92,15 @@ TEST_F(QLogic2261Test, FirmwareBelow67PlansNoSetAndTellsTheBmc) {
     Sent.append(E.Data.begin() + 5, E.Data.end());
   }
   EXPECT_EQ(Ipmi[0].Data[4], 61);
-  EXPECT_EQ(Sent, Message);
+  EXPECT_EQ(Sent, "Current QLogic FC FW Version(6.6) does not support IOV Command. Supported from 6.7\r\n");
 }
 
 TEST_F(QLogic2261Test, Firmware6_07_02GetsTheFullPlan) {
-  BuiltAdapter A = AddWithVirtualNames();
-  ScriptedAdapter Driver(Protocol, A.Handle(0, 0));
-  Driver.On("show port1", PortInfo("6.07.02"));
-  Driver.On("show netport1 OEM_PortEnable", "retdata=\r\nEnable");
-  Driver.On("show netport1 NetworkAddresses[0]", "retdata=\r\n20000024FF000001");
-  Driver.On("show netport1 PermanentAddress", "retdata=\r\n21000024FF000001");
-  Driver.On("show netport1 OEM_hbaportMaxSpeed", "retdata=\r\n16");
-  EXPECT_EQ(ScriptedAdapter::Commands(Driver.Run()),
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show port1", {PortInfo("6.07.02")}},
+                                      {"show netport1 OEM_PortEnable", {"retdata=\r\nEnable"}},
+                                      {"show netport1 NetworkAddresses[0]", {"retdata=\r\n20000024FF000001"}},
+                                      {"show netport1 PermanentAddress", {"retdata=\r\n21000024FF000001"}},
+                                      {"show netport1 OEM_hbaportMaxSpeed", {"retdata=\r\n16"}}}),
             (Texts{"show port1", "show netport1 OEM_PortEnable", "show netport1 OEM_BootEnable",
                    "show netport1 OEM_MfgWWNN", "show netport1 NetworkAddresses[0]",
                    "show netport1 OEM_MfgWWPN", "show netport1 PermanentAddress",
@@ -157,15 +115,14 @@ TEST_F(QLogic2261Test, Firmware6_07_02GetsTheFullPlan) {
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Ipmi).empty());
 }
 
-// ---- QLogic2031: read only ---------------------------------------------------------------------------
-
 TEST_F(ManagedFamiliesTest, QLogic2031IsOnlyRead) {
-  BuiltAdapter A = Add(0x1077, 0x2031, 2, 1, Managed);
-  ScriptedAdapter Second(Protocol, A.Handle(1, 0));
-  Second.On("show port2",
-            "retdata=FirmwareVersions=8.1,2,3,4\r\nBootEnable=Disabled\r\nWWNN=20000024FF000002\r\n");
-  EXPECT_EQ(ScriptedAdapter::Commands(Second.Run()), (Texts{"show port2", "exit"}));
-  EXPECT_EQ(Second.EndStatus, EFI_NOT_FOUND);
+  BuiltAdapter A = AddBound(0x1077, 0x2031, 2, 1, kManaged);
+  EXPECT_EQ(
+      Dialogue(
+          A.Handle(1, 0),
+          {{"show port2",
+            {"retdata=FirmwareVersions=8.1,2,3,4\r\nBootEnable=Disabled\r\nWWNN=20000024FF000002\r\n"}}}),
+      (Texts{"show port2", "exit"}));
   EXPECT_EQ(Str(A.Record(1, 0)->CurrentAddressText[0]), "20000024FF000002");
   EXPECT_EQ(Str(A.Record(1, 0)->MfgAddressText[0]), "20000024FF000002");
   EXPECT_EQ(A.Record(1, 0)->BootEnableToApply, 0);
@@ -173,11 +130,11 @@ TEST_F(ManagedFamiliesTest, QLogic2031IsOnlyRead) {
 
 // ---- Intel -------------------------------------------------------------------------------------------
 
+const Script kIntelAddress = {{"show PermanentAddress", {"permanentaddress=001B21AABB01"}}};
+
 TEST_F(ManagedFamiliesTest, IntelWithoutPlatformTablesOnlyReadsItsAddress) {
-  BuiltAdapter A = Add(0x8086, 0x10D3, 1, 1, Managed);
-  ScriptedAdapter Driver(Protocol, A.Handle(0, 0));
-  Driver.On("show PermanentAddress", "permanentaddress=001B21AABB01");
-  EXPECT_EQ(ScriptedAdapter::Commands(Driver.Run()),
+  BuiltAdapter A = AddBound(0x8086, 0x10D3, 1, 1, kManaged);
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), kIntelAddress),
             (Texts{"show PermanentAddress", "show PermanentAddress", "exit"}));
   EXPECT_EQ(Str(A.Record(0, 0)->MfgAddressText[0]), "001B21AABB01");
   EXPECT_EQ(Str(A.Record(0, 0)->CurrentAddressText[0]), "001B21AABB01");
@@ -185,44 +142,32 @@ TEST_F(ManagedFamiliesTest, IntelWithoutPlatformTablesOnlyReadsItsAddress) {
 }
 
 TEST_F(ManagedFamiliesTest, IntelWithPlatformTablesSetsTheVirtualMacAndIsReconfiguredOnRequest) {
-  BuiltAdapter A = Add(0x8086, 0x10D3, 1, 1, ManagedWithTables);
+  BuiltAdapter A = AddBound(0x8086, 0x10D3, 1, 1, kWithTables);
   fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
   Nalo.Header.AddressTableValid = 1;
   Nalo.AddressTable[0].Enabled = 1;
   Nalo.AddressTable[0].Mac = Nalo.OwnBytes({0x02, 0x11, 0x22, 0xAB, 0xCD, 0xEF});
-
-  ScriptedAdapter Driver(Protocol, A.Handle(0, 0));
-  Driver.On("show PermanentAddress", "permanentaddress=001B21AABB01");
-  EXPECT_EQ(ScriptedAdapter::Commands(Driver.Run()),
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), kIntelAddress),
             (Texts{"set Default", "show PermanentAddress", "set PermanentAddress=021122ABCDEF", "exit"}));
   FUNCTION_SETTINGS *R = A.Record(0, 0);
   EXPECT_NE(R->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
 
   // Done: refused until the platform asks for reconfiguration.
-  ScriptedAdapter Refused(Protocol, A.Handle(0, 0));
-  EXPECT_TRUE(Refused.Run().empty());
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), kIntelAddress), Texts{});
   R->PlatformFlags |= PLATFORM_FLAG_RECONFIGURE_REQUESTED;
-  ScriptedAdapter Again(Protocol, A.Handle(0, 0));
-  Driver.On("show PermanentAddress", "permanentaddress=001B21AABB01");
-  Again.On("show PermanentAddress", "permanentaddress=001B21AABB01");
   // The current text now holds the virtual MAC, so no SET: the MAC is shown once more instead.
-  EXPECT_EQ(ScriptedAdapter::Commands(Again.Run()),
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), kIntelAddress),
             (Texts{"set Default", "show PermanentAddress", "show PermanentAddress", "exit"}));
   EXPECT_EQ(R->PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED, 0); // cleared at the end of the list
 }
 
-// ---- Emulex0700: sentinels force the enables; an FCoE function gets its permanent names -------------
-
+// Sentinels force the enables; an FCoE function gets its permanent names.
 TEST_F(ManagedFamiliesTest, Emulex0700WithValidTablesAndAnFcoeFunction) {
-  BuiltAdapter A = Add(0x19A2, 0x0700, 1, 2, ManagedWithTables);
+  BuiltAdapter A = AddBound(0x19A2, 0x0700, 1, 2, kWithTables);
   A.Record(0, 0)->PfType = PF_TYPE_NIC;
   A.Record(0, 0)->PortEnable = 1;
   A.Record(0, 1)->PfType = PF_TYPE_FCOE;
-  fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
-  Nalo.Header.PortTableValid = 1;
-  Nalo.Header.AddressTableValid = 1;
-  Nalo.Header.BootTableValid = 1;
-  Nalo.PortTable.DesiredPortEnable = 1;
+  fake::NaloEntry &Nalo = ValidTables(0);
   Nalo.PortTable.DesiredFunctionCount = 2;
   Nalo.PortTable.Function[0].Enabled = 1;
   Nalo.PortTable.Function[0].FunctionVlanId = Nalo.Own<UINT16>(100);
@@ -233,15 +178,13 @@ TEST_F(ManagedFamiliesTest, Emulex0700WithValidTablesAndAnFcoeFunction) {
   Nalo.BootTable[0].Enabled = 1;
   Nalo.BootTable[0].BootVlanId = Nalo.Own<UINT16>(100);
 
-  ScriptedAdapter Driver(Protocol, A.Handle(0, 0));
-  Driver.On("show port0 OEMVDR_FirmwareVersions", "retdata=11.2.1.0,11.2.1.0,2.0");
-  Driver.On("show pf1 OEMVDR_PfType", "retdata=FCoE");
-  Driver.On("show port0/pf0 OEMVDR_MFG_PfMAC", "retdata=0000C9000001");
-  Driver.On("show port0/pf0 OEMVDR_PfMAC", "retdata=0000C9000001");
-  Driver.On("show port0/pf1 OEMVDR_MFG_WWNN", "retdata=20000000C9000002");
-  Driver.On("show port0/pf1 OEMVDR_MFG_WWPN", "retdata=10000000C9000002");
   EXPECT_EQ(
-      ScriptedAdapter::Commands(Driver.Run()),
+      Dialogue(A.Handle(0, 0), {{"show port0 OEMVDR_FirmwareVersions", {"retdata=11.2.1.0,11.2.1.0,2.0"}},
+                                {"show pf1 OEMVDR_PfType", {"retdata=FCoE"}},
+                                {"show port0/pf0 OEMVDR_MFG_PfMAC", {"retdata=0000C9000001"}},
+                                {"show port0/pf0 OEMVDR_PfMAC", {"retdata=0000C9000001"}},
+                                {"show port0/pf1 OEMVDR_MFG_WWNN", {"retdata=20000000C9000002"}},
+                                {"show port0/pf1 OEMVDR_MFG_WWPN", {"retdata=10000000C9000002"}}}),
       (Texts{"show port0 OEMVDR_FirmwareVersions", "show pf1 OEMVDR_PfType",
              "show port0/pf0 OEMVDR_MFG_PfMAC", "show port0/pf1 OEMVDR_MFG_PfMAC",
              "show port0/pf0 OEMVDR_PfMAC", "show port0/pf1 OEMVDR_PfMAC", "show port0/pf1 OEMVDR_MFG_WWNN",

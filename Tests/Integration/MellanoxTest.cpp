@@ -1,45 +1,35 @@
 // Mellanox adapters driven end to end through the installed protocol: the two-phase plan of
 // Mellanox1013 with and without port defaults and over two functions, and the read-only
 // Mellanox1017 plan.
-#include <string>
-#include <vector>
-
 #include "Integration/ScriptedAdapter.h"
-
-extern "C++" {
-#include "ModuleState.h"
-}
 
 namespace {
 
-std::string Str(const CHAR8 *Text) {
-  return reinterpret_cast<const char *>(Text);
-}
+constexpr uint8_t kFlags =
+    PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6 | PLATFORM_FLAG_RECONFIGURE_REQUESTED;
 
-class MellanoxRunTest : public DriverTest {
+// The adapter reports port and boot enabled, SR-IOV disabled, no VLAN and its own MAC.
+const Script kReplies = {{"show netport1 FirmwareVersions", {"data=14.32.1010 3.6.502"}},
+                         {"show netport1 SRIOVState", {"data=disabled"}},
+                         {"show netport1 PortEnable", {"data=enabled"}},
+                         {"show netport1 BootEnable", {"data=enabled"}},
+                         {"show netport1 MAXLinkSpeed", {"data=19"}},
+                         {"show netport1 MfgMAC", {"data=98039B000001"}},
+                         {"show netport1 MAC", {"data=98039b000001"}},
+                         {"show netport1 VlanID", {"data=4095"}}};
+
+const Texts kFunctionShows = {"show netport1 PortEnable",   "show netport1 BootEnable",
+                              "show netport1 MAXLinkSpeed", "show netport1 MfgMAC",
+                              "show netport1 MAC",          "show netport1 VlanID"};
+
+class MellanoxRunTest : public IntegrationTest {
 protected:
-  void SetUp() override {
-    DriverTest::SetUp();
-    ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
-  }
-
   // One port; the platform's wishes equal what the adapter reports: port and boot enabled, no
   // boot VLAN, function 0 keeps its MAC, function 1 has no virtual address.
   void AddBoard(uint16_t Device, uint8_t Functions) {
-    AdapterSpec Spec;
-    Spec.VendorId = 0x15B3;
-    Spec.DeviceId = Device;
-    Spec.Bus = 0x5E;
-    Spec.FunctionsPerPort = Functions;
-    Spec.PlatformFlags =
-        PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6 | PLATFORM_FLAG_RECONFIGURE_REQUESTED;
-    A = AddAdapter(Fw(), Spec);
+    A = Add(0x15B3, Device, 0x5E, 1, Functions, kFlags);
     A.Record(0, 0)->NaloIndex = 1;
-    fake::NaloEntry &N = Fw().Nalo(1, 0, 0);
-    N.Header.PortTableValid = 1;
-    N.Header.AddressTableValid = 1;
-    N.Header.BootTableValid = 1;
-    N.PortTable.DesiredPortEnable = 1;
+    fake::NaloEntry &N = ValidTables(1);
     N.AddressTable[0].Enabled = 1;
     N.AddressTable[0].Mac = N.OwnBytes({0x98, 0x03, 0x9B, 0x00, 0x00, 0x01});
     for (int I = 0; I < 2; ++I) {
@@ -48,38 +38,17 @@ protected:
     }
   }
 
-  std::vector<std::string> Run(EFI_HANDLE Handle, UINTN ExpectedEnd) {
-    ScriptedAdapter Driver(Protocol, Handle);
-    Driver.On("show netport1 FirmwareVersions", "data=14.32.1010 3.6.502");
-    Driver.On("show netport1 SRIOVState", "data=disabled");
-    Driver.On("show netport1 PortEnable", "data=enabled");
-    Driver.On("show netport1 BootEnable", "data=enabled");
-    Driver.On("show netport1 MAXLinkSpeed", "data=19");
-    Driver.On("show netport1 MfgMAC", "data=98039B000001");
-    Driver.On("show netport1 MAC", "data=98039b000001");
-    Driver.On("show netport1 VlanID", "data=4095");
-    const std::vector<ScriptedStep> Steps = Driver.Run();
-    for (const ScriptedStep &S : Steps) {
-      EXPECT_EQ(S.Response, EFI_SUCCESS) << S.Command;
-    }
-    EXPECT_EQ(Driver.EndStatus, EFI_NOT_FOUND);
-    EXPECT_EQ(Driver.EndInstance, ExpectedEnd);
-    return ScriptedAdapter::Commands(Steps);
-  }
-
   BuiltAdapter A;
 };
 
-const std::vector<std::string> kNothingToChange = {
-    "show netport1 FirmwareVersions", "show netport1 SRIOVState", "show netport1 PortEnable",
-    "show netport1 BootEnable", "show netport1 MAXLinkSpeed", "show netport1 MfgMAC", "show netport1 MAC",
-    "show netport1 VlanID",
-    // second phase: every decision is "no change", yet the MAC is shown again
-    "show netport1 MAC", "exit"};
+// Second phase: every decision is "no change", yet the MAC is shown again.
+const Texts kNothingToChange = Join({{"show netport1 FirmwareVersions", "show netport1 SRIOVState"},
+                                     kFunctionShows,
+                                     {"show netport1 MAC", "exit"}});
 
 TEST_F(MellanoxRunTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExit) {
   AddBoard(0x1013, 1);
-  EXPECT_EQ(Run(A.Handle(0, 0), 10), kNothingToChange);
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), kReplies), kNothingToChange);
 
   FUNCTION_SETTINGS *R = A.Record(0, 0);
   EXPECT_EQ(Str(R->FirmwareVersion[0]), "14.32.1010");
@@ -88,13 +57,10 @@ TEST_F(MellanoxRunTest, Mellanox1013WithNothingToChangeStillShowsTheMacBeforeExi
   EXPECT_EQ(Str(R->MaxLinkSpeedText), "25 Gb/s");
   EXPECT_EQ(R->MaxLinkSpeedCode, 0x4019);
   EXPECT_EQ(Str(R->CurrentAddressText[0]), "98039B000001");
-  EXPECT_EQ(R->PortEnable, 1);
-  EXPECT_EQ(R->BootEnable, 1);
-  EXPECT_EQ(R->SriovEnabled, 0);
-  EXPECT_EQ(R->VlanId, 0); // a reported 4095 is no VLAN
-  EXPECT_EQ(mModule.mCurrentVlanId, 4095);
-  EXPECT_EQ(R->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2),
-            PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
+  // Port and boot enabled, SR-IOV off, no VLAN (a reported 4095 is none).
+  EXPECT_EQ((Fields{R->PortEnable, R->BootEnable, R->SriovEnabled, R->VlanId, mModule.mCurrentVlanId}),
+            (Fields{1, 1, 0, 0, 4095}));
+  EXPECT_EQ(PlanDone(R), kBothPlansDone);
   EXPECT_NE(R->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
   EXPECT_EQ(R->PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED, 0);
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::StatusCode).empty());
@@ -106,40 +72,26 @@ TEST_F(MellanoxRunTest, Mellanox1013PortDefaultsComeBetweenSriovAndPortEnable) {
   // The platform's answer about port defaults belongs to the tables it last handed out; the
   // first run loads them, the reconfiguration run then asks at Instance 0.
   Fw().Nalo(1, 0, 0).QueryDefaultsPort = true;
-  EXPECT_EQ(Run(A.Handle(0, 0), 10), kNothingToChange);
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), kReplies), kNothingToChange);
 
   A.Record(0, 0)->PlatformFlags |= PLATFORM_FLAG_RECONFIGURE_REQUESTED;
-  const std::vector<std::string> Expected = {"show netport1 FirmwareVersions",
-                                             "show netport1 SRIOVState",
-                                             "set netport1 Default",
-                                             "show netport1 PortEnable",
-                                             "show netport1 BootEnable",
-                                             "show netport1 MAXLinkSpeed",
-                                             "show netport1 MfgMAC",
-                                             "show netport1 MAC",
-                                             "show netport1 VlanID",
-                                             "show netport1 MAC",
-                                             "exit"};
-  EXPECT_EQ(Run(A.Handle(0, 0), 11), Expected);
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), kReplies),
+            Join({{"show netport1 FirmwareVersions", "show netport1 SRIOVState", "set netport1 Default"},
+                  kFunctionShows,
+                  {"show netport1 MAC", "exit"}}));
   EXPECT_EQ(A.Record(0, 0)->PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED, 0);
 }
 
 TEST_F(MellanoxRunTest, Mellanox1013SecondFunctionPlansNoVersionOrSriov) {
   AddBoard(0x1015, 2);
-  const std::vector<std::string> Expected = {
-      // function 0
-      "show netport1 FirmwareVersions", "show netport1 SRIOVState", "show netport1 PortEnable",
-      "show netport1 BootEnable", "show netport1 MAXLinkSpeed", "show netport1 MfgMAC", "show netport1 MAC",
-      "show netport1 VlanID",
-      // function 1
-      "show netport1 PortEnable", "show netport1 BootEnable", "show netport1 MAXLinkSpeed",
-      "show netport1 MfgMAC", "show netport1 MAC", "show netport1 VlanID",
-      // second phase, one MAC refresh per function
-      "show netport1 MAC", "show netport1 MAC", "exit"};
-  EXPECT_EQ(Run(A.Handle(0, 0), 17), Expected);
+  // Function 0, function 1, then the second phase with one MAC refresh per function.
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), kReplies),
+            Join({{"show netport1 FirmwareVersions", "show netport1 SRIOVState"},
+                  kFunctionShows,
+                  kFunctionShows,
+                  {"show netport1 MAC", "show netport1 MAC", "exit"}}));
   for (FUNCTION_SETTINGS *R : {A.Record(0, 0), A.Record(0, 1)}) {
-    EXPECT_EQ(R->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2),
-              PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
+    EXPECT_EQ(PlanDone(R), kBothPlansDone);
     EXPECT_NE(R->ProgressFlags & PROGRESS_FLAG_PORT_ENABLE_PLANNED, 0);
     EXPECT_EQ(Str(R->MaxLinkSpeedText), "25 Gb/s");
   }
@@ -148,29 +100,17 @@ TEST_F(MellanoxRunTest, Mellanox1013SecondFunctionPlansNoVersionOrSriov) {
 class Mellanox1017Test : public MellanoxRunTest, public ::testing::WithParamInterface<uint16_t> {};
 
 TEST_P(Mellanox1017Test, FourLinePlanReadsVersionsAndSpeed) {
-  AdapterSpec Spec;
-  Spec.VendorId = 0x15B3;
-  Spec.DeviceId = GetParam();
-  Spec.PlatformFlags =
-      PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6 | PLATFORM_FLAG_RECONFIGURE_REQUESTED;
-  A = AddAdapter(Fw(), Spec);
-  ScriptedAdapter Driver(Protocol, A.Handle(0, 0));
-  Driver.On("show netport1 FirmwareVersions", "data=16.35.2000,4.1.4");
-  Driver.On("show netport1 MAXLinkSpeed", "data=64");
-  const std::vector<ScriptedStep> Steps = Driver.Run();
-  EXPECT_EQ(
-      ScriptedAdapter::Commands(Steps),
-      (std::vector<std::string>{"show netport1 FirmwareVersions", "show netport1 MAXLinkSpeed", "exit"}));
+  A = Add(0x15B3, GetParam(), 0, 1, 1, kFlags);
   // The fourth entry, END, ends the run.
-  EXPECT_EQ(Driver.EndInstance, 3u);
-  EXPECT_EQ(Driver.EndStatus, EFI_NOT_FOUND);
-
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show netport1 FirmwareVersions", {"data=16.35.2000,4.1.4"}},
+                                      {"show netport1 MAXLinkSpeed", {"data=64"}}}),
+            (Texts{"show netport1 FirmwareVersions", "show netport1 MAXLinkSpeed", "exit"}));
   FUNCTION_SETTINGS *R = A.Record(0, 0);
   EXPECT_EQ(Str(R->FirmwareVersion[0]), "16.35.2000");
   EXPECT_EQ(Str(R->FirmwareVersion[1]), "4.1.4");
   EXPECT_EQ(Str(R->MaxLinkSpeedText), "100 Gb/s");
   EXPECT_EQ(R->MaxLinkSpeedCode, 0x4064);
-  EXPECT_EQ(R->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2), 0);
+  EXPECT_EQ(PlanDone(R), 0);
   EXPECT_NE(R->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, 0);
   EXPECT_EQ(R->PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED, 0);
   EXPECT_TRUE(Fw().NaloCalls().empty());

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -12,53 +13,88 @@
 
 #include "Support/DriverTest.h"
 
+extern "C++" {
+#include "ModuleState.h"
+}
+
+using Texts = std::vector<std::string>;
+
+inline std::string Str(const CHAR8 *Text) {
+  return reinterpret_cast<const char *>(Text);
+}
+
+inline Texts Join(std::initializer_list<Texts> Parts) {
+  Texts Out;
+  for (const Texts &P : Parts) {
+    Out.insert(Out.end(), P.begin(), P.end());
+  }
+  return Out;
+}
+
+// Command texts that share their start: Prefixed("show port1 ", {"BootMode"}).
+inline Texts Prefixed(const std::string &Prefix, Texts Names) {
+  for (std::string &N : Names) {
+    N.insert(0, Prefix);
+  }
+  return Names;
+}
+
+// Several record fields compared as one list (the order is given where it is used).
+using Fields = std::vector<long long>;
+
 struct ScriptedReply {
+  ScriptedReply(const char *Reply = "") : Reply(Reply) {}
+  ScriptedReply(std::string Reply, uint8_t Status = 0, uint8_t Error = 0,
+                EFI_PLATFORM_CONFIGURATION_ACTION Action = EfiPlatformConfigurationActionNone)
+      : Reply(std::move(Reply)), Status(Status), Error(Error), Action(Action) {}
   std::string Reply;
   uint8_t Status = 0;
   uint8_t Error = 0;
   EFI_PLATFORM_CONFIGURATION_ACTION Action = EfiPlatformConfigurationActionNone;
 };
 
+// Replies per command text; a command asked again gets the next reply, the last one stays.
+using Script = std::map<std::string, std::vector<ScriptedReply>>;
+
 struct ScriptedStep {
   UINTN Instance = 0;
-  EFI_STATUS Query = EFI_SUCCESS;
   std::string Command;
   EFI_STATUS Response = EFI_SUCCESS;
 };
 
 class ScriptedAdapter {
 public:
-  ScriptedAdapter(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, EFI_HANDLE Controller)
-      : Protocol(Protocol), Controller(Controller) {}
+  ScriptedAdapter(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, EFI_HANDLE Controller,
+                  Script Replies = {})
+      : Protocol(Protocol), Controller(Controller), Replies(std::move(Replies)) {}
 
-  void On(const std::string &Command, const std::string &Reply) { Replies[Command] = {Reply}; }
-  void On(const std::string &Command, const ScriptedReply &Reply) { Replies[Command] = Reply; }
   // Called after each Response with the step just done (to inspect state between phases).
   std::function<void(const ScriptedStep &)> AfterResponse;
 
-  // Runs Instance 0, 1, ... until Query answers an error (or Limit Instances); returns the
-  // successful steps; the ending Query is in EndStatus/EndInstance.
+  // Runs Instance 0, 1, ... until Query answers an error (kept in EndStatus) or Limit Instances.
   std::vector<ScriptedStep> Run(UINTN Limit = 256) {
     std::vector<ScriptedStep> Steps;
+    EndStatus = EFI_SUCCESS;
     for (UINTN Instance = 0; Instance < Limit; Instance++) {
       UINTN QueryInstance = Instance, Size = 0;
       EFI_GUID *Guid = nullptr;
       EFI_CONFIGURE_CLP_PARAMETER_BLK *Block = nullptr;
-      const EFI_STATUS Status = Protocol->Query(Protocol, Controller, nullptr, &QueryInstance, &Guid,
-                                                reinterpret_cast<VOID **>(&Block), &Size);
-      if (EFI_ERROR(Status)) {
-        EndStatus = Status;
-        EndInstance = Instance;
-        return Steps;
+      EndStatus = Protocol->Query(Protocol, Controller, nullptr, &QueryInstance, &Guid,
+                                  reinterpret_cast<VOID **>(&Block), &Size);
+      if (EFI_ERROR(EndStatus)) {
+        break;
       }
       ScriptedStep Step;
       Step.Instance = Instance;
-      Step.Query = Status;
       Step.Command.assign(reinterpret_cast<const char *>(Block->CLPCommand), Block->CLPCommandLength);
       EXPECT_EQ(Step.Command.size(), std::strlen(reinterpret_cast<const char *>(Block->CLPCommand)))
           << "CLPCommandLength must be the text length";
+      ScriptedReply Reply;
       const auto It = Replies.find(Step.Command);
-      const ScriptedReply Reply = It == Replies.end() ? ScriptedReply{} : It->second;
+      if (It != Replies.end() && !It->second.empty()) {
+        const size_t Asked = Used[Step.Command]++;
+        Reply = It->second[std::min(Asked, It->second.size() - 1)];
+      }
       Text = Reply.Reply;
       Block->CLPReturnString = reinterpret_cast<CHAR8 *>(Text.data());
       Block->CLPReturnStringLength = static_cast<UINT32>(Text.size());
@@ -72,25 +108,69 @@ public:
         AfterResponse(Step);
       }
     }
-    EndStatus = EFI_SUCCESS;
-    EndInstance = Limit;
     return Steps;
   }
 
-  static std::vector<std::string> Commands(const std::vector<ScriptedStep> &Steps) {
-    std::vector<std::string> Out;
-    for (const ScriptedStep &S : Steps) {
+  // Runs to the end (or Limit Instances), expecting every Response to succeed and the run to end
+  // on EFI_NOT_FOUND.
+  Texts Dialogue(UINTN Limit = 256) {
+    Texts Out;
+    for (const ScriptedStep &S : Run(Limit)) {
+      EXPECT_EQ(S.Response, EFI_SUCCESS) << S.Command;
       Out.push_back(S.Command);
+    }
+    if (Out.size() < Limit) {
+      EXPECT_EQ(EndStatus, EFI_NOT_FOUND);
     }
     return Out;
   }
 
   EFI_STATUS EndStatus = EFI_SUCCESS;
-  UINTN EndInstance = 0;
 
 private:
   EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol;
   EFI_HANDLE Controller;
-  std::map<std::string, ScriptedReply> Replies;
+  Script Replies;
+  std::map<std::string, size_t> Used;
   std::string Text;
+};
+
+// The driver loaded; managed adapters are added per test.
+class IntegrationTest : public DriverTest {
+protected:
+  void SetUp() override {
+    DriverTest::SetUp();
+    ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
+  }
+
+  BuiltAdapter Add(uint16_t Vendor, uint16_t Device, uint8_t Bus, uint8_t Ports = 1, uint8_t PfsPerPort = 1,
+                   uint8_t Flags = PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6,
+                   uint16_t Subsystem = 0) {
+    AdapterSpec Spec;
+    Spec.VendorId = Vendor;
+    Spec.DeviceId = Device;
+    Spec.SubsystemId = Subsystem;
+    Spec.Bus = Bus;
+    Spec.Ports = Ports;
+    Spec.FunctionsPerPort = PfsPerPort;
+    Spec.PlatformFlags = Flags;
+    return AddAdapter(Fw(), Spec);
+  }
+
+  Texts Dialogue(EFI_HANDLE Controller, Script Replies = {}) {
+    return ScriptedAdapter(Protocol, Controller, std::move(Replies)).Dialogue();
+  }
+
+  // Port, address and boot tables of a platform entry marked valid.
+  fake::NaloEntry &ValidTables(uint8_t NaloIndex, uint8_t CardIndex = 0) {
+    fake::NaloEntry &N = Fw().Nalo(NaloIndex, CardIndex, 0);
+    N.Header.PortTableValid = N.Header.AddressTableValid = N.Header.BootTableValid = 1;
+    N.PortTable.DesiredPortEnable = 1;
+    return N;
+  }
+
+  static uint8_t PlanDone(const FUNCTION_SETTINGS *R) {
+    return R->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
+  }
+  static constexpr uint8_t kBothPlansDone = PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2;
 };
