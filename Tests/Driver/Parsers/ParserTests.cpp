@@ -214,28 +214,6 @@ TEST_F(ParserTest, PortEnableDisableWordByVendor) {
   }
 }
 
-TEST_F(ParserTest, BootEnableByFamily) {
-  struct Case {
-    UINT16 Vendor;
-    FamilyId Family;
-    std::string Reply;
-    UINT8 Expected;
-  } Cases[] = {
-      {0x1077, QLogic2261, "retdata=\r\nDisabled", 0}, {0x1077, QLogic2261, "retdata=\r\nEnabled", 1},
-      {0x1077, QLogic2031, "retdata=Disabled", 9},     {0x10DF, EmulexE200, "retdata=disabled", 0},
-      {0x15B3, Mellanox1013, "data=Disabled", 1},      {0x8086, None, "disabled", 9},
-  };
-  for (const Case &C : Cases) {
-    SCOPED_TRACE(C.Reply);
-    SetFamily(C.Family);
-    FUNCTION_SETTINGS *S = NewRecord(C.Vendor, 1);
-    S->BootEnable = S->BootEnableToApply = 9;
-    Parse(S, C.Reply, SHOW_BOOT_EN);
-    EXPECT_EQ(C.Expected, S->BootEnable);
-    EXPECT_EQ(C.Expected, S->BootEnableToApply);
-  }
-}
-
 TEST_F(ParserTest, QLogic8070BootEnableAppliesToThePortFromItsFirstFunctionOnly) {
   SetFamily(QLogic8070);
   FUNCTION_SETTINGS *Pf0 = NewAdapter(0x1077, 0x8070, 1, 3);
@@ -324,30 +302,6 @@ TEST_F(ParserTest, MaxLinkSpeed) {
   }
 }
 
-TEST_F(ParserTest, LinkConfigOnlyForEmulex0720) {
-  struct Case {
-    FamilyId Family;
-    UINT16 Subsystem;
-    std::string Reply;
-    UINT32 Expected;
-  } Cases[] = {
-      {Emulex0720, 0xE868, "retdata=ELX_4x1G", 2},
-      {Emulex0720, 0xE800, "retdata=ELX_4x1G", 1},
-      {Emulex0720, 0xE800, "retdata=ELX_2x10G", 0},
-      {EmulexE200, 0xE800, "retdata=ELX_4x1G", 77},
-  };
-  for (const Case &C : Cases) {
-    SCOPED_TRACE(C.Reply);
-    SetFamily(C.Family);
-    mModule.mLinkConfig = mModule.mActiveLinkConfig = 77;
-    FUNCTION_SETTINGS *S = NewRecord(0x10DF, 0x0720);
-    S->SubsystemId = C.Subsystem;
-    Parse(S, C.Reply, SHOW_LINK_CONFIG);
-    EXPECT_EQ(C.Expected, mModule.mLinkConfig);
-    EXPECT_EQ(C.Expected, mModule.mActiveLinkConfig);
-  }
-}
-
 TEST_F(ParserTest, EmulexPersonalityLooksAtTheFirstFiveCharacters) {
   const std::pair<std::string, UINT32> Cases[] = {{"retdata=FCoE", 2},
                                                   {"retdata= FCoE", 2},
@@ -364,50 +318,6 @@ TEST_F(ParserTest, EmulexPersonalityLooksAtTheFirstFiveCharacters) {
   }
 }
 
-TEST_F(ParserTest, FirmwareVersionsByVendor) {
-  FUNCTION_SETTINGS *S = NewRecord(0x19A2, 0x0700);
-  Parse(S, "retdata=1.2.3,4.5.6 7.8", SHOW_VERSION);
-  EXPECT_EQ("1.2.3", Text(S->FirmwareVersion[0]));
-  EXPECT_EQ("4.5.6", Text(S->FirmwareVersion[1]));
-  EXPECT_EQ("7.8", Text(S->FirmwareVersion[2]));
-
-  FUNCTION_SETTINGS *Second = NewRecord(0x19A2, 0x0700, 0, 1);
-  Parse(Second, "retdata=9.9", SHOW_VERSION); // only the adapter's first function reads them
-  EXPECT_EQ("", Text(Second->FirmwareVersion[0]));
-
-  FUNCTION_SETTINGS *E200 = NewRecord(0x10DF, 0xE200);
-  std::strcpy(reinterpret_cast<char *>(E200->FirmwareVersion[1]), "keep");
-  Parse(E200, "retdata=11.2.3,9", SHOW_VERSION);
-  EXPECT_EQ("11.2.3", Text(E200->FirmwareVersion[0]));
-  EXPECT_EQ("keep", Text(E200->FirmwareVersion[1]));
-
-  SetFamily(Mellanox1013);
-  FUNCTION_SETTINGS *Mlx = NewAdapter(0x15B3, 0x1013, 2, 1);
-  Parse(Mlx, "data=14.20.1010,3.5", SHOW_VERSION);
-  EXPECT_EQ("3.5", Text(Mlx->Ports[1]->FirmwareVersion[1]));
-  Parse(Mlx, "14.99", SHOW_VERSION); // Mellanox needs the prefix
-  EXPECT_EQ("14.20.1010", Text(Mlx->Ports[0]->FirmwareVersion[0]));
-}
-
-TEST_F(ParserTest, SriovSpreadsOverPortsFromTheFirstFunction) {
-  SetFamily(Mellanox1013);
-  FUNCTION_SETTINGS *Mlx = NewAdapter(0x15B3, 0x1013, 2, 1);
-  Parse(Mlx, "data=enabled", SHOW_SRIOV);
-  EXPECT_EQ(1, Mlx->Ports[0]->SriovEnabled);
-  EXPECT_EQ(1, Mlx->Ports[1]->SriovEnabled);
-  Parse(Mlx->Ports[1], "data=disabled", SHOW_SRIOV);
-  EXPECT_EQ(1, Mlx->Ports[1]->SriovEnabled);
-  Parse(Mlx, "data=Enabled", SHOW_SRIOV);
-  EXPECT_EQ(0, Mlx->Ports[1]->SriovEnabled);
-
-  SetFamily(QLogic8070);
-  FUNCTION_SETTINGS *Ql = NewAdapter(0x1077, 0x8070, 2, 2);
-  Parse(Ql, "data=\"Enabled\"", SHOW_SRIOV);
-  EXPECT_EQ(1, Ql->Ports[1]->Functions[1]->SriovEnabled);
-  Parse(Ql, "data=\"Disabled\"", SHOW_SRIOV);
-  EXPECT_EQ(0, Ql->Ports[1]->Functions[1]->SriovEnabled);
-}
-
 TEST_F(ParserTest, MellanoxPxeVlanId) {
   SetFamily(Mellanox1013);
   FUNCTION_SETTINGS *S = NewRecord(0x15B3, 0x1013);
@@ -418,6 +328,53 @@ TEST_F(ParserTest, MellanoxPxeVlanId) {
   EXPECT_EQ(0, S->VlanId);
   EXPECT_EQ(4095, mModule.mCurrentVlanId);
   EXPECT_EQ(4095, mModule.mTargetVlanId);
+}
+
+// Replies a function must not act on leave every record and the link layout as they were: versions
+// and SR-IOV are read by the adapter's first function only, QLogic FC families take their versions
+// from PF information, Mellanox needs its value prefix, the link layout is Emulex0720's alone, and
+// a QLogic8070 version tag that is missing keeps its slot.
+TEST_F(ParserTest, RepliesOutsideTheirFamilyOrFunctionChangeNothing) {
+  const struct {
+    FamilyId Family;
+    UINT16 Vendor, Device;
+    UINT8 Port, Pf;
+    UINTN Code;
+    const char *Reply;
+  } Cases[] = {
+      {Emulex0700, 0x19A2, 0x0700, 0, 1, SHOW_VERSION, "retdata=9.9"},
+      {QLogic2031, 0x1077, 0x2031, 0, 0, SHOW_VERSION, "retdata=1.2,3.4"},
+      {Mellanox1013, 0x15B3, 0x1013, 0, 0, SHOW_VERSION, "14.99,3.5"},
+      {QLogic8070, 0x1077, 0x8070, 0, 0, SHOW_VERSION, "data=\"no tags here\""},
+      {Mellanox1013, 0x15B3, 0x1013, 1, 0, SHOW_SRIOV, "data=disabled"},
+      {EmulexE200, 0x10DF, 0xE200, 0, 0, SHOW_LINK_CONFIG, "retdata=ELX_4x1G"},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Reply);
+    ResetModuleState();
+    SetFamily(C.Family);
+    mModule.mLinkConfig = mModule.mActiveLinkConfig = 77;
+    FUNCTION_SETTINGS *First = NewAdapter(C.Vendor, C.Device, 2, 2);
+    std::vector<FUNCTION_SETTINGS> Before;
+    for (int Port = 0; Port < 2; Port++) {
+      for (int Pf = 0; Pf < 2; Pf++) {
+        FUNCTION_SETTINGS *R = First->Ports[Port]->Functions[Pf];
+        for (auto &Slot : R->FirmwareVersion) {
+          std::strcpy(reinterpret_cast<char *>(Slot), "old");
+        }
+        R->SriovEnabled = 1;
+        Before.push_back(*R);
+      }
+    }
+    Parse(First->Ports[C.Port]->Functions[C.Pf], C.Reply, C.Code);
+    for (int Index = 0; Index < 4; Index++) {
+      EXPECT_EQ(std::memcmp(First->Ports[Index / 2]->Functions[Index % 2], &Before[Index],
+                            sizeof(FUNCTION_SETTINGS)),
+                0)
+          << "record " << Index;
+    }
+    EXPECT_EQ(mModule.mLinkConfig + mModule.mActiveLinkConfig, 77u + 77u);
+  }
 }
 
 TEST_F(ParserTest, EntryStateAndRepliesThatParseNothing) {
@@ -595,22 +552,6 @@ TEST_F(ParserTest, QLogic2261FirmwareGateForIov) {
   EXPECT_EQ(0, mModule.mFcIovSupported);
 }
 
-TEST_F(ParserTest, QLogic2031BootEnableAndNames) {
-  mModule.mFamily.QLogic2031 = TRUE;
-  FUNCTION_SETTINGS *S = NewRecord(0x1077, 0x2031);
-  S->BootEnable = 5;
-  Parse(S, "retdata=BootEnable=Is Disabled\r\nWWNN=20000024ff000001\r\nWWPN=21000024ff000001", SHOW_PF_INFO);
-  EXPECT_EQ(0, S->BootEnableToApply);
-  EXPECT_EQ(5, S->BootEnable);
-  EXPECT_EQ("20000024ff000001", Text(S->CurrentAddressText[0]));
-  EXPECT_EQ("20000024ff000001", Text(S->MfgAddressText[0]));
-  EXPECT_EQ((std::vector<UINT8>{0x21, 0x00, 0x00, 0x24, 0xFF, 0x00, 0x00, 0x01}), Bytes(S->MfgAddress[1], 8));
-  EXPECT_EQ(0x21, S->CurrentAddress[1][0]);
-  // "Disabl" ending beyond the first 12 characters of the value is not seen.
-  Parse(S, "retdata=BootEnable=Port is Disabled", SHOW_PF_INFO);
-  EXPECT_EQ(1, S->BootEnableToApply);
-}
-
 class QLogic8070Test : public ParserTest {
 protected:
   void SetUp() override {
@@ -690,18 +631,6 @@ TEST_F(QLogic8070Test, BandwidthListSkipsMissingRecordsAndOnlyRunsOnTheFirstPf) 
   EXPECT_EQ(50, Pf2->MinBandwidth);
 }
 
-TEST_F(QLogic8070Test, VersionsByTagIntoEveryFunctionOfEveryPort) {
-  FUNCTION_SETTINGS *Pf0 = NewAdapter(0x1077, 0x8070, 2, 2);
-  Parse(Pf0, "data=\"MFW:8.50.1,UEFI:6.1.4,MBI:15.20\"", SHOW_VERSION);
-  EXPECT_EQ("6.1.4", Text(Pf0->Ports[1]->Functions[1]->FirmwareVersion[1]));
-  // Absent tags keep their slot; a version is cut at 31 characters and at the end of the reply.
-  Parse(Pf0, "data=UEFI:" + std::string(40, '7'), SHOW_VERSION);
-  EXPECT_EQ("15.20", Text(Pf0->FirmwareVersion[0]));
-  EXPECT_EQ(std::string(31, '7'), Text(Pf0->FirmwareVersion[1]));
-  Parse(Pf0, "data=MBI:1.2", SHOW_VERSION);
-  EXPECT_EQ("1.2", Text(Pf0->FirmwareVersion[0]));
-}
-
 TEST_F(QLogic8070Test, PxeVlanIdQuotedOneToFourDigits) {
   const std::pair<std::string, UINT16> Cases[] = {{"\"100\"", 100},  {"\"4095\"", 4095}, {"\"\"", 0},
                                                   {"\"12345\"", 77}, {"100", 77},        {"\"12", 77}};
@@ -733,17 +662,6 @@ TEST_F(QLogic8070Test, PxeVlanStateClearsVlanIdsWhenDisabled) {
   EXPECT_EQ(0, GetPxeVlanEnabled());
   EXPECT_EQ(0, Pf0->VlanId);
   EXPECT_EQ(0, Pf0->Functions[1]->VlanId);
-}
-
-TEST_F(QLogic8070Test, PartitioningFromTheFirstFunctionOfTheAdapter) {
-  FUNCTION_SETTINGS *Pf0 = NewAdapter(0x1077, 0x8070, 2, 1);
-  Parse(Pf0, "data=\"NPAR1.5\"", SHOW_UMC);
-  EXPECT_EQ(1, mModule.mCurrentUmc);
-  EXPECT_EQ(1, mModule.mTargetUmc);
-  Parse(Pf0->Ports[1], "data=\"Default\"", SHOW_UMC);
-  EXPECT_EQ(1, mModule.mCurrentUmc);
-  Parse(Pf0, "data=\"Default\"", SHOW_UMC);
-  EXPECT_EQ(0, mModule.mTargetUmc);
 }
 
 TEST_F(QLogic8070Test, NothingWithoutTheFamilyFlag) {
