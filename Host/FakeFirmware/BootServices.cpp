@@ -241,7 +241,7 @@ EFI_STATUS EFIAPI FakeLocateProtocol(EFI_GUID *Protocol, VOID *Registration, VOI
     return EFI_INVALID_PARAMETER;
   }
   *Interface = nullptr;
-  F.NoteLocateProtocol(*Protocol);
+  Services::NoteLocate(F, *Protocol);
   if (Registration != nullptr) {
     // Registration keys come from RegisterProtocolNotify, which the fake does not offer.
     F.RecordUnexpected("BootServices.LocateProtocol: registration key");

@@ -278,7 +278,6 @@ public:
   size_t IpmiCallCount() const { return IpmiCalls_; }
   // How often LocateProtocol was asked for Guid, found or not.
   size_t LocateProtocolCalls(const EFI_GUID &Guid) const;
-  void NoteLocateProtocol(const EFI_GUID &Guid) { Located_.push_back(Guid); }
 
   // NALO_CONFIGURATION_PROTOCOL
   NaloEntry &Nalo(uint8_t NaloIndex, uint8_t CardIndex, uint8_t PortIndex); // created on first use

@@ -53,6 +53,7 @@ struct Services {
   static EFI_STATUS Allocate(FakeFirmware &F, EFI_MEMORY_TYPE Type, size_t Size, void **Buffer);
   static EFI_STATUS Free(FakeFirmware &F, void *Buffer);
   static std::vector<EFI_HANDLE> AllHandles(const FakeFirmware &F);
+  static void NoteLocate(FakeFirmware &F, const EFI_GUID &Guid) { F.Located_.push_back(Guid); }
   static EFI_STATUS Connect(FakeFirmware &F, EFI_HANDLE Controller, EFI_HANDLE *DriverImage,
                             EFI_DEVICE_PATH *Remaining, BOOLEAN Recursive);
   static EFI_STATUS Disconnect(FakeFirmware &F, EFI_HANDLE Controller, EFI_HANDLE DriverImage,
