@@ -82,10 +82,8 @@ std::vector<size_t> Pieces(size_t Full, size_t Last) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, ClpLogChunkTest,
-                         ::testing::Values(ChunkCase{0, {0}}, ChunkCase{1, {1}}, ChunkCase{61, {61}},
-                                           ChunkCase{62, {61, 1}}, ChunkCase{122, {61, 61}},
-                                           ChunkCase{123, {61, 61, 1}}, ChunkCase{4147, Pieces(67, 60)},
-                                           ChunkCase{4148, Pieces(68, 0)}, ChunkCase{4149, Pieces(68, 0)},
+                         ::testing::Values(ChunkCase{0, {0}}, ChunkCase{61, {61}}, ChunkCase{62, {61, 1}},
+                                           ChunkCase{4147, Pieces(67, 60)}, ChunkCase{4148, Pieces(68, 0)},
                                            // The last 852 characters never reach the controller.
                                            ChunkCase{5000, Pieces(68, 0)}));
 

@@ -104,15 +104,6 @@ TEST_F(IpmiTransport, RequestSizesAtTheLimits) {
   }
 }
 
-TEST_F(IpmiTransport, NullCompletionCodePointerIsAccepted) {
-  Fw().ScriptIpmiCompletionCodes({0xC0, 0x00});
-  mModule.mIpmiTransport = Fw().IpmiProtocol();
-  UINT8 Request[] = {7};
-  UINT8 ResponseSize = 1;
-  EXPECT_EQ(hxIpmiSendCommandCc(nullptr, 6, 0, 1, Request, 1, Request, &ResponseSize, nullptr), EFI_SUCCESS);
-  EXPECT_EQ(Requests().size(), 2u);
-}
-
 TEST_F(IpmiTransport, UnknownTransportWithoutSystemTableIsAnInvalidParameter) {
   UINT8 Request[] = {7};
   UINT8 ResponseSize = 1;
