@@ -1,8 +1,8 @@
 #!/bin/bash
 # Boots the firmware test application in OVMF under QEMU and judges its console output.
 #   run-ovmf-test.sh TEST_APP.efi DRIVER.efi DRIVER.so WORK_DIR
-# The VM has a multifunction e1000e at 00:03.0 and 00:03.1, the devices the application drives in
-# ToolMode. Exits 0 only when the application printed its final "PASS" line; otherwise prints the
+# The VM has a multifunction e1000e at 00:03.0 and 00:03.1; the application stores a ToolMode
+# command for 00:03.0. Exits 0 only when the application printed its final "PASS" line; otherwise prints the
 # console log and exits 1 (also on a hang: the VM is killed after the timeout).
 set -euo pipefail
 
