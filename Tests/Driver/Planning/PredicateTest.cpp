@@ -331,6 +331,10 @@ TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) 
 }
 
 TEST_F(PredicateTest, LayoutFunctionCountTypesAndPartitioning) {
+  mModule.mLinkConfig = mModule.mActiveLinkConfig = 1;
+  EXPECT_FALSE(Plan(SET_MODE));
+  mModule.mLinkConfig = 0;
+  EXPECT_TRUE(Plan(SET_MODE));
   const UINT8 Cases[][4] = {{3, 1, 1, 2}, {3, 2, 0, 9}, {4, 2, 1, 4}}; // wish, current, append, record
   for (const auto &C : Cases) {
     Fresh();
@@ -352,6 +356,24 @@ TEST_F(PredicateTest, LayoutFunctionCountTypesAndPartitioning) {
       EXPECT_EQ(mModule.mPfTypeTable[K], (UINT32)PF_TYPE_DISABLED);
     }
   }
+  // A further NIC exists only on a partitioned port.
+  Fresh();
+  mModule.mTargetUmc = 0;
+  Plan(SET_PF2_TYPE);
+  EXPECT_EQ(std::make_pair(mModule.mPfTypePfNumber[0], mModule.mPfTypeTable[0]),
+            std::make_pair(UINT64{1}, UINT32{7}));
+  // A RoCE type left over from an earlier profile is noticed, and the functions that partitioning
+  // brings into existence are typed even when they read disabled.
+  Fresh();
+  std::fill(mModule.mPfTypeTable, mModule.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
+  mModule.mPfTypeTable[0] = PF_TYPE_ROCE;
+  EnableFunction(2, PF_TYPE_DISABLED);
+  Plan(SET_PF2_TYPE);
+  EXPECT_EQ(mModule.mRoceTypeFound, 1);
+  EXPECT_EQ(Count, 8u); // functions 0 to 7 in order
+  EXPECT_EQ(std::vector<UINT32>(mModule.mPfTypeTable, mModule.mPfTypeTable + 3),
+            (std::vector<UINT32>{0, 0, 7}));
+  EXPECT_EQ(mModule.mPfTypePfNumber[7], 7u);
   // Partitioning for a further NIC function.
   for (UINT32 PfType : {PF_TYPE_NIC, PF_TYPE_FC}) {
     Fresh();
