@@ -207,7 +207,6 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
   } Cases[] = {
       {SET_PF_TAR_WWPN1, 0x10DF, 0x374, "50060E8012345678"},
       {SET_PF_TAR_LUN1, 0x10DF, 0x396, "0001"},
-      {SET_LINK_SPEED, 0x10DF, 0x3A0, "1600"},
       {SET_LINK_SPEED, 0x1077, 0x3A0, "16"},
       {SET_TOPOLOGY, 0x10DF, 0x3A5, "P2"},
   };
@@ -235,8 +234,7 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
     UINT32 Code, PfType;
     UINTN Slot;
     const char *Expected;
-  } Names[] = {{SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D"},
-               {SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
+  } Names[] = {{SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
                {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"}};
   for (const auto &C : Names) {
     SCOPED_TRACE(testing::Message() << C.Code << " type " << C.PfType);
@@ -263,11 +261,9 @@ TEST_F(PredicateTest, VlanDecisions) {
       {"BootVlanCleared", 21, 0, 0, 0, 0, 0, 0, 50, false, false, {21}, 0},
       {"OnlyLow12BitsCount", 21, 0, 0, 0, 0, 0, 0x1064, 100, false, false, {}, 100},
       {"Config25UsesBootEntry", 21, 0, 2, 5, 2, 200, 100, 100, false, false, {}, 100},
-      {"Emulex0700BootSentinel", 21, 0, 0, 0, 0, 0, 100, 100, true, false, {21}, 100},
       {"Emulex0700FunctionSentinel", 21, 0, 0, 0, 2, 100, 0, 100, true, false, {21}, 100},
       {"PxeOtherFamilyAlwaysSetsId", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
       {"PxeQLogic8070OnlyOnDifference", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, true, {52}, 100},
-      {"PxeQLogic8070Differs", 53, PF_TYPE_ROCE, 0, 0, 0, 0, 100, 7, false, true, {52, 53}, 100},
       {"PxeNoVlanWantedOnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 0, 100, false, false, {52}, 100},
   };
   for (const auto &C : Cases) {
@@ -402,6 +398,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   } Cases[] = {
       // Controller-wide: the family, not the layout, allows the decision.
       {"ControllerOn", 0x1077, 0x8070, 0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 1, 45, 1},
+      {"ControllerAgrees", 0x1077, 0x8070, 0, 2, 1, 0, 0, 0, 0, 0, 0, 1, 1, 0, 1},
       // Per port: any wished function counts; held back on ports with many functions.
       {"PortOn", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
       {"PortSecondIsFcoe", 0x19A2, 0x0712, 1, 2, 0, 2, 2, 0, 0, 0, 0, 0, 1, 45, 1},
@@ -418,6 +415,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
       {"FunctionOffUnderUmc", 0x10DF, 0x0722, 16, 2, 1, 0, 0, 1, 1, 0, 0, 0, 1, 51, 0},
       {"FunctionHeldWhileRoceTypeLeftOver", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0},
       {"FunctionRoceModeSwitchesOff", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 1, 0, 0, 1, 51, 0},
+      {"FunctionAgrees", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1},
       {"OtherDevice", 0x8086, 0x1572, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0},
   };
   for (const auto &C : Cases) {
