@@ -117,6 +117,7 @@ TEST_F(PredicateTest, EnableDecisions) {
     UINT32 Code;
     UINT8 TableValid, Wish, Reported, Emulex0700, PortDefaults, Force, IscsiWord, PfType, Append, Record;
   } Cases[] = {
+      {"PortTableDisables", SET_PORT_EN, 1, 0, 1, false, FALSE, 0, 0, 0, true, 0},
       {"NoPortTableDefaultsEnable", SET_PORT_EN, 0, 0, 0, false, TRUE, 0, 0, 0, true, 1},
       {"NoPortTableNoDefaults", SET_PORT_EN, 0, 0, 0, false, FALSE, 0, 0, 0, false, 0},
       {"NoPortTableEnabledPortNotAsked", SET_PORT_EN, 0, 0, 1, false, TRUE, 0, 0, 0, false, 1},
