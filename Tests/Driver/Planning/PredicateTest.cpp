@@ -64,6 +64,7 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"NoAddressEntry", {14, 17, 20}, [](T *) { mModule.mCurAddressEntry = nullptr; }},
       {"NoBootTable", Boot, [](T *) { Hdr.BootTableValid = 0; }},
       {"NoBootTableNoName", {SET_ISCSI_INI_NAME}, [](T *) { Hdr.BootTableValid = 0; }},
+      {"BootEntryDisabled", Boot, [](T *) { Boot0.Enabled = 0; }},
       {"NoBootEntry", Boot, [](T *) { mModule.mCurBootEntry = nullptr; }},
       {"NullBootFields",
        {27, 28, 31, 32, 33, 34, 36, 37, 38, 39, 41, 42, 43},
