@@ -22,7 +22,7 @@ bool Tables(int Byte = -1) {
   return Zero;
 }
 
-TEST_F(NaloTablesTest, LoadQueryNotifyAndPolicy) {
+TEST_F(NaloTablesTest, LoadQueryAndPolicy) {
   Tables(0x5A); // stale data of the previous controller
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_UNSUPPORTED);
   EXPECT_TRUE(Tables());
@@ -48,19 +48,13 @@ TEST_F(NaloTablesTest, LoadQueryNotifyAndPolicy) {
   EXPECT_EQ(mModule.mCurBootEntry, &mModule.mNaloBootTable[15]);
   SelectNaloEntries(16);
   EXPECT_TRUE(!mModule.mCurFunctionEntry && !mModule.mCurAddressEntry && !mModule.mCurBootEntry);
-  // Missing protocols are retried; the restart is notified once; the policy is cached once read.
+  // Missing protocols are looked up again later; the policy switch is cached once read.
   Fresh();
   P.NaloPresent = false;
   P.Defaults[0] = TRUE;
   EXPECT_FALSE(QueryDefaults(0));
-  NotifyRestartOnce();
-  EXPECT_EQ(P.DefaultsCalls[0] + P.Notifications, 0);
   P.NaloPresent = true; // the platform driver arrives later in the boot
   EXPECT_TRUE(QueryDefaults(0));
-  NotifyRestartOnce();
-  NotifyRestartOnce();
-  EXPECT_EQ(P.Notifications, 1);
-  // The same for the policy switch, which is cached once read.
   mModule.mPlatformPolicyRead = FALSE;
   EXPECT_EQ(GetForceAdapterEnable(), 0);
   EXPECT_EQ(P.PolicyLocates, 1);

