@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -68,9 +67,6 @@ public:
                   Script Replies = {})
       : Protocol(Protocol), Controller(Controller), Replies(std::move(Replies)) {}
 
-  // Called after each Response with the step just done (to inspect state between phases).
-  std::function<void(const ScriptedStep &)> AfterResponse;
-
   // Runs Instance 0, 1, ... until Query answers an error (kept in EndStatus) or Limit Instances.
   std::vector<ScriptedStep> Run(UINTN Limit = 256) {
     std::vector<ScriptedStep> Steps;
@@ -104,9 +100,6 @@ public:
       Step.Response = Protocol->Response(Protocol, Controller, nullptr, &ResponseInstance, Guid, Block, Size,
                                          Reply.Action);
       Steps.push_back(Step);
-      if (AfterResponse) {
-        AfterResponse(Step);
-      }
     }
     return Steps;
   }
