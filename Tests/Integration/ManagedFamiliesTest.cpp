@@ -43,13 +43,6 @@ TEST_F(ManagedFamiliesTest, Emulex0710FunctionCountChangeRestartsTheController) 
   for (auto [Port, Pf] : {std::pair{0, 1}, std::pair{1, 0}, std::pair{1, 1}}) {
     EXPECT_EQ(Dialogue(A.Handle(Port, Pf)), Texts{});
   }
-
-  // After the restart the adapter reports four functions: a fresh plan with nothing to change.
-  const ScriptedReply FourFunctions = "retdata=PortEn=enabled\r\nPfCount=4\r\nPfType=NIC\r\n";
-  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show port0/pf0 OEMVDR_PfInfo", {FourFunctions}},
-                                      {"show port0/pf1 OEMVDR_PfInfo", {FourFunctions}}}),
-            (Texts{"show port0/pf0 OEMVDR_PfInfo", "show port0/pf1 OEMVDR_PfInfo", "exit"}));
-  EXPECT_EQ(Fw().RestartNotifications(), 1u); // not told again
 }
 
 // ---- QLogic2261: IOV commands from firmware 6.7 on -----------------------------------------

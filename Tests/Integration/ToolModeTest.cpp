@@ -88,8 +88,9 @@ TEST_F(ToolModeTest, HandsOutTheStoredCommandsAndStoresEachReply) {
   EXPECT_EQ(Query(Controllers[0], 2).Status, EFI_NOT_FOUND);
   EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), Bytes("retdata=ok\r\n"));
   EXPECT_EQ(Variable(u"CLPCMD001_0_RESULT"), Bytes(std::string("A\0B", 3)));
-  // Function 1 of the same device has no command of its own.
+  // Function 1 of the same device has no command of its own; the banner came once.
   EXPECT_EQ(Query(Controllers[1], 0).Status, EFI_NOT_FOUND);
+  EXPECT_EQ(Fw().EventsOf(fake::EventKind::Console).size(), 1u);
 }
 
 TEST_F(ToolModeTest, CommandOf500BytesIsHandedOutAnd501EndsTheSequence) {
