@@ -53,14 +53,10 @@ TEST_P(ConfigurationAction, TouchesOnlyTheControllerAndAsksForNoReset) {
   ASSERT_EQ(Disconnects.size(), C.Disconnects);
   ASSERT_EQ(Connects.size(), C.Connects);
   for (const fake::Event &E : Disconnects) {
-    EXPECT_EQ(E.Handle, H);
-    EXPECT_EQ(E.DriverImage, nullptr);
-    EXPECT_EQ(E.Child, nullptr);
+    EXPECT_EQ((Fields{E.Handle == H, E.DriverImage == nullptr, E.Child == nullptr}), (Fields{1, 1, 1}));
   }
   for (const fake::Event &E : Connects) {
-    EXPECT_EQ(E.Handle, H);
-    EXPECT_EQ(E.DriverImage, nullptr);
-    EXPECT_TRUE(E.Recursive);
+    EXPECT_EQ((Fields{E.Handle == H, E.DriverImage == nullptr, E.Recursive}), (Fields{1, 1, 1}));
   }
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Reset).empty());
 }

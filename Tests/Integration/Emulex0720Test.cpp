@@ -59,8 +59,8 @@ TEST_F(Emulex0720RunTest, LinkConfigFirstThenSixteenFunctionsRewrittenIntoFourPo
   EXPECT_EQ(Dialogue(Handles[0], {{"show / OEMELX_LinkConfig", {"retdata=ELX_4x10G"}}}),
             Join({{"show / OEMELX_LinkConfig"}, Shows(0, 4), {"exit"}}));
 
-  // Function 13 is the fourth function of port 1: PortIndex, PfIndex, SubIndex, PfsPerPort,
-  // FunctionCount, speed code, NaloIndex, CardIndex, PortNumber.
+  // Function 13 is pf3 of port 1: PortIndex, PfIndex, SubIndex, PfsPerPort, FunctionCount, speed
+  // code, NaloIndex, CardIndex, PortNumber.
   const FUNCTION_SETTINGS *F = R[13];
   EXPECT_EQ((Fields{F->PortIndex, F->PfIndex, F->SubIndex, F->PfsPerPort, F->FunctionCount,
                     F->MaxLinkSpeedCode, F->NaloIndex, F->CardIndex, F->PortNumber}),
@@ -79,35 +79,18 @@ TEST_F(Emulex0720RunTest, LinkConfigFirstThenSixteenFunctionsRewrittenIntoFourPo
 
 // Two ports of four functions on a board whose layout is in the settings record (2 x 10 Gb/s).
 // Port 0's table wants one function; port 1's table reports RoCE profile 2.
-class Emulex0720RoceTest : public Emulex0720RunTest {
-protected:
-  void SetUp() override {
-    Emulex0720RunTest::SetUp();
-    A = Add(0x0001, 2, 4);
-    A.Record(0, 0)->NaloIndex = 1;
-
-    fake::NaloEntry &Port0 = ValidTables(1);
-    Port0.PortTable.DesiredFunctionCount = 1;
-    Port0.PortTable.Function[0].Enabled = 1;
-    Port0.PortTable.Function[0].FunctionType = PF_TYPE_ROCE;
-    Port0.PortTable.Function[0].FunctionVlanId = Port0.Own<UINT16>(100);
-    Port0.AddressTable[0].Enabled = 1;
-    Port0.AddressTable[0].Mac = Port0.OwnBytes({0x02, 0x00, 0xC9, 0x00, 0x00, 0x10});
-    Port0.BootTable[0].Enabled = 1;
-    Port0.BootTable[0].BootVlanId = Port0.Own<UINT16>(100);
-
-    fake::NaloEntry &Port1 = Fw().Nalo(2, 0, 0);
-    Port1.Header.PortTableValid = 1;
-    Port1.PortTable.DesiredPortEnable = 1;
-    Port1.PortTable.DesiredFunctionCount = 1;
-    Port1.PortTable.Function[0].Enabled = 1;
-    Port1.PortTable.Function[0].RoceMode = 2;
-  }
-
-  BuiltAdapter A;
-};
-
-TEST_F(Emulex0720RoceTest, RoceOnAnyPortRetypesTheFunctionsAndAsksForOneRestart) {
+TEST_F(Emulex0720RunTest, RoceOnAnyPortRetypesTheFunctionsAndAsksForOneRestart) {
+  const BuiltAdapter A = Add(0x0001, 2, 4);
+  A.Record(0, 0)->NaloIndex = 1;
+  fake::NaloEntry &Port0 = ValidTables(1);
+  Port0.PortTable.DesiredFunctionCount = 1;
+  Port0.PortTable.Function[0].Enabled = 1;
+  Port0.PortTable.Function[0].FunctionType = PF_TYPE_ROCE;
+  fake::NaloEntry &Port1 = Fw().Nalo(2, 0, 0);
+  Port1.Header.PortTableValid = 1;
+  Port1.PortTable.DesiredPortEnable = Port1.PortTable.DesiredFunctionCount = 1;
+  Port1.PortTable.Function[0].Enabled = 1;
+  Port1.PortTable.Function[0].RoceMode = 2;
   // The adapter still runs partitioned with two NIC functions and an iSCSI function.
   EXPECT_EQ(
       Dialogue(
@@ -128,38 +111,29 @@ TEST_F(Emulex0720RoceTest, RoceOnAnyPortRetypesTheFunctionsAndAsksForOneRestart)
 
 // ---- One partitioned port of four functions --------------------------------------------------------
 
-class Emulex0720PortTest : public Emulex0720RunTest {
-protected:
-  void SetUp() override {
-    Emulex0720RunTest::SetUp();
-    A = Add(0x0001, 1, 4);
-    A.Record(0, 0)->NaloIndex = 1;
-    fake::NaloEntry &N = ValidTables(1);
-    N.Header.InitiatorName = N.OwnText("iqn.2001-04.com.example:host1");
-    N.PortTable.PortMode = 2;
-    N.PortTable.DesiredFunctionCount = 3;
-    const struct {
-      uint8_t Type, Min, Max;
-      uint16_t Vlan;
-    } Functions[3] = {{PF_TYPE_NIC, 25, 100, 100}, {PF_TYPE_NIC, 25, 50, 200}, {PF_TYPE_ISCSI, 50, 100, 300}};
-    for (int I = 0; I < 3; ++I) {
-      NALO_FUNCTION_ENTRY &E = N.PortTable.Function[I];
-      E.Enabled = 1;
-      E.FunctionType = Functions[I].Type;
-      E.MinBandwidthShare = N.Own<UINT8>(Functions[I].Min);
-      E.MaxBandwidthShare = N.Own<UINT8>(Functions[I].Max);
-      E.FunctionVlanId = N.Own<UINT16>(Functions[I].Vlan);
-    }
-    N.AddressTable[0].Enabled = 1;
-    N.AddressTable[0].Mac = N.OwnBytes({0x02, 0x00, 0xC9, 0x00, 0x00, 0x01});
-    N.AddressTable[2].Enabled = 1;
-    N.AddressTable[2].Mac = N.OwnBytes({0x02, 0x00, 0xC9, 0x00, 0x00, 0x03});
+TEST_F(Emulex0720RunTest, LayoutInPlacePlansEveryPerFunctionSetting) {
+  const BuiltAdapter A = Add(0x0001, 1, 4);
+  A.Record(0, 0)->NaloIndex = 1;
+  fake::NaloEntry &N = ValidTables(1);
+  N.Header.InitiatorName = N.OwnText("iqn.2001-04.com.example:host1");
+  N.PortTable.PortMode = 2;
+  N.PortTable.DesiredFunctionCount = 3;
+  const struct {
+    uint8_t Type, Min, Max;
+    uint16_t Vlan;
+  } Functions[3] = {{PF_TYPE_NIC, 25, 100, 100}, {PF_TYPE_NIC, 25, 50, 200}, {PF_TYPE_ISCSI, 50, 100, 300}};
+  for (int I = 0; I < 3; ++I) {
+    NALO_FUNCTION_ENTRY &E = N.PortTable.Function[I];
+    E.Enabled = 1;
+    E.FunctionType = Functions[I].Type;
+    E.MinBandwidthShare = N.Own<UINT8>(Functions[I].Min);
+    E.MaxBandwidthShare = N.Own<UINT8>(Functions[I].Max);
+    E.FunctionVlanId = N.Own<UINT16>(Functions[I].Vlan);
   }
-
-  BuiltAdapter A;
-};
-
-TEST_F(Emulex0720PortTest, LayoutInPlacePlansEveryPerFunctionSetting) {
+  N.AddressTable[0].Enabled = 1;
+  N.AddressTable[0].Mac = N.OwnBytes({0x02, 0x00, 0xC9, 0x00, 0x00, 0x01});
+  N.AddressTable[2].Enabled = 1;
+  N.AddressTable[2].Mac = N.OwnBytes({0x02, 0x00, 0xC9, 0x00, 0x00, 0x03});
   const Texts Commands = Dialogue(
       A.Handle(0, 0),
       {{"show port0/pf0 OEMELX_PFInfo",

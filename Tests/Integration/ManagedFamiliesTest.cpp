@@ -47,28 +47,19 @@ TEST_F(ManagedFamiliesTest, Emulex0710FunctionCountChangeRestartsTheController) 
 
 // ---- QLogic2261: IOV commands from firmware 6.7 on -----------------------------------------
 
-class QLogic2261Test : public ManagedFamiliesTest {
-protected:
-  void SetUp() override {
-    ManagedFamiliesTest::SetUp();
-    A = AddBound(0x1077, 0x2261, 1, 1, kWithTables);
-    A.Record(0, 0)->PfType = PF_TYPE_FC;
-    fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
-    Nalo.Header.PortTableValid = Nalo.Header.AddressTableValid = 1;
-    Nalo.PortTable.DesiredPortEnable = 1;
-    Nalo.AddressTable[0].Enabled = 1;
-    Nalo.AddressTable[0].Wwnn = Nalo.OwnText("20000011AABBCCDD");
-    Nalo.AddressTable[0].Wwpn = Nalo.OwnText("21000011AABBCCDD");
-  }
-  static std::string PortInfo(const std::string &Fourth) {
-    return "retdata=\r\nFirmwareVersions=8.08.1,6.01,1.2," + Fourth +
-           "\r\nBootEnable=Enabled\r\nWWNN=20000024FF000001\r\nWWPN=21000024FF000001\r\n";
-  }
-  BuiltAdapter A;
-};
-
-TEST_F(QLogic2261Test, Firmware6_07_02GetsTheFullPlan) {
-  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show port1", {PortInfo("6.07.02")}},
+TEST_F(ManagedFamiliesTest, QLogic2261Firmware6_07_02GetsTheFullPlan) {
+  const BuiltAdapter A = AddBound(0x1077, 0x2261, 1, 1, kWithTables);
+  A.Record(0, 0)->PfType = PF_TYPE_FC;
+  fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
+  Nalo.Header.PortTableValid = Nalo.Header.AddressTableValid = 1;
+  Nalo.PortTable.DesiredPortEnable = 1;
+  Nalo.AddressTable[0].Enabled = 1;
+  Nalo.AddressTable[0].Wwnn = Nalo.OwnText("20000011AABBCCDD");
+  Nalo.AddressTable[0].Wwpn = Nalo.OwnText("21000011AABBCCDD");
+  const std::string PortInfo =
+      "retdata=\r\nFirmwareVersions=8.08.1,6.01,1.2,6.07.02\r\nBootEnable=Enabled\r\n"
+      "WWNN=20000024FF000001\r\nWWPN=21000024FF000001\r\n";
+  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show port1", {PortInfo}},
                                       {"show netport1 OEM_PortEnable", {"retdata=\r\nEnable"}},
                                       {"show netport1 NetworkAddresses[0]", {"retdata=\r\n20000024FF000001"}},
                                       {"show netport1 PermanentAddress", {"retdata=\r\n21000024FF000001"}},

@@ -165,5 +165,4 @@ protected:
   static uint8_t PlanDone(const FUNCTION_SETTINGS *R) {
     return R->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
   }
-  static constexpr uint8_t kBothPlansDone = PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2;
 };
