@@ -90,7 +90,9 @@ TEST_F(ToolModeTest, HandsOutTheStoredCommandsAndStoresEachReply) {
   EXPECT_EQ(Variable(u"CLPCMD001_0_RESULT"), Bytes(std::string("A\0B", 3)));
   // Function 1 of the same device has no command of its own; the banner came once.
   EXPECT_EQ(Query(Controllers[1], 0).Status, EFI_NOT_FOUND);
-  EXPECT_EQ(Fw().EventsOf(fake::EventKind::Console).size(), 1u);
+  const auto Console = Fw().EventsOf(fake::EventKind::Console);
+  ASSERT_EQ(Console.size(), 1u);
+  EXPECT_EQ(Console[0].Text, "\r\n!!! TOOL 'Tolvar(EFI)' IS ENABLED FOR V/D 8086/10D3, BUS/DEV 3/0 !!!\r\n");
 }
 
 TEST_F(ToolModeTest, CommandOf500BytesIsHandedOutAnd501EndsTheSequence) {
@@ -122,14 +124,7 @@ TEST_P(ToolModeMode, DecidesWhetherTheLocatedDeviceGetsCommands) {
     EXPECT_EQ(Respond(Q, ""), EFI_SUCCESS);
   }
   // The banner is shown exactly when the device gets commands.
-  Texts Banner;
-  for (const fake::Event &E : Fw().EventsOf(fake::EventKind::Console)) {
-    Banner.push_back(E.Text);
-  }
-  EXPECT_EQ(Banner,
-            GetParam().Expected == EFI_SUCCESS
-                ? Texts{"\r\n!!! TOOL 'Tolvar(EFI)' IS ENABLED FOR V/D 8086/10D3, BUS/DEV 3/0 !!!\r\n"}
-                : Texts{});
+  EXPECT_EQ(Fw().EventsOf(fake::EventKind::Console).size(), GetParam().Expected == EFI_SUCCESS ? 1u : 0u);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -151,7 +146,6 @@ TEST_F(ToolModeTest, SixtyFourCommandsAtMostThenManagedModeIsAsked) {
   EXPECT_EQ(Variable(u"CLPCMD063_0_RESULT"), Bytes("r"));
   // No settings protocol on the controller: ManagedMode refuses as well.
   EXPECT_EQ(Query(Controllers[0], 64).Status, EFI_NOT_FOUND);
-  EXPECT_EQ(Query(Controllers[0], 65).Status, EFI_NOT_FOUND);
 }
 
 TEST_F(ToolModeTest, ResponseWithoutReplyStringWritesNoResultButFreesTheCopies) {
