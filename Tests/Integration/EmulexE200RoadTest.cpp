@@ -65,7 +65,7 @@ TEST_F(EmulexE200RoadTest, FailedCommandIsReportedAsStatusCodesAndToTheBmc) {
   Record->SubIndex = 4;
   ScriptedAdapter(Protocol, Adapter.Handle(0, 0),
                   {{"show fcport0 OEMELX_PortEnable", {ScriptedReply{"retdata=x", 2, 0xF7}}}})
-      .Run();
+      .Dialogue(256, false);
   Fields Codes;
   for (const fake::Event &E : Fw().EventsOf(fake::EventKind::StatusCode)) {
     Codes.insert(Codes.end(), {E.Value, E.Instance});
