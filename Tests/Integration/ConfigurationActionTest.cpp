@@ -5,9 +5,9 @@ namespace {
 
 class ConfigurationActionTest : public IntegrationTest {
 protected:
-  // A controller that ManagedMode serves: its first command is handed out at Instance 0.
-  EFI_HANDLE ManagedController(uint16_t Vendor, uint16_t Device) {
-    const EFI_HANDLE C = Add(Vendor, Device, 5, 1, 1, PLATFORM_FLAG_MANAGED_MODE_ENABLED).Handle(0, 0);
+  // An Intel controller that ManagedMode serves: its first command is handed out at Instance 0.
+  EFI_HANDLE ManagedController() {
+    const EFI_HANDLE C = Add(0x8086, 0x10D3, 5, 1, 1, PLATFORM_FLAG_MANAGED_MODE_ENABLED).Handle(0, 0);
     Fw().SetDriverBound(C, true);
     return C;
   }
@@ -21,6 +21,7 @@ protected:
                                   reinterpret_cast<VOID **>(&Block), &Size))) {
       return EFI_LOAD_ERROR;
     }
+    EXPECT_EQ(Str(Block->CLPCommand), "show PermanentAddress");
     Block->CLPReturnString = reinterpret_cast<CHAR8 *>(Reply);
     Block->CLPReturnStringLength = sizeof(Reply) - 1;
     return Protocol->Response(Protocol, Controller, nullptr, &Instance, Guid, Block, Size,
@@ -43,7 +44,7 @@ class ConfigurationAction : public ConfigurationActionTest,
 
 TEST_P(ConfigurationAction, TouchesOnlyTheControllerAndAsksForNoReset) {
   const ActionCase &C = GetParam();
-  const EFI_HANDLE H = ManagedController(0x8086, 0x10D3);
+  const EFI_HANDLE H = ManagedController();
   if (C.FailDisconnect) {
     Fw().ScriptDisconnect(H, EFI_DEVICE_ERROR);
   }
@@ -76,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Every family but QLogic8070 resets the platform cold and never returns to the caller.
 TEST_F(ConfigurationActionTest, RestartPlatformResetsColdAndDoesNotReturn) {
-  const EFI_HANDLE H = ManagedController(0x8086, 0x10D3);
+  const EFI_HANDLE H = ManagedController();
   bool Returned = false;
   EXPECT_TRUE(Fw().RunUntilReset([&] {
     QueryAndRespond(H, EfiPlatformConfigurationActionRestartPlatform);
