@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -56,76 +55,49 @@ struct ScriptedReply {
 // Replies per command text; a command asked again gets the next reply, the last one stays.
 using Script = std::map<std::string, std::vector<ScriptedReply>>;
 
-struct ScriptedStep {
-  UINTN Instance = 0;
-  std::string Command;
-  EFI_STATUS Response = EFI_SUCCESS;
-};
-
 class ScriptedAdapter {
 public:
   ScriptedAdapter(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, EFI_HANDLE Controller,
                   Script Replies = {})
       : Protocol(Protocol), Controller(Controller), Replies(std::move(Replies)) {}
 
-  // Called after each Response with the step just done (to inspect state between phases).
-  std::function<void(const ScriptedStep &)> AfterResponse;
-
-  // Runs Instance 0, 1, ... until Query answers an error (kept in EndStatus) or Limit Instances.
-  std::vector<ScriptedStep> Run(UINTN Limit = 256) {
-    std::vector<ScriptedStep> Steps;
-    EndStatus = EFI_SUCCESS;
+  // Runs Instance 0, 1, ... until Query answers an error or Limit Instances; returns the commands.
+  // Checked: every Response must succeed and the run end on EFI_NOT_FOUND.
+  Texts Dialogue(UINTN Limit = 256, bool Checked = true) {
+    Texts Out;
+    EFI_STATUS Status = EFI_SUCCESS;
     for (UINTN Instance = 0; Instance < Limit; Instance++) {
-      UINTN QueryInstance = Instance, Size = 0;
+      UINTN QueryInstance = Instance, ResponseInstance = Instance, Size = 0;
       EFI_GUID *Guid = nullptr;
       EFI_CONFIGURE_CLP_PARAMETER_BLK *Block = nullptr;
-      EndStatus = Protocol->Query(Protocol, Controller, nullptr, &QueryInstance, &Guid,
-                                  reinterpret_cast<VOID **>(&Block), &Size);
-      if (EFI_ERROR(EndStatus)) {
+      Status = Protocol->Query(Protocol, Controller, nullptr, &QueryInstance, &Guid,
+                               reinterpret_cast<VOID **>(&Block), &Size);
+      if (EFI_ERROR(Status)) {
         break;
       }
-      ScriptedStep Step;
-      Step.Instance = Instance;
-      Step.Command.assign(reinterpret_cast<const char *>(Block->CLPCommand), Block->CLPCommandLength);
-      EXPECT_EQ(Step.Command.size(), std::strlen(reinterpret_cast<const char *>(Block->CLPCommand)))
+      const std::string Command(reinterpret_cast<const char *>(Block->CLPCommand), Block->CLPCommandLength);
+      EXPECT_EQ(Command.size(), std::strlen(reinterpret_cast<const char *>(Block->CLPCommand)))
           << "CLPCommandLength must be the text length";
       ScriptedReply Reply;
-      const auto It = Replies.find(Step.Command);
+      const auto It = Replies.find(Command);
       if (It != Replies.end() && !It->second.empty()) {
-        const size_t Asked = Used[Step.Command]++;
-        Reply = It->second[std::min(Asked, It->second.size() - 1)];
+        Reply = It->second[std::min(Used[Command]++, It->second.size() - 1)];
       }
       Text = Reply.Reply;
       Block->CLPReturnString = reinterpret_cast<CHAR8 *>(Text.data());
       Block->CLPReturnStringLength = static_cast<UINT32>(Text.size());
       Block->CLPCmdStatus = Reply.Status;
       Block->CLPErrorValue = Reply.Error;
-      UINTN ResponseInstance = Instance;
-      Step.Response = Protocol->Response(Protocol, Controller, nullptr, &ResponseInstance, Guid, Block, Size,
-                                         Reply.Action);
-      Steps.push_back(Step);
-      if (AfterResponse) {
-        AfterResponse(Step);
-      }
+      Status = Protocol->Response(Protocol, Controller, nullptr, &ResponseInstance, Guid, Block, Size,
+                                  Reply.Action);
+      EXPECT_TRUE(!Checked || Status == EFI_SUCCESS) << Command;
+      Out.push_back(Command);
     }
-    return Steps;
-  }
-
-  // Runs to the end (or Limit Instances), expecting every Response to succeed and the run to end
-  // on EFI_NOT_FOUND.
-  Texts Dialogue(UINTN Limit = 256) {
-    Texts Out;
-    for (const ScriptedStep &S : Run(Limit)) {
-      EXPECT_EQ(S.Response, EFI_SUCCESS) << S.Command;
-      Out.push_back(S.Command);
-    }
-    if (Out.size() < Limit) {
-      EXPECT_EQ(EndStatus, EFI_NOT_FOUND);
+    if (Checked && Out.size() < Limit) {
+      EXPECT_EQ(Status, EFI_NOT_FOUND);
     }
     return Out;
   }
-
-  EFI_STATUS EndStatus = EFI_SUCCESS;
 
 private:
   EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol;
@@ -172,5 +144,4 @@ protected:
   static uint8_t PlanDone(const FUNCTION_SETTINGS *R) {
     return R->ProgressFlags & (PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
   }
-  static constexpr uint8_t kBothPlansDone = PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2;
 };
