@@ -144,6 +144,30 @@ TEST_F(ToolModeTest, SixtyFourCommandsAtMostThenManagedModeIsAsked) {
   EXPECT_EQ(Query(Controllers[0], 64).Status, EFI_NOT_FOUND);
 }
 
+// Only functions 0 and 1 of the named device, without a child handle, and only a location of
+// exactly 16 bytes names a device (8 zero bytes would otherwise read as 00:00).
+TEST_F(ToolModeTest, RefusesWhatTheToolDidNotName) {
+  Put(u"CLPCMD000_2", Bytes("show /"));
+  EXPECT_EQ(Query(Controllers[2], 0).Status, EFI_NOT_FOUND);
+  EXPECT_EQ(Query(Controllers[0], 0, Controllers[1]).Status, EFI_NOT_FOUND);
+  EXPECT_EQ(Query(Fw().AddPciFunction(0, 4, 0, 0, 0x8086, 0x10D3), 0).Status, EFI_NOT_FOUND);
+  EFI_HANDLE Zero = Fw().AddPciFunction(0, 0, 0, 0, 0x8086, 0x29C0);
+  for (size_t Size : {8, 17}) {
+    Put(u"CLPCMD_LOCATION", std::vector<uint8_t>(Size, 0));
+    EXPECT_EQ(Query(Zero, 0).Status, EFI_NOT_FOUND) << Size;
+  }
+  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Console).empty());
+}
+
+// The tool's commands are its own business: a ToolMode Response never stops, restarts or resets.
+TEST_F(ToolModeTest, ResponseIgnoresTheConfigurationAction) {
+  QueryResult Q = Query(Controllers[0], 0);
+  ASSERT_EQ(Q.Status, EFI_SUCCESS);
+  EXPECT_EQ(Respond(Q, "", EfiPlatformConfigurationActionRestartPlatform), EFI_SUCCESS);
+  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Reset).empty());
+  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Disconnect).empty());
+}
+
 TEST_F(ToolModeTest, ResponseWithoutReplyStringWritesNoResultButFreesTheCopies) {
   QueryResult Q = Query(Controllers[0], 0);
   ASSERT_EQ(Q.Status, EFI_SUCCESS);
