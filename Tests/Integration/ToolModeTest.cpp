@@ -1,5 +1,6 @@
 // The driver frame and ToolMode through the installed protocol, on the host fake firmware.
 #include "Integration/ScriptedAdapter.h"
+#include "PlatformToDriver.h"
 
 namespace {
 
@@ -224,6 +225,17 @@ TEST_F(DriverLoadTest, InstallsExactlyOneInstanceOnItsImageHandle) {
   ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
   EXPECT_EQ(Fw().HandlesWith(EFI_GUID EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL_GUID),
             std::vector<EFI_HANDLE>{Fw().ImageHandle()});
+}
+
+TEST_F(DriverLoadTest, ConsoleMessageIsFoundWhenItArrivesLater) {
+  Fw().RemoveConsoleMessage();
+  ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
+  CHAR16 Text[] = {'h', 'i', 0};
+  EXPECT_EQ(ConsoleMessagePrint(Fw().SystemTable(), Text), EFI_NOT_FOUND);
+  Fw().InstallConsoleMessage();
+  EXPECT_EQ(ConsoleMessagePrint(Fw().SystemTable(), Text), EFI_SUCCESS);
+  ASSERT_EQ(Fw().EventsOf(fake::EventKind::Console).size(), 1u);
+  EXPECT_EQ(Fw().EventsOf(fake::EventKind::Console)[0].Text, "hi");
 }
 
 } // namespace
