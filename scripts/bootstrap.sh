@@ -39,6 +39,21 @@ step() {
   fi
 }
 
+# A quiet run still tells, on standard error, what takes time on a fresh machine: one line per
+# stage that has work to do, finished with its duration. A run with nothing to do prints nothing.
+stage_started=0
+stage_begin() {
+  stage_started=$SECONDS
+  if ((quiet)); then
+    printf '%s ... ' "$1" >&2
+  fi
+}
+stage_end() {
+  if ((quiet)); then
+    printf 'done in %d s\n' $((SECONDS - stage_started)) >&2
+  fi
+}
+
 packages=(
   build-essential cmake ninja-build g++ clang lld file
   libgtest-dev googletest nlohmann-json3-dev libcli11-dev
@@ -65,7 +80,9 @@ install_packages() {
 
 if ((${#missing[@]})); then
   say "bootstrap: installing ${missing[*]}"
+  stage_begin "installing ${#missing[@]} Debian packages"
   step apt install_packages
+  stage_end
 fi
 
 # The commands build and test everything, whatever an earlier configuration of the same directory
@@ -79,8 +96,28 @@ fi
 # shellcheck disable=SC2206 # extra arguments are meant to be split
 configure+=(${CMAKE_ARGS:-})
 
+fresh=0
+if [[ ! -f $build_dir/CMakeCache.txt ]]; then
+  fresh=1
+  stage_begin "configuring $build_dir"
+fi
 say "bootstrap: configuring $build_dir"
 mkdir -p "$build_dir"
 step configure "${configure[@]}"
+if ((fresh)); then
+  stage_end
+fi
+# Ninja tells beforehand whether anything is out of date; only then is the build a stage worth
+# announcing.
+announce=$fresh
+if ! ninja -C "$build_dir" -n 2>/dev/null | grep -q '^ninja: no work to do'; then
+  announce=1
+fi
+if ((announce)); then
+  stage_begin "building (a first build takes a few minutes)"
+fi
 say "bootstrap: building"
 step build cmake --build "$build_dir" --parallel "$(nproc)"
+if ((announce)); then
+  stage_end
+fi
