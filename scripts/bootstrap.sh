@@ -107,17 +107,16 @@ step configure "${configure[@]}"
 if ((fresh)); then
   stage_end
 fi
-# Ninja tells beforehand whether anything is out of date; only then is the build a stage worth
-# announcing.
-announce=$fresh
-if ! ninja -C "$build_dir" -n 2>/dev/null | grep -q '^ninja: no work to do'; then
-  announce=1
-fi
-if ((announce)); then
+# A fresh tree's build is announced before it starts; a rebuild of changed sources is reported
+# once it is over, from its log. A run with nothing to build prints nothing.
+if ((fresh)); then
   stage_begin "building (a first build takes a few minutes)"
 fi
 say "bootstrap: building"
+build_started=$SECONDS
 step build cmake --build "$build_dir" --parallel "$(nproc)"
-if ((announce)); then
+if ((fresh)); then
   stage_end
+elif ((quiet)) && grep -q 'Building' "$log_dir/build.log"; then
+  echo "rebuilt changed sources in $((SECONDS - build_started)) s" >&2
 fi
