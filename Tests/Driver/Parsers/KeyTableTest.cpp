@@ -35,6 +35,7 @@ struct KeyRow {
 };
 
 const std::string kLongName(300, 'n');
+const std::string kDots(31, '.');
 
 // clang-format off
 const KeyRow kRows[] = {
@@ -109,6 +110,7 @@ const KeyRow kRows[] = {
     {0x10778070, SHOW_VERSION, "data=\"MBI:7.10.37,UEFI:4.2.1,MFW:8.10.12\"", "Fw0@*=7.10.37;Fw1@*=4.2.1;Fw2@*=8.10.12"},
     {0x10778070, SHOW_VERSION, "data=\"MFW:8.1\",\"MBI:7.1", "Fw0@*=7.1;Fw2@*=8.1"},
     {0x10778070, SHOW_VERSION, "data=\"MBI:7.10.37\"", "", 0, 1},
+    {0x10778070, SHOW_VERSION, "data=\"no tags here\"", ""},
     {0x10772031, SHOW_VERSION, "retdata=1.2,3.4", ""},
     {0x15B31013, SHOW_VERSION, "data=14.20.1010,1.5 9", "Fw0@00=14.20.1010;Fw1@00=1.5;Fw0@10=14.20.1010;Fw1@10=1.5"},
     {0x15B31017, SHOW_VERSION, "14.20.1010,1.5", ""},
@@ -127,6 +129,7 @@ const KeyRow kRows[] = {
     {0x19A20710, SHOW_PF_TYPE, "retdata= iSCSI", "CurPers=0;TgtPers=0"},
     {0x19A20710, SHOW_PF_TYPE, "retdata=NIC", "CurPers=0;TgtPers=0"},
     {0x10DFE200, SHOW_PF_TYPE, "retdata=FCoE", ""},
+    {0x10772031, SHOW_PF_TYPE, "\"Ethernet\"", ""},
     {0x10778070, SHOW_PF_TYPE, "data=\"Ethernet\"", "PfType=0;Type2=0;TypeCount=3"},
     {0x10778070, SHOW_PF_TYPE, "data= \"Ethernet\"", "PfType=5;Type2=5;TypeCount=3"},
     {0x10778070, SHOW_PF_TYPE, "data=    \"FCoE\"", "PfType=2;Type2=2;TypeCount=3"},
@@ -144,6 +147,7 @@ const KeyRow kRows[] = {
     {0x10778070, SHOW_SRIOV, "data=\"Enabled\"", "", 0, 1},
     {0x15B31013, SHOW_SRIOV, "data=enabled", "Sriov@00=1;Sriov@10=1"},
     {0x15B31013, SHOW_SRIOV, "data=Enabled", "Sriov@00=0;Sriov@10=0"},
+    {0x15B31013, SHOW_SRIOV, "data=enabled", "", 1, 0},
     {0x15B31017, SHOW_SRIOV, "data=enabled", ""},
     {0x10DFE200, SHOW_SRIOV, "retdata=enabled", ""},
 
@@ -305,6 +309,9 @@ const KeyRow kRows[] = {
     {0x10772261, SHOW_PF_INFO, "retdata=\r\nFirmwareVersions=1.0,2.0,3.0,5.9\r\n", "Fw0=1.0;Fw1=2.0;Fw2=3.0;Fw3=5.9;FcIov=0"},
     {0x10772261, SHOW_PF_INFO, "retdata=\r\nFirmwareVersions=1.0,2.0,3.0,7.0\r\n", "Fw0=1.0;Fw1=2.0;Fw2=3.0;Fw3=7.0;FcIov=1"},
     {0x10772031, SHOW_PF_INFO, "retdata=FirmwareVersions=1.0,2.0,3.0,7.0\r\n", "Fw0=1.0;Fw1=2.0;Fw2=3.0;Fw3=7.0;FcIov=0"},
+    // A version slot full of dots has no number in it.
+    {0x10772261, SHOW_PF_INFO, "retdata=\r\nFirmwareVersions=1.0,2.0,3.0," + kDots + "\r\n",
+     "Fw0=1.0;Fw1=2.0;Fw2=3.0;Fw3=" + kDots + ";FcIov=0"},
     {0x10772261, SHOW_PF_INFO, "retdata=\r\nBootEnable=Enabled\r\n", "BootEnApply=1;FcIov=0"},
     {0x10772261, SHOW_PF_INFO, "retdata=\r\nBootEnable=Disabled\r\n", "BootEnApply=0;FcIov=0"},
     {0x10772532, SHOW_PF_INFO, "retdata=BootEnable=      Disabl\r\n", "BootEnApply=0;FcIov=0"},
