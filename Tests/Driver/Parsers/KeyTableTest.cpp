@@ -78,7 +78,9 @@ const KeyRow kRows[] = {
     {0x10771644, SHOW_PF_MFG_MAC, "data=\"00:0e:1e:aa:bb:cc\"", "Mfg0=000E1EAABBCC;Mfg0B=000E1EAABBCCEEEE", 0, 0, 2},
     {0x10778070, SHOW_PF_MAC, "data=\"00:00:00:00:00:00\"", "Cur0=0000C9FEDCBA;Cur0B=0000C9FEDCBAEEEE", 0, 0, 0},
     {0x10778070, SHOW_PF_MFG_MAC, "data=\"00:00:00:00:00:00\"", "Mfg0=000000000000;Mfg0B=000000000000EEEE", 0, 0, 0},
-    {0x10778070, SHOW_PF_MAC, "data=\"11:22:33\"", "Cur0B=0000C9012345EEEE", 0, 0, 0},
+    // Shorter than 17 characters: the text stays, and its bytes are converted again.
+    {0x10778070, SHOW_PF_MAC, "data=\"00:0e:1e:aa:bb:", "Cur0B=0000C9012345EEEE", 0, 0, 0},
+    {0x10778070, SHOW_PF_MAC, "data=\"00:0e:1e:aa:bb:c", "Cur0=000E1EAABBC;Cur0B=0000E1EAABBCEEEE", 0, 0, 0},
 
     // ---- SHOW_PORT_EN: "Disabl" for QLogic, "disabl" for Emulex and Mellanox, nothing for others.
     {0x10772031, SHOW_PORT_EN, "retdata=Port Disabl", "PortEn=0;PortEnApply=0"},
@@ -243,7 +245,7 @@ const KeyRow kRows[] = {
     {0x19A20710, SHOW_PF_INFO, "retdata=PfBandwidth=32\r\n", "MinBw=50"},
     {0x19A20710, SHOW_PF_INFO, "retdata=PfBandwidth=100\r\n", "MinBw=16"},
     {0x19A20710, SHOW_PF_INFO, "retdata=PfBandwidth=zz\r\n", ""},
-    {0x19A20710, SHOW_PF_INFO, "retdata=PfRateLimit=64\r\n", "MaxBw=100"},
+    {0x19A20710, SHOW_PF_INFO, "retdata=PfRateLimit=641\r\n", "MaxBw=100"},
     {0x19A20710, SHOW_PF_INFO, "retdata=PfVLANID=0x0064\r\n", "Vlan=100;CurVlan=100;TgtVlan=100"},
     {0x19A20710, SHOW_PF_INFO, "retdata=PfVLANID=0x00641\r\n", "Vlan=100;CurVlan=100;TgtVlan=100"},
     {0x19A20710, SHOW_PF_INFO, "retdata=PfVLANID=0064\r\n", "Vlan=100;CurVlan=100;TgtVlan=100"},
