@@ -4,6 +4,10 @@
 // is converted and where the result goes; the key step searches every key from the value start
 // again (first occurrence, so a key is also found inside a longer key such as "PfMAC=" inside
 // "MFG_PfMAC="), skips the row when the key is absent, and otherwise converts and stores.
+//
+// The search always covers the whole reply, however long its lines. Only a conversion works on a
+// copy: it stages at most its own limit of characters of the value, so the terminated text
+// routines see what they would see in the reply and never more.
 #include "Parsers/ReplyParsers.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
@@ -309,18 +313,35 @@ static const PF_INFO_ROW mQLogic2031Keys[] = {
 // Key step
 // ---------------------------------------------------------------------------------------------
 
-static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, const CHAR8 *ValueText) {
+static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, const CHAR8 *Staged,
+                           const CHAR8 *ValueText, UINTN Remaining) {
   const UINT8 Slot = (UINT8)Row->Action.AddressSlot;
   CHAR8 *Text =
       Row->Action.Manufacturer ? Settings->MfgAddressText[Slot] : Settings->CurrentAddressText[Slot];
   UINT8 *Bytes = Row->Action.Manufacturer ? Settings->MfgAddress[Slot] : Settings->CurrentAddress[Slot];
   mModule.mScanLength = Row->Conversion.Size;
-  CopyChars(Text, ValueText, Row->Conversion.Size);
+  CopyChars(Text, Staged, Row->Conversion.Size);
   // From the reply, not the copied text: a run longer than the slot's bytes must not fit.
-  ConvertAddressBytes(Bytes, Row->Conversion.Bytes, ValueText);
+  ConvertAddressBytes(Bytes, Row->Conversion.Bytes, ValueText, Remaining);
 }
 
-static VOID RunKeyStep(const PF_INFO_ROW *Row, CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+// How many characters of the value a conversion may stage: its own copy limit.
+static UINTN StageLimit(const PF_INFO_CONVERSION &Conversion) {
+  switch (Conversion.Kind) {
+  case PfInfoList:
+    return LIST_COPY_MAX;
+  case PfInfoName:
+    return NAME_COPY_MAX;
+  case PfInfoAddress:
+  case PfInfoHex:
+    return Conversion.Size;
+  default:
+    return WORD_COPY_MAX;
+  }
+}
+
+static VOID RunKeyStep(const PF_INFO_ROW *Row, const CHAR8 *Value, UINTN Length,
+                       FUNCTION_SETTINGS *Settings) {
   if (Row->Condition.FirstFunctionOfAdapterOnly && !mModule.mFirstFunctionOfAdapter) {
     return;
   }
@@ -332,26 +353,30 @@ static VOID RunKeyStep(const PF_INFO_ROW *Row, CHAR8 *Value, UINTN Length, FUNCT
     return;
   }
   mModule.mScanPtr += mModule.mScanLength;
-  CHAR8 *ValueText = mModule.mScanPtr;
+  const CHAR8 *ValueText = mModule.mScanPtr;
   const UINTN Remaining = Length - (UINTN)(ValueText - Value);
 
+  // The value as the terminated routines may read it: up to the conversion's limit, never past
+  // the reply.
+  CHAR8 Staged[PF_INFO_SCRATCH_SIZE];
+  StageValue(Staged, ValueText, Remaining, StageLimit(Row->Conversion));
   CHAR8 Scratch[PF_INFO_SCRATCH_SIZE];
   PF_INFO_VALUE Result = {Scratch, 0};
   const PF_INFO_CONVERSION &Conversion = Row->Conversion;
   switch (Conversion.Kind) {
   case PfInfoWord:
-    CopyLine(Scratch, ValueText, WORD_COPY_MAX);
+    CopyLine(Scratch, Staged, WORD_COPY_MAX);
     break;
   case PfInfoList:
-    CopyLine(Scratch, ValueText, LIST_COPY_MAX);
+    CopyLine(Scratch, Staged, LIST_COPY_MAX);
     SplitVersionList(Conversion.Size, Scratch, Settings);
     break;
   case PfInfoDecimal2:
-    CopyLine(Scratch, ValueText, WORD_COPY_MAX);
+    CopyLine(Scratch, Staged, WORD_COPY_MAX);
     Result.Number = HxStrnDecimalToUint(Scratch, Conversion.Size);
     break;
   case PfInfoDecimal: {
-    CopyLine(Scratch, ValueText, WORD_COPY_MAX);
+    CopyLine(Scratch, Staged, WORD_COPY_MAX);
     mModule.mByteLength = 0;
     const CHAR8 *Cursor = Scratch;
     HxStrDecimalToUintnAdvance(&Cursor, &mModule.mByteLength);
@@ -359,10 +384,10 @@ static VOID RunKeyStep(const PF_INFO_ROW *Row, CHAR8 *Value, UINTN Length, FUNCT
     break;
   }
   case PfInfoAddress:
-    ConvertAddress(Row, Settings, ValueText);
+    ConvertAddress(Row, Settings, Staged, ValueText, Remaining);
     return;
   case PfInfoHex: {
-    CopyChars(Scratch, ValueText, Conversion.Size);
+    CopyChars(Scratch, Staged, Conversion.Size);
     UINT8 Number[2] = {0, 0};
     mModule.mDestPtr = Number;
     mModule.mByteLength = Conversion.Bytes;
@@ -377,7 +402,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Row, CHAR8 *Value, UINTN Length, FUNCT
     break;
   }
   case PfInfoName:
-    CopyLine(Settings->IscsiInitiatorName, ValueText, NAME_COPY_MAX);
+    CopyLine(Settings->IscsiInitiatorName, Staged, NAME_COPY_MAX);
     return;
   case PfInfoFlag:
     Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, Conversion.Keyword) != nullptr ? 1 : 0;
@@ -389,7 +414,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Row, CHAR8 *Value, UINTN Length, FUNCT
 }
 
 template <UINTN N>
-static VOID RunKeyTable(const PF_INFO_ROW (&Table)[N], CHAR8 *Value, UINTN Length,
+static VOID RunKeyTable(const PF_INFO_ROW (&Table)[N], const CHAR8 *Value, UINTN Length,
                         FUNCTION_SETTINGS *Settings) {
   for (UINTN Index = 0; Index < N; Index++) {
     RunKeyStep(&Table[Index], Value, Length, Settings);
@@ -400,14 +425,14 @@ static VOID RunKeyTable(const PF_INFO_ROW (&Table)[N], CHAR8 *Value, UINTN Lengt
 // Parsers
 // ---------------------------------------------------------------------------------------------
 
-VOID ParsePfInfoEmulex0710(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParsePfInfoEmulex0710(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.Emulex0710 || Value == nullptr || Settings == nullptr) {
     return;
   }
   RunKeyTable(mEmulex0710Keys, Value, Length, Settings);
 }
 
-VOID ParsePfInfoEmulex0720(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParsePfInfoEmulex0720(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.Emulex0720 || Value == nullptr || Settings == nullptr) {
     return;
   }
@@ -415,7 +440,7 @@ VOID ParsePfInfoEmulex0720(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settin
   RunKeyTable(mEmulex0720Keys, Value, Length, Settings);
 }
 
-VOID ParsePfInfoQLogic2031(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParsePfInfoQLogic2031(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic2031 || Value == nullptr || Settings == nullptr) {
     return;
   }
