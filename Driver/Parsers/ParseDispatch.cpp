@@ -93,31 +93,23 @@ FUNCTION_SETTINGS *PortListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index)
   return ListEntry(Settings->Ports, Settings->PortCount, Index);
 }
 
-static UINTN HexRunLength(const CHAR8 *Text, UINTN Length) {
-  UINTN Run = 0;
-  UINT8 Digit;
-  while (Run < Length && IsHexDigitChar(&Digit, Text[Run])) {
-    Run++;
-  }
-  return Run;
-}
-
-VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text, UINTN Length) {
+VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
   mModule.mDestPtr = ByteSlot;
   mModule.mByteLength = Capacity;
   mModule.mScanLength = 0;
-  // Only the run is staged: one digit more than fits is enough for the conversion to refuse a
-  // run that is too long, however long it really is.
-  const UINTN Run = HexRunLength(Text, Length);
+  // Too long a run answers EFI_BUFFER_TOO_SMALL without writing; the slot keeps its address.
+  if (AsciiHexStringToBuf(ByteSlot, &mModule.mByteLength, Text, &mModule.mScanLength) == EFI_SUCCESS) {
+    ReverseBytes(ByteSlot, (UINT16)mModule.mByteLength);
+  }
+}
+
+VOID ConvertAddressRun(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text, UINTN Length) {
+  // One digit more than fits is enough for the conversion to refuse a run that is too long,
+  // however long it really is; the run ends at the first character that is not a digit anyway.
   CHAR8 Digits[2 * ADDRESS_BYTES_MAX + 2];
   const UINTN Kept = 2 * Capacity + 1 < sizeof(Digits) - 1 ? 2 * Capacity + 1 : sizeof(Digits) - 1;
-  StageValue(Digits, Text, Run, Kept);
-  // Too long a run answers EFI_BUFFER_TOO_SMALL without writing; the slot keeps its address.
-  if (AsciiHexStringToBuf(ByteSlot, &mModule.mByteLength, Digits, &mModule.mScanLength) == EFI_SUCCESS) {
-    ReverseBytes(ByteSlot, (UINT16)mModule.mByteLength);
-  } else {
-    mModule.mByteLength = (Run + 1) / 2; // the bytes the whole run would need
-  }
+  StageValue(Digits, Text, Length, Kept);
+  ConvertAddressBytes(ByteSlot, Capacity, Digits);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -333,7 +325,7 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
   CHAR8 Terminated[FUNCTION_ADDRESS_SLOT_SIZE];
   CopyMem(Terminated, Text, FUNCTION_ADDRESS_SLOT_SIZE - 1);
   Terminated[FUNCTION_ADDRESS_SLOT_SIZE - 1] = 0;
-  ConvertAddressBytes(Bytes, Command->Bytes, Terminated, FUNCTION_ADDRESS_SLOT_SIZE - 1);
+  ConvertAddressBytes(Bytes, Command->Bytes, Terminated);
 }
 
 static VOID ParseSriovStep(const PARSE_VIEW *View) {

@@ -33,11 +33,12 @@ UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max);
 FUNCTION_SETTINGS *FunctionListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index);
 FUNCTION_SETTINGS *PortListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index);
 
-// Converts the leading run of hexadecimal digits of Text (Length characters, no terminator
-// needed) into ByteSlot, most significant byte first, with room for Capacity bytes. A run that
-// does not fit leaves ByteSlot unchanged; a run of n digits writes (n + 1) / 2 bytes and leaves
-// the others as they were.
-VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text, UINTN Length);
+// Converts the leading run of hexadecimal digits of the NUL-terminated Text into ByteSlot, most
+// significant byte first, with room for Capacity bytes. A run that does not fit leaves ByteSlot
+// unchanged; a run of n digits writes (n + 1) / 2 bytes and leaves the others as they were.
+VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text);
+// The same for the run at the start of Text, which has Length characters and needs no terminator.
+VOID ConvertAddressRun(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text, UINTN Length);
 
 // --- SHOW_PF_INFO key-table parsers (PfInfoParsers.cpp); each acts only for its own family -------
 VOID ParsePfInfoEmulex0710(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings);
