@@ -351,6 +351,30 @@ TEST_F(ReplyReadingTest, NothingPastTheReplyIsReadAndOddTextIsReadAsWritten) {
              (std::vector<int>{S->CurrentAddress[0][0], S->CurrentAddress[0][1], S->CurrentAddress[0][2]}),
              (std::vector<int>{0x00, 0x00, 0xEE}));
        }},
+      {"key at the very end of the reply", kEmulex0720, SHOW_PF_INFO,
+       "retdata=PortEnable=Disabled\r\nMfgMAC=", "00",
+       [](const FUNCTION_SETTINGS *S) {
+         EXPECT_EQ(S->PortEnable, 0);
+         EXPECT_EQ(Text(S->MfgAddressText[0]), "");
+       }},
+      {"keys that share one equals sign", kEmulex0710, SHOW_PF_INFO,
+       "retdata=MFG_WWNN=20000000c9000001\r\nWWNN=20000000c9000002\r\nMFG_PfMAC=0000c9aabbcc\r\nPfMAC="
+       "0000c9112233",
+       "",
+       [](const FUNCTION_SETTINGS *S) {
+         EXPECT_EQ(Text(S->CurrentAddressText[1]) + " " + Text(S->MfgAddressText[1]),
+                   "20000000c9000001 20000000c9000001");
+         EXPECT_EQ(Text(S->CurrentAddressText[0]) + " " + Text(S->MfgAddressText[0]),
+                   "0000c9aabbcc 0000c9aabbcc");
+       }},
+      {"one key for two rows", kQLogic2031, SHOW_PF_INFO,
+       "retdata=WWPN=21000024FF000001\r\nWWNN=20000024FF000001", "",
+       [](const FUNCTION_SETTINGS *S) {
+         EXPECT_EQ(Text(S->CurrentAddressText[0]) + " " + Text(S->MfgAddressText[0]),
+                   "20000024FF000001 20000024FF000001");
+         EXPECT_EQ(Text(S->CurrentAddressText[1]) + " " + Text(S->MfgAddressText[1]),
+                   "21000024FF000001 21000024FF000001");
+       }},
       {"no prefix", kEmulex0720, SHOW_PF_INFO, "PortEnable=Disabled\r\nMAC=0000C9AABB03", "",
        [](const FUNCTION_SETTINGS *S) {
          EXPECT_EQ(S->PortEnable, 0);
