@@ -1,9 +1,9 @@
 // Response parser dispatch: finds the value part of a CLP reply, picks the parse step by command
 // code and adapter family, and runs the small steps that need no parser of their own.
 //
-// Replies come from third-party option ROMs. The dispatcher therefore copies the value part of
-// the reply, bounded by ReplyLength, into ClpCommandBuffer and terminates it there; every step and
-// parser works on that copy only (see ReplyParsers.h for the contract).
+// Replies come from third-party option ROMs and carry no terminator that could be trusted. Every
+// step reads the reply in place, from the value start to ReplyLength and never further (see
+// ReplyParsers.h for the contract); a reply of any length is searched to its end.
 #include "Parsers/DiscoveredState.h"
 #include "Parsers/ReplyParsers.h"
 #include "Strings/DriverStrings.h"
@@ -23,12 +23,20 @@
 #define VIDDID_QLOGIC_1644 0x10771644u
 
 #define VLAN_ID_NONE 4095
+// Longest byte-form address: a WWN.
+#define ADDRESS_BYTES_MAX 8
+// SplitVersionList reads at most four strings of 31 characters and their separators.
+#define VERSION_LIST_CHARS 255
+// Significant digits that a UINTN always holds: 19 decimal, 16 hexadecimal.
+#define DECIMAL_DIGITS_MAX 19
+#define HEX_DIGITS_MAX (2 * sizeof(UINTN))
+#define PXE_VLAN_DIGITS 4
 #define LINK_SPEED_CODE_FLAG 0x4000
 
-// What one parse step gets: the record of the Instance and the terminated value copy.
+// What one parse step gets: the record of the Instance and the value part of the reply.
 typedef struct {
   FUNCTION_SETTINGS *Settings;
-  CHAR8 *Value;
+  const CHAR8 *Value;
   UINTN Length;
   UINTN CommandCode;
   BOOLEAN PrefixFound;
@@ -44,7 +52,7 @@ static UINTN ConstLength(const char *Text) {
   return AsciiStrLen(ASTR(Text));
 }
 
-CHAR8 *FindInValue(CHAR8 *Value, UINTN Length, UINTN Window, const char *Key) {
+const CHAR8 *FindInValue(const CHAR8 *Value, UINTN Length, UINTN Window, const char *Key) {
   mModule.mSearchKey = ASTR(Key);
   mModule.mScanLength = ConstLength(Key);
   mModule.mScanPtr = nullptr;
@@ -56,16 +64,33 @@ CHAR8 *FindInValue(CHAR8 *Value, UINTN Length, UINTN Window, const char *Key) {
   return mModule.mScanPtr;
 }
 
-CHAR8 *FindKeyword(CHAR8 *Value, UINTN Length, const char *Key) {
+const CHAR8 *FindKeyword(const CHAR8 *Value, UINTN Length, const char *Key) {
   return FindInValue(Value, Length, Length, Key);
 }
 
-UINTN FunctionListCount(const FUNCTION_SETTINGS *Settings) {
-  return Settings->FunctionCount < FUNCTION_LIST_ENTRIES ? Settings->FunctionCount : FUNCTION_LIST_ENTRIES;
+UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
+  const UINTN Count = Length < Max ? Length : Max;
+  if (Count > 0) {
+    CopyMem(Dest, Text, Count);
+  }
+  Dest[Count] = 0;
+  return Count;
 }
 
-UINTN PortListCount(const FUNCTION_SETTINGS *Settings) {
-  return Settings->PortCount < FUNCTION_LIST_ENTRIES ? Settings->PortCount : FUNCTION_LIST_ENTRIES;
+// A NULL entry ends the list even when the count says more.
+static FUNCTION_SETTINGS *ListEntry(FUNCTION_SETTINGS *const *List, UINTN Count, UINTN Index) {
+  if (Index >= Count || Index >= FUNCTION_LIST_ENTRIES) {
+    return nullptr;
+  }
+  return List[Index];
+}
+
+FUNCTION_SETTINGS *FunctionListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
+  return ListEntry(Settings->Functions, Settings->FunctionCount, Index);
+}
+
+FUNCTION_SETTINGS *PortListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
+  return ListEntry(Settings->Ports, Settings->PortCount, Index);
 }
 
 VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
@@ -76,6 +101,15 @@ VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
   if (AsciiHexStringToBuf(ByteSlot, &mModule.mByteLength, Text, &mModule.mScanLength) == EFI_SUCCESS) {
     ReverseBytes(ByteSlot, (UINT16)mModule.mByteLength);
   }
+}
+
+VOID ConvertAddressRun(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text, UINTN Length) {
+  // One digit more than fits is enough for the conversion to refuse a run that is too long,
+  // however long it really is; the run ends at the first character that is not a digit anyway.
+  CHAR8 Digits[2 * ADDRESS_BYTES_MAX + 2];
+  const UINTN Kept = 2 * Capacity + 1 < sizeof(Digits) - 1 ? 2 * Capacity + 1 : sizeof(Digits) - 1;
+  StageValue(Digits, Text, Length, Kept);
+  ConvertAddressBytes(ByteSlot, Capacity, Digits);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -102,11 +136,10 @@ static const char *ValuePrefixOf(const FUNCTION_SETTINGS *Settings) {
   }
 }
 
-// Finds the value start in the reply and copies the value, bounded by ReplyLength and cut to
-// PARSE_VALUE_MAX characters, into ClpCommandBuffer with a terminator. The command that produced
-// the reply has run, so the buffer is free. CopyMem moves overlapping bytes correctly, so even a
-// reply that an adapter driver wrote into the command buffer itself is copied intact.
-static VOID PrepareValue(FUNCTION_SETTINGS *Settings, CHAR8 *Reply, UINTN ReplyLength, PARSE_VIEW *View) {
+// The value start: just after the first occurrence of the family's prefix, or the reply's first
+// character when the reply has no prefix.
+static VOID FindValueStart(FUNCTION_SETTINGS *Settings, const CHAR8 *Reply, UINTN ReplyLength,
+                           PARSE_VIEW *View) {
   const char *Prefix = ValuePrefixOf(Settings);
   mModule.mSearchKey = ASTR(Prefix);
   mModule.mScanLength = ConstLength(Prefix);
@@ -117,17 +150,9 @@ static VOID PrepareValue(FUNCTION_SETTINGS *Settings, CHAR8 *Reply, UINTN ReplyL
   if (View->PrefixFound) {
     Offset = (UINTN)(mModule.mScanPtr - Reply) + mModule.mScanLength;
   }
-  UINTN Length = ReplyLength - Offset;
-  if (Length > PARSE_VALUE_MAX) {
-    Length = PARSE_VALUE_MAX;
-  }
-  CHAR8 *Copy = mModule.ClpCommandBuffer;
-  CopyMem(Copy, Reply + Offset, Length);
-  Copy[Length] = 0;
-
   View->Settings = Settings;
-  View->Value = Copy;
-  View->Length = Length;
+  View->Value = Reply + Offset;
+  View->Length = ReplyLength - Offset;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -145,39 +170,37 @@ static VOID ParseVersionStep(const PARSE_VIEW *View) {
   if (!mModule.mFirstFunctionOfAdapter) {
     return;
   }
-  switch (Settings->VendorId) {
-  case VENDOR_QLOGIC:
+  FUNCTION_SETTINGS *PortRecord;
+  if (Settings->VendorId == VENDOR_QLOGIC) {
     // The other QLogic families report their versions in SHOW_PF_INFO.
     if (!mModule.mFamily.QLogic8070) {
       return;
     }
-    for (UINTN Port = 0; Port < PortListCount(Settings); Port++) {
-      FUNCTION_SETTINGS *PortRecord = Settings->Ports[Port];
-      if (PortRecord == nullptr) {
-        continue;
-      }
-      for (UINTN Pf = 0; Pf < FunctionListCount(PortRecord); Pf++) {
-        if (PortRecord->Functions[Pf] != nullptr) {
-          ParseVersionsQLogic8070(3, View->Value, View->Length, PortRecord->Functions[Pf]);
-        }
+    for (UINTN Port = 0; (PortRecord = PortListEntry(Settings, Port)) != nullptr; Port++) {
+      FUNCTION_SETTINGS *Function;
+      for (UINTN Pf = 0; (Function = FunctionListEntry(PortRecord, Pf)) != nullptr; Pf++) {
+        ParseVersionsQLogic8070(3, View->Value, View->Length, Function);
       }
     }
     return;
+  }
+  // The list splitter reads terminated text; it never needs more than its four strings.
+  CHAR8 Versions[VERSION_LIST_CHARS + 1];
+  StageValue(Versions, View->Value, View->Length, VERSION_LIST_CHARS);
+  switch (Settings->VendorId) {
   case VENDOR_MELLANOX:
     if (!View->PrefixFound) {
       return;
     }
-    for (UINTN Port = 0; Port < PortListCount(Settings); Port++) {
-      if (Settings->Ports[Port] != nullptr) {
-        SplitVersionList(2, View->Value, Settings->Ports[Port]);
-      }
+    for (UINTN Port = 0; (PortRecord = PortListEntry(Settings, Port)) != nullptr; Port++) {
+      SplitVersionList(2, Versions, PortRecord);
     }
     return;
   case VENDOR_EMULEX_OEM:
-    SplitVersionList(3, View->Value, Settings);
+    SplitVersionList(3, Versions, Settings);
     return;
   default:
-    SplitVersionList(1, View->Value, Settings);
+    SplitVersionList(1, Versions, Settings);
     return;
   }
 }
@@ -231,10 +254,9 @@ static VOID ParseBootEnableStep(const PARSE_VIEW *View) {
     } else if (mModule.mFamily.QLogic8070 && mModule.mFirstFunctionOfPort) {
       // One reply describes the boot ROM of the whole port.
       const UINT8 Enabled = FindKeyword(View->Value, View->Length, "Disabled") == nullptr ? 1 : 0;
-      for (UINTN Pf = 0; Pf < FunctionListCount(Settings); Pf++) {
-        if (Settings->Functions[Pf] != nullptr) {
-          StoreBootEnable(Settings->Functions[Pf], Enabled);
-        }
+      FUNCTION_SETTINGS *Function;
+      for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
+        StoreBootEnable(Function, Enabled);
       }
     }
     return;
@@ -287,7 +309,9 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
     ParseColonMacQLogic8070(Text, View->Value, View->Length);
   } else {
     mModule.mScanLength = Command->Digits;
-    CopyCharsUpper(Text, View->Value, Command->Digits);
+    CHAR8 Digits[2 * ADDRESS_BYTES_MAX + 1];
+    StageValue(Digits, View->Value, View->Length, Command->Digits);
+    CopyCharsUpper(Text, Digits, Command->Digits);
   }
 
   // An adapter that reports an all-zero current MAC runs on its manufacturer MAC.
@@ -309,16 +333,12 @@ static VOID ParseSriovStep(const PARSE_VIEW *View) {
   if (!mModule.mFirstFunctionOfAdapter) {
     return;
   }
-  for (UINTN Port = 0; Port < PortListCount(Settings); Port++) {
-    FUNCTION_SETTINGS *PortRecord = Settings->Ports[Port];
-    if (PortRecord == nullptr) {
-      continue;
-    }
+  FUNCTION_SETTINGS *PortRecord;
+  for (UINTN Port = 0; (PortRecord = PortListEntry(Settings, Port)) != nullptr; Port++) {
     if (mModule.mFamily.QLogic8070) {
-      for (UINTN Pf = 0; Pf < FunctionListCount(PortRecord); Pf++) {
-        if (PortRecord->Functions[Pf] != nullptr) {
-          ParseSriovQLogic8070(View->Value, View->Length, PortRecord->Functions[Pf]);
-        }
+      FUNCTION_SETTINGS *Function;
+      for (UINTN Pf = 0; (Function = FunctionListEntry(PortRecord, Pf)) != nullptr; Pf++) {
+        ParseSriovQLogic8070(View->Value, View->Length, Function);
       }
     } else if (mModule.mFamily.Mellanox1013) {
       PortRecord->SriovEnabled = FindKeyword(View->Value, View->Length, "enabled") != nullptr ? 1 : 0;
@@ -358,45 +378,48 @@ static VOID ParseRateLimitStep(const PARSE_VIEW *View) {
   }
 }
 
-// The library conversions assert on a number that does not fit a UINTN. A reply is not to
-// stop the boot, so count the significant digits the conversion would read first (skipping
-// what it skips: blanks and tabs, leading zeros, and for hexadecimal an "x" after a zero).
-static BOOLEAN NumberFitsUintn(const CHAR8 *Text, BOOLEAN Hexadecimal) {
-  while (*Text == ' ' || *Text == '\t') {
-    Text++;
+// The library conversions assert on a number that does not fit a UINTN, and they need terminated
+// text. A reply is not to stop the boot and has no terminator, so find the number in place first:
+// skip what the conversion skips (blanks and tabs, leading zeros, and for hexadecimal an "x"
+// after a zero), then stage only its significant digits, or nothing when there are too many.
+static VOID StageNumber(CHAR8 *Digits, const CHAR8 *Text, UINTN Length, BOOLEAN Hexadecimal) {
+  UINTN Position = 0;
+  while (Position < Length && (Text[Position] == ' ' || Text[Position] == '\t')) {
+    Position++;
   }
   BOOLEAN SawZero = FALSE;
-  while (*Text == '0') {
-    Text++;
+  while (Position < Length && Text[Position] == '0') {
+    Position++;
     SawZero = TRUE;
   }
-  if (Hexadecimal && SawZero && (*Text == 'x' || *Text == 'X')) {
-    Text++;
-    while (*Text == '0') {
-      Text++;
+  if (Hexadecimal && SawZero && Position < Length && (Text[Position] == 'x' || Text[Position] == 'X')) {
+    Position++;
+    while (Position < Length && Text[Position] == '0') {
+      Position++;
     }
   }
-  UINTN Digits = 0;
+  UINTN Count = 0;
   UINT8 Digit;
-  while (Hexadecimal ? IsHexDigitChar(&Digit, *Text) : (*Text >= '0' && *Text <= '9')) {
-    Text++;
-    Digits++;
+  while (Position + Count < Length &&
+         (Hexadecimal ? IsHexDigitChar(&Digit, Text[Position + Count])
+                      : (Text[Position + Count] >= '0' && Text[Position + Count] <= '9'))) {
+    Count++;
   }
-  return Hexadecimal ? Digits <= 2 * sizeof(UINTN) : Digits <= 19;
+  const UINTN Limit = Hexadecimal ? HEX_DIGITS_MAX : DECIMAL_DIGITS_MAX;
+  StageValue(Digits, Text + Position, Count <= Limit ? Count : 0, Limit);
 }
 
 static VOID ParseMaxLinkSpeedStep(const PARSE_VIEW *View) {
   const ADAPTER_FAMILY &Family = mModule.mFamily;
+  CHAR8 Digits[DECIMAL_DIGITS_MAX + 1];
   UINTN Speed = 0;
   if (Family.QLogic2261) {
-    if (NumberFitsUintn(View->Value, FALSE)) {
-      Speed = AsciiStrDecimalToUintn(View->Value);
-    }
+    StageNumber(Digits, View->Value, View->Length, FALSE);
+    Speed = AsciiStrDecimalToUintn(Digits);
   } else if (Family.Mellanox1013 || Family.Mellanox1017) {
     // The Mellanox CLP reports the speed in hexadecimal.
-    if (NumberFitsUintn(View->Value, TRUE)) {
-      Speed = AsciiStrHexToUintn(View->Value);
-    }
+    StageNumber(Digits, View->Value, View->Length, TRUE);
+    Speed = AsciiStrHexToUintn(Digits);
   }
   if (Speed == 0) {
     return;
@@ -407,8 +430,10 @@ static VOID ParseMaxLinkSpeedStep(const PARSE_VIEW *View) {
 }
 
 static VOID ParsePxeVlanIdMellanox1013(const PARSE_VIEW *View) {
-  CHAR8 Digits[5];
-  CopyChars(Digits, View->Value, 4);
+  CHAR8 Staged[PXE_VLAN_DIGITS + 1];
+  StageValue(Staged, View->Value, View->Length, PXE_VLAN_DIGITS);
+  CHAR8 Digits[PXE_VLAN_DIGITS + 1];
+  CopyChars(Digits, Staged, PXE_VLAN_DIGITS);
   const UINT16 VlanId = (UINT16)AsciiStrDecimalToUintn(Digits);
   mModule.mCurrentVlanId = VlanId;
   mModule.mTargetVlanId = VlanId;
@@ -465,6 +490,9 @@ static const PARSE_DISPATCH_ENTRY mParseDispatch[] = {
     {SHOW_PXE_VLAN, ParsePxeVlanStep},
 };
 
+// What an empty reply is read as when the adapter driver passes no string at all.
+static const CHAR8 mEmptyReply[1] = {0};
+
 EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Reply, UINT32 ReplyLength,
                          UINTN CommandCode) {
   (void)Instance;
@@ -476,9 +504,15 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
   mModule.mFirstFunctionOfPort = Settings->PfIndex == 0;
   mModule.mFirstFunctionOfAdapter = Settings->PortIndex == 0 && Settings->PfIndex == 0;
 
-  // Nothing to read: even the steps that treat a missing keyword as "enabled" must not act.
-  if (Reply == nullptr || ReplyLength == 0) {
-    return mModule.mConfigStatus;
+  // An empty reply (a failed command's, say) is read like any other: its keywords are absent,
+  // which for several steps is a result. A missing string with a length is nothing that can be
+  // read, so nothing is concluded from it.
+  const CHAR8 *Text = Reply;
+  if (Text == nullptr) {
+    if (ReplyLength != 0) {
+      return mModule.mConfigStatus;
+    }
+    Text = mEmptyReply;
   }
 
   PARSE_STEP Step = nullptr;
@@ -493,7 +527,7 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
   }
 
   PARSE_VIEW View;
-  PrepareValue(Settings, Reply, ReplyLength, &View);
+  FindValueStart(Settings, Text, ReplyLength, &View);
   View.CommandCode = CommandCode;
   Step(&View);
   return mModule.mConfigStatus;

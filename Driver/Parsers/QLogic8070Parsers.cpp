@@ -32,7 +32,7 @@ static const QUOTED_TYPE mQuotedTypes[] = {
 static const char *const mVersionTags[] = {"MBI:", "UEFI:", "MFW:"};
 #define VERSION_TAG_COUNT (sizeof(mVersionTags) / sizeof(mVersionTags[0]))
 
-VOID ParsePfTypeQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParsePfTypeQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
@@ -52,14 +52,14 @@ VOID ParsePfTypeQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settin
   }
 }
 
-VOID ParseSriovQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParseSriovQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
   Settings->SriovEnabled = FindKeyword(Value, Length, "Enable") != nullptr ? 1 : 0;
 }
 
-VOID ParseUmcQLogic8070(CHAR8 *Value, UINTN Length) {
+VOID ParseUmcQLogic8070(const CHAR8 *Value, UINTN Length) {
   if (!mModule.mFamily.QLogic8070) {
     return;
   }
@@ -72,8 +72,9 @@ VOID ParseUmcQLogic8070(CHAR8 *Value, UINTN Length) {
 // cut to its first three characters and the rest of it, up to the separator, is skipped: the
 // element still belongs to its own PF and the following PFs stay aligned with their numbers.
 // The closing quote separates like a comma, so with more PFs than numbers the next PF reads what
-// follows the quote, up to the next separator or the end of the reply.
-VOID ParseBandwidthListQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings,
+// follows the quote, up to the next separator or the end of the reply. The PF list ends at its
+// first NULL entry.
+VOID ParseBandwidthListQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings,
                                   BOOLEAN MaximumBandwidth) {
   if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
     return;
@@ -82,7 +83,8 @@ VOID ParseBandwidthListQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS 
     return;
   }
   UINTN Position = 1;
-  for (UINTN Pf = 0; Pf < FunctionListCount(Settings); Pf++) {
+  FUNCTION_SETTINGS *Function;
+  for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
     CHAR8 Element[BANDWIDTH_ELEMENT_CHARS + 1];
     UINTN Count = 0;
     while (Position < Length && Value[Position] != ',' && Value[Position] != '"') {
@@ -96,11 +98,6 @@ VOID ParseBandwidthListQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS 
     }
     Element[Count] = 0;
     Position++; // over the separator
-    FUNCTION_SETTINGS *Function = Settings->Functions[Pf];
-    // A missing PF record still consumes its number, so PF k keeps number k.
-    if (Function == nullptr) {
-      continue;
-    }
     const UINT8 Percent = (UINT8)AsciiStrDecimalToUintn(Element);
     if (MaximumBandwidth) {
       Function->MaxBandwidth = Percent;
@@ -110,17 +107,21 @@ VOID ParseBandwidthListQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS 
   }
 }
 
-VOID ParseColonMacQLogic8070(CHAR8 *DestText, CHAR8 *Value, UINTN Length) {
+VOID ParseColonMacQLogic8070(CHAR8 *DestText, const CHAR8 *Value, UINTN Length) {
   if (!mModule.mFamily.QLogic8070 || DestText == nullptr || Value == nullptr) {
     return;
   }
-  // A reply too short for a MAC leaves the slot as it was.
-  if (AsciiStrLen(Value) < COLON_MAC_MIN_CHARS) {
+  // The text ends at a NUL or at the reply's end; one too short for a MAC leaves the slot as it was.
+  UINTN TextLength = 0;
+  while (TextLength < Length && Value[TextLength] != 0) {
+    TextLength++;
+  }
+  if (TextLength < COLON_MAC_MIN_CHARS) {
     return;
   }
   CHAR8 Digits[MAC_DIGITS + 1];
   UINTN Count = 0;
-  for (UINTN Position = 1; Position < Length && Value[Position] != 0 && Count < MAC_DIGITS; Position++) {
+  for (UINTN Position = 1; Position < TextLength && Count < MAC_DIGITS; Position++) {
     if (Value[Position] != ':') {
       Digits[Count++] = Value[Position];
     }
@@ -129,12 +130,12 @@ VOID ParseColonMacQLogic8070(CHAR8 *DestText, CHAR8 *Value, UINTN Length) {
   CopyCharsUpper(DestText, Digits, MAC_DIGITS);
 }
 
-VOID ParseVersionsQLogic8070(UINT8 TagCount, CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParseVersionsQLogic8070(UINT8 TagCount, const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
     return;
   }
   for (UINTN Tag = 0; Tag < TagCount && Tag < VERSION_TAG_COUNT; Tag++) {
-    CHAR8 *Match = FindKeyword(Value, Length, mVersionTags[Tag]);
+    const CHAR8 *Match = FindKeyword(Value, Length, mVersionTags[Tag]);
     if (Match == nullptr) {
       continue; // the slot keeps its version
     }
@@ -153,7 +154,7 @@ VOID ParseVersionsQLogic8070(UINT8 TagCount, CHAR8 *Value, UINTN Length, FUNCTIO
   }
 }
 
-VOID ParsePxeVlanIdQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParsePxeVlanIdQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
     return;
   }
@@ -178,14 +179,13 @@ VOID ParsePxeVlanIdQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Set
   }
   // Unlike the other families, 4095 is kept as it is.
   const UINT16 VlanId = (UINT16)AsciiStrDecimalToUintn(Digits);
-  for (UINTN Pf = 0; Pf < FunctionListCount(Settings); Pf++) {
-    if (Settings->Functions[Pf] != nullptr) {
-      Settings->Functions[Pf]->VlanId = VlanId;
-    }
+  FUNCTION_SETTINGS *Function;
+  for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
+    Function->VlanId = VlanId;
   }
 }
 
-VOID ParsePxeVlanQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParsePxeVlanQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
@@ -195,9 +195,8 @@ VOID ParsePxeVlanQLogic8070(CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Setti
     return;
   }
   // Without PXE VLAN tagging no function boots on a VLAN.
-  for (UINTN Pf = 0; Pf < FunctionListCount(Settings); Pf++) {
-    if (Settings->Functions[Pf] != nullptr) {
-      Settings->Functions[Pf]->VlanId = 0;
-    }
+  FUNCTION_SETTINGS *Function;
+  for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
+    Function->VlanId = 0;
   }
 }

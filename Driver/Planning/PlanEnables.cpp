@@ -123,12 +123,12 @@ VOID PlanAddressDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count)
     AppendCommand(Code, Count);
     return;
   }
-  // One decision per port: once a function of the port reached it, later functions do not ask
-  // again until the dispatcher starts the port anew, whether or not a reset was planned.
-  if (Changed && !mModule.mAddrDefaultsPlanned) {
-    AppendCommand(Code, Count);
+  // One reset per port: the command returns every address of the port, so once it is planned
+  // later functions do not ask again until the dispatcher starts the port anew. A function that
+  // needed no reset leaves the question open for the functions after it.
+  if (Changed && !mModule.mAddrDefaultsPlanned && AppendCommand(Code, Count)) {
+    mModule.mAddrDefaultsPlanned = TRUE;
   }
-  mModule.mAddrDefaultsPlanned = TRUE;
 }
 
 BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings) {

@@ -159,10 +159,9 @@ static VOID PlanControllerSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
   }
   const UINTN Ports =
       Settings->PortCount < FUNCTION_LIST_ENTRIES ? Settings->PortCount : FUNCTION_LIST_ENTRIES;
-  for (UINTN Port = 0; Port < Ports; Port++) {
-    if (Settings->Ports[Port] != nullptr) {
-      Settings->Ports[Port]->SriovEnabled = Desired;
-    }
+  // A NULL entry ends the port list.
+  for (UINTN Port = 0; Port < Ports && Settings->Ports[Port] != nullptr; Port++) {
+    Settings->Ports[Port]->SriovEnabled = Desired;
   }
 }
 

@@ -3,7 +3,12 @@
 // Input: family, command code (any value, unknown ones included), the fields of the record the
 // reply is parsed for and of its port/function links, then the reply itself: everything after
 // the header. The reply is handed over in a heap buffer of exactly its length with no terminator,
-// as an option ROM may hand it over, so that reading one byte past it is an ASan report.
+// as an option ROM may hand it over, so that reading one byte past it is an ASan report. Two bits
+// of the hostile-field byte reshape it: a NULL string with the reply's length (nothing may be
+// read or changed), and a run of 1 to 64 KiB of one character inserted into the reply, so that
+// keys lie far beyond the value start.
+#include <cstddef>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -91,13 +96,35 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   mModule.mPfTypeCount = static_cast<UINT8>(In.Byte() % (PF_TYPE_TABLE_ENTRIES + 1));
   mModule.mCurrentPfCount = In.Byte();
 
+  const bool NullWithLength = (Hostile & 32) != 0;
+  size_t Run = 0, RunAt = 0;
+  uint8_t RunChar = 0;
+  if ((Hostile & 64) != 0) {
+    Run = 1024u * (1 + In.Byte() % 64);
+    RunChar = In.Byte();
+    RunAt = In.Byte();
+  }
   std::vector<uint8_t> Reply = In.Rest();
+  if (Run != 0) {
+    Reply.insert(Reply.begin() + static_cast<std::ptrdiff_t>(RunAt % (Reply.size() + 1)), Run, RunChar);
+  }
+  std::vector<FUNCTION_SETTINGS> Before;
+  for (const auto &R : A.Records) {
+    Before.push_back(*R);
+  }
   UINTN Instance = 0;
-  CHAR8 *ReplyPointer = Reply.empty() ? nullptr : reinterpret_cast<CHAR8 *>(Reply.data());
+  CHAR8 *ReplyPointer = Reply.empty() || NullWithLength ? nullptr : reinterpret_cast<CHAR8 *>(Reply.data());
   const EFI_STATUS Status =
       ParseClpReply(Settings, &Instance, ReplyPointer, static_cast<UINT32>(Reply.size()), Code);
   if (Status != EFI_SUCCESS) {
     fuzz::Fail("ParseClpReply failed a reply; parsing never fails");
+  }
+  if (ReplyPointer == nullptr && !Reply.empty()) {
+    for (size_t Index = 0; Index < Before.size(); Index++) {
+      if (std::memcmp(&Before[Index], A.Records[Index].get(), sizeof(FUNCTION_SETTINGS)) != 0) {
+        fuzz::Fail("a NULL reply with a length changed a record");
+      }
+    }
   }
   // Every text slot the parsers write must still be terminated inside its field.
   for (const auto &R : A.Records) {

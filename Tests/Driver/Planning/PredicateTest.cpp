@@ -171,18 +171,18 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   SetText(Second->MfgAddressText[1], "ABCDEF");
   EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
   EXPECT_EQ(Text(Second->CurrentAddressText[1]), "ABCDEF"); // its texts are still returned
-  // Without the platform's request a function with a virtual address wants nothing; with it, the
-  // first deciding function takes the port's decision even when it needed no reset.
+  // Without the platform's request a function with a virtual address wants nothing; with it, a
+  // function that needs no reset leaves the decision to the next one that does.
   Fresh();
   EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
   P.Defaults[1] = TRUE;
   EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
   SetText(S->MfgAddressText[0], "001B210AFF3C");
-  EXPECT_FALSE(Plan(SET_ADDR_DEFAULTS));
+  EXPECT_TRUE(Plan(SET_ADDR_DEFAULTS));
   // The per-name defaults are appended even when the names already agree.
   EXPECT_TRUE(Plan(SET_DEFAULT_WWNN));
   EXPECT_TRUE(Plan(SET_DEFAULT_WWPN));
-  EXPECT_EQ(Planned(), (Codes{SET_DEFAULT_WWNN, SET_DEFAULT_WWPN}));
+  EXPECT_EQ(Planned(), (Codes{SET_ADDR_DEFAULTS, SET_DEFAULT_WWNN, SET_DEFAULT_WWPN}));
   // Port defaults on the QLogic2261 sub-family follow the same wish; other families have none.
   EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
   mModule.mFamily.QLogic2261 = TRUE;
@@ -473,11 +473,11 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   std::vector<FUNCTION_SETTINGS *> Ports;
   for (UINTN Port = 0; Port < 16; Port++) {
     Ports.push_back(NewRecord());
-    S->Ports[Port] = (Port % 3 == 1) ? nullptr : Ports.back();
+    S->Ports[Port] = Ports.back();
   }
   EXPECT_TRUE(Plan(SET_SRIOV_FOR_CONTROLLER));
   for (UINTN Port = 0; Port < 16; Port++) {
-    EXPECT_EQ(Ports[Port]->SriovEnabled, Port % 3 == 1 ? 0 : 1) << Port;
+    EXPECT_EQ(Ports[Port]->SriovEnabled, 1) << Port;
   }
 }
 
