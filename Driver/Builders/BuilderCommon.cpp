@@ -7,22 +7,14 @@
 
 // --- Constant tables ---------------------------------------------------------------------------
 
-static const CHAR8 kTypeNic[] = "NIC";
-static const CHAR8 kTypeFc[] = "FC";
-static const CHAR8 kTypeFcoe[] = "FCoE";
-static const CHAR8 kTypeIscsi[] = "iSCSI";
-static const CHAR8 kTypeIb[] = "IB";
-static const CHAR8 kTypeUnknown[] = "UNKNOWN";
-static const CHAR8 kTypeRoce[] = "RoCE";
-static const CHAR8 kTypeDisable[] = "Disable";
-
-const CHAR8 *const mPfTypeNames[8] = {kTypeNic, kTypeFc,      kTypeFcoe, kTypeIscsi,
-                                      kTypeIb,  kTypeUnknown, kTypeRoce, kTypeDisable};
+// Tables of words are fixed-size rows rather than pointers: a pointer costs a load-time
+// relocation.
+const CHAR8 mPfTypeNames[8][8] = {"NIC", "FC", "FCoE", "iSCSI", "IB", "UNKNOWN", "RoCE", "Disable"};
 
 const UINT64 mPfIndexTable[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
 struct CLP_WORDS {
-  const char *Word[4];
+  char Word[4][12];
   UINT8 Count;
   UINT8 Fallback; // word of a number that has none (ByIndex)
 };
@@ -43,8 +35,8 @@ static const CLP_WORDS kWordLists[] = {
 };
 
 struct CLP_NUMBER {
-  const char *Format;
-  UINTN Capacity;
+  char Format[5];
+  UINT16 Capacity;
 };
 
 // Indexed by CLP_NUMBER_FORMAT.
@@ -311,8 +303,8 @@ static VOID AppendWord(CHAR8 *End, UINTN Used, const CHAR8 *Word) {
 
 static VOID AppendTopology(CHAR8 *End, const CHAR8 *Topology) {
   static const struct {
-    const char *From;
-    const char *To;
+    char From[3];
+    char To[3];
   } kTopologies[] = {{"00", "02"}, {"04", "01"}, {"0C", "00"}};
   CHAR8 Text[3];
   CopyChars(Text, Topology, 2);
@@ -328,7 +320,7 @@ static VOID AppendTopology(CHAR8 *End, const CHAR8 *Topology) {
 
 // Bytes a value may write behind the prefix, terminator included (printed values are cut to
 // the room left instead).
-static UINTN ValueNeed(const CLP_LINE *Line) {
+static UINTN ValueNeed(const CLP_ROW *Line) {
   switch (Line->Kind) {
   case ValHexBytes:
     return 2u * Line->Param + 1;
@@ -347,7 +339,7 @@ static UINTN ValueNeed(const CLP_LINE *Line) {
   }
 }
 
-static VOID AppendValue(const CLP_LINE *Line, const CLP_VALUE *Value) {
+static VOID AppendValue(const CLP_ROW *Line, const CLP_VALUE *Value) {
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
   const UINTN Used = BoundedLength(Buffer, CLP_BUFFER_BYTES - 1);
   CHAR8 *End = Buffer + Used;
@@ -465,9 +457,8 @@ static VOID PatchDigit(CHAR8 *Position, CHAR8 Digit) {
   }
 }
 
-static VOID CopyTemplate(const CLP_LINE *Line) {
+static VOID CopyTemplate(const CLP_ROW *Line, const CHAR8 *Text) {
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
-  const CHAR8 *Text = ASTR(Line->Prefix);
   const UINTN Length = BoundedLength(Text, CLP_BUFFER_BYTES - 1);
   for (UINTN Index = 0; Index < Length; Index++) {
     Buffer[Index] = Text[Index];
@@ -515,7 +506,7 @@ static UINT32 ArgumentValue(UINT8 Arg, const FUNCTION_SETTINGS *Function, const 
   }
 }
 
-static BOOLEAN ConditionHolds(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function) {
+static BOOLEAN ConditionHolds(const CLP_ROW *Line, const FUNCTION_SETTINGS *Function) {
   switch (Line->Condition) {
   case CondPartitioned:
     return mModule.mCurrentUmc == 1;
@@ -564,13 +555,13 @@ static VOID StoreSentValue(UINT8 Store, const FUNCTION_SETTINGS *Function, UINT6
   }
 }
 
-const CLP_LINE *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function) {
+const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function) {
   if (Dialect == nullptr || Code > 0xFF) {
     return nullptr;
   }
   Function = ClpFunctionOrAbsent(Function);
   for (UINTN Index = 0; Index < Dialect->Count; Index++) {
-    const CLP_LINE *Line = &Dialect->Lines[Index];
+    const CLP_ROW *Line = &Dialect->Rows[Index];
     if (Line->Code == Code && ConditionHolds(Line, Function)) {
       return Line;
     }
@@ -578,8 +569,10 @@ const CLP_LINE *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCT
   return nullptr;
 }
 
-EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, UINTN FormatCapacity,
+EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUNCTION_SETTINGS *Function,
                       BOOLEAN *ParseResponse) {
+  const CHAR8 *Prefix = Dialect->Pool + Line->Prefix;
+  const UINTN FormatCapacity = Dialect->FormatCapacity;
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
   EFI_STATUS Status = EFI_SUCCESS;
   Function = ClpFunctionOrAbsent(Function);
@@ -590,10 +583,10 @@ EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, U
     mModule.mClpTargetDigit = Line->TargetDigit;
   }
   if (Line->Form == LineTemplate) {
-    CopyTemplate(Line);
+    CopyTemplate(Line, Prefix);
   } else {
-    AsciiSPrint(Buffer, FormatCapacity < CLP_BUFFER_BYTES ? FormatCapacity : CLP_BUFFER_BYTES, Line->Prefix,
-                ArgumentValue(Line->Args[0], Function, &Value),
+    AsciiSPrint(Buffer, FormatCapacity < CLP_BUFFER_BYTES ? FormatCapacity : CLP_BUFFER_BYTES,
+                (const char *)Prefix, ArgumentValue(Line->Args[0], Function, &Value),
                 ArgumentValue(Line->Args[1], Function, &Value),
                 ArgumentValue(Line->Args[2], Function, &Value));
   }
@@ -656,9 +649,9 @@ EFI_STATUS BuildFromDialect(const CLP_DIALECT *Dialect, CLP_DIGIT_MODE DigitMode
     WriteClpExit();
     return EFI_SUCCESS;
   }
-  const CLP_LINE *Line = FindClpLine(Dialect, Code, Function);
+  const CLP_ROW *Line = FindClpLine(Dialect, Code, Function);
   if (Line == nullptr) {
     return RefuseClpCode(Adapter, UnknownRule);
   }
-  return RunClpLine(Line, Function, Dialect->FormatCapacity, ParseResponse);
+  return RunClpLine(Dialect, Line, Function, ParseResponse);
 }

@@ -259,14 +259,117 @@ constexpr CLP_LINE Fmt(UINT32 Code, const char *Text, CLP_ARG A0 = ArgNone, CLP_
                   SrcNone, ValNone,    0,          IfOne, StoreNone, 0, FALSE};
 }
 
-struct CLP_DIALECT {
-  const CLP_LINE *Lines;
-  UINTN Count;
-  UINTN FormatCapacity; // capacity of a format line printed into the whole buffer
+// A row as the image stores it: the CLP_LINE with its prefix as an offset into the text pool of
+// its dialect. The tables thus hold no pointers, which would each cost a load-time relocation.
+struct CLP_ROW {
+  UINT16 Prefix; // offset of the template or print format in the dialect's text pool
+  UINT16 Param;
+  UINT8 Code; // codes above 255 have no line
+  UINT8 Condition;
+  UINT8 Form;
+  UINT8 Digits;
+  CHAR8 TargetDigit;
+  UINT8 Args[3];
+  UINT8 Source;
+  UINT8 Kind;
+  UINT8 Rule;
+  UINT8 Store;
+  UINT8 Space;
+  BOOLEAN ParseReply;
 };
 
-template <UINTN N> constexpr CLP_DIALECT MakeDialect(const CLP_LINE (&Lines)[N], UINTN FormatCapacity) {
-  return CLP_DIALECT{Lines, N, FormatCapacity};
+// The rows of one dialect and the texts they name, each text once.
+template <UINTN RowCount, UINTN PoolBytes> struct CLP_TABLE {
+  CLP_ROW Rows[RowCount];
+  CHAR8 Pool[PoolBytes];
+};
+
+constexpr UINTN ClpTextBytes(const char *Text) {
+  UINTN Length = 0;
+  while (Text[Length] != 0) {
+    Length++;
+  }
+  return Length + 1;
+}
+
+constexpr BOOLEAN ClpTextsEqual(const char *A, const char *B) {
+  UINTN Index = 0;
+  while (A[Index] != 0 && A[Index] == B[Index]) {
+    Index++;
+  }
+  return A[Index] == B[Index];
+}
+
+// Index of the first line before Index with the same prefix as line Index (Index itself if none).
+template <UINTN N> constexpr UINTN ClpFirstWithPrefix(const CLP_LINE (&Lines)[N], UINTN Index) {
+  for (UINTN Earlier = 0; Earlier < Index; Earlier++) {
+    if (ClpTextsEqual(Lines[Earlier].Prefix, Lines[Index].Prefix)) {
+      return Earlier;
+    }
+  }
+  return Index;
+}
+
+template <UINTN N> constexpr UINTN ClpPoolBytes(const CLP_LINE (&Lines)[N]) {
+  UINTN Bytes = 0;
+  for (UINTN Index = 0; Index < N; Index++) {
+    if (ClpFirstWithPrefix(Lines, Index) == Index) {
+      Bytes += ClpTextBytes(Lines[Index].Prefix);
+    }
+  }
+  return Bytes;
+}
+
+// Turns the readable lines into the stored table; evaluated by the compiler only.
+template <UINTN PoolBytes, UINTN N>
+constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N]) {
+  static_assert(PoolBytes <= 0xFFFF, "a dialect's texts must be reachable with 16-bit offsets");
+  CLP_TABLE<N, PoolBytes> Table{};
+  UINTN Used = 0;
+  for (UINTN Index = 0; Index < N; Index++) {
+    const CLP_LINE &Line = Lines[Index];
+    CLP_ROW &Row = Table.Rows[Index];
+    const UINTN First = ClpFirstWithPrefix(Lines, Index);
+    if (First == Index) {
+      Row.Prefix = (UINT16)Used;
+      for (UINTN Char = 0; Char < ClpTextBytes(Line.Prefix); Char++) {
+        Table.Pool[Used++] = (CHAR8)Line.Prefix[Char];
+      }
+    } else {
+      Row.Prefix = Table.Rows[First].Prefix;
+    }
+    Row.Param = Line.Param;
+    Row.Code = (UINT8)Line.Code;
+    Row.Condition = Line.Condition;
+    Row.Form = Line.Form;
+    Row.Digits = Line.Digits;
+    Row.TargetDigit = Line.TargetDigit;
+    Row.Args[0] = Line.Args[0];
+    Row.Args[1] = Line.Args[1];
+    Row.Args[2] = Line.Args[2];
+    Row.Source = Line.Source;
+    Row.Kind = Line.Kind;
+    Row.Rule = Line.Rule;
+    Row.Store = Line.Store;
+    Row.Space = Line.Space;
+    Row.ParseReply = Line.ParseReply;
+  }
+  return Table;
+}
+
+// Packs a constexpr array of CLP_LINE rows into a constexpr CLP_TABLE named Table.
+#define CLP_PACKED_TABLE(Table, Lines) static constexpr auto Table = PackClpLines<ClpPoolBytes(Lines)>(Lines)
+
+struct CLP_DIALECT {
+  const CLP_ROW *Rows;
+  const CHAR8 *Pool;
+  UINT16 Count;
+  UINT16 FormatCapacity; // capacity of a format line printed into the whole buffer
+};
+
+template <UINTN N, UINTN PoolBytes>
+constexpr CLP_DIALECT MakeDialect(const CLP_TABLE<N, PoolBytes> &Table, UINTN FormatCapacity) {
+  return CLP_DIALECT{Table.Rows, Table.Pool, (UINT16)N, (UINT16)FormatCapacity};
 }
 
 // How a builder prepares the digit characters before anything else.
@@ -285,12 +388,12 @@ enum CLP_UNKNOWN_RULE : UINT8 {
 VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode);
 
 // First row of Dialect for Code whose condition holds, or NULL. Codes above 255 never match.
-const CLP_LINE *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function);
+const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function);
 
-// Writes the row into ClpCommandBuffer (after making it empty), performs its store and sets the
-// parse flag when the row says so. Returns EFI_BUFFER_TOO_SMALL (and leaves the buffer empty)
-// only when the row has a Space and CheckClpBufferSpace refuses it.
-EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, UINTN FormatCapacity,
+// Writes the row of Dialect into ClpCommandBuffer (after making it empty), performs its store and
+// sets the parse flag when the row says so. Returns EFI_BUFFER_TOO_SMALL (and leaves the buffer
+// empty) only when the row has a Space and CheckClpBufferSpace refuses it.
+EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUNCTION_SETTINGS *Function,
                       BOOLEAN *ParseResponse);
 
 VOID WriteClpExit(VOID);

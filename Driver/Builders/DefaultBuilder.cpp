@@ -103,10 +103,14 @@ static constexpr CLP_LINE kIntelLines[] = {
 
 // clang-format on
 
-const CLP_DIALECT mOemPortFunctionDialect = MakeDialect(kOemPortFunctionLines, CLP_BUFFER_BYTES);
-const CLP_DIALECT mIntelDialect = MakeDialect(kIntelLines, CLP_BUFFER_BYTES);
-static const CLP_DIALECT kVendorIndependent = MakeDialect(kVendorIndependentLines, CLP_BUFFER_BYTES);
-static const CLP_DIALECT kPerVendor = MakeDialect(kPerVendorCodes, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kOemPortFunctionTable, kOemPortFunctionLines);
+CLP_PACKED_TABLE(kIntelTable, kIntelLines);
+CLP_PACKED_TABLE(kVendorIndependentTable, kVendorIndependentLines);
+CLP_PACKED_TABLE(kPerVendorTable, kPerVendorCodes);
+const CLP_DIALECT mOemPortFunctionDialect = MakeDialect(kOemPortFunctionTable, CLP_BUFFER_BYTES);
+const CLP_DIALECT mIntelDialect = MakeDialect(kIntelTable, CLP_BUFFER_BYTES);
+static const CLP_DIALECT kVendorIndependent = MakeDialect(kVendorIndependentTable, CLP_BUFFER_BYTES);
+static const CLP_DIALECT kPerVendor = MakeDialect(kPerVendorTable, CLP_BUFFER_BYTES);
 
 static const CLP_DIALECT *DialectOfVendor(UINT16 VendorId) {
   static const struct {
@@ -135,21 +139,21 @@ EFI_STATUS BuildDefaultClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *
     return EFI_SUCCESS;
   }
 
-  const CLP_LINE *Line = FindClpLine(&kVendorIndependent, Code, Entry);
+  const CLP_ROW *Line = FindClpLine(&kVendorIndependent, Code, Entry);
   if (Line != nullptr) {
-    return RunClpLine(Line, Entry, kVendorIndependent.FormatCapacity, ParseResponse);
+    return RunClpLine(&kVendorIndependent, Line, Entry, ParseResponse);
   }
 
-  const CLP_LINE *NoVendorLine = FindClpLine(&kPerVendor, Code, Entry);
+  const CLP_ROW *NoVendorLine = FindClpLine(&kPerVendor, Code, Entry);
   if (NoVendorLine == nullptr) {
     return RefuseClpCode(Adapter, UnknownClearsReconfigure);
   }
   const CLP_DIALECT *Dialect = DialectOfVendor(Entry->VendorId);
   Line = FindClpLine(Dialect, Code, Entry);
   if (Line == nullptr) {
-    return RunClpLine(NoVendorLine, Entry, kPerVendor.FormatCapacity, ParseResponse);
+    return RunClpLine(&kPerVendor, NoVendorLine, Entry, ParseResponse);
   }
-  const EFI_STATUS Status = RunClpLine(Line, Entry, Dialect->FormatCapacity, ParseResponse);
+  const EFI_STATUS Status = RunClpLine(Dialect, Line, Entry, ParseResponse);
   // The parse flag belongs to the code, whatever the vendor's line says.
   if (NoVendorLine->ParseReply && ParseResponse != nullptr) {
     *ParseResponse = TRUE;

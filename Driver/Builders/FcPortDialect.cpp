@@ -34,4 +34,5 @@ static constexpr CLP_LINE kFcPortLines[] = {
 };
 // clang-format on
 
-const CLP_DIALECT mFcPortDialect = MakeDialect(kFcPortLines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kFcPortTable, kFcPortLines);
+const CLP_DIALECT mFcPortDialect = MakeDialect(kFcPortTable, CLP_BUFFER_BYTES);

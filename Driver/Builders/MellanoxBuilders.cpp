@@ -27,8 +27,10 @@ static constexpr CLP_LINE kMellanox1017Lines[] = {
 };
 // clang-format on
 
-static const CLP_DIALECT kMellanox1013 = MakeDialect(kMellanox1013Lines, CLP_BUFFER_BYTES);
-static const CLP_DIALECT kMellanox1017 = MakeDialect(kMellanox1017Lines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kMellanox1013Table, kMellanox1013Lines);
+static const CLP_DIALECT kMellanox1013 = MakeDialect(kMellanox1013Table, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kMellanox1017Table, kMellanox1017Lines);
+static const CLP_DIALECT kMellanox1017 = MakeDialect(kMellanox1017Table, CLP_BUFFER_BYTES);
 
 EFI_STATUS BuildMellanox1013ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                        BOOLEAN *ParseResponse) {

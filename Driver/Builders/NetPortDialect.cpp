@@ -38,4 +38,5 @@ static constexpr CLP_LINE kNetPortLines[] = {
 };
 // clang-format on
 
-const CLP_DIALECT mNetPortDialect = MakeDialect(kNetPortLines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kNetPortTable, kNetPortLines);
+const CLP_DIALECT mNetPortDialect = MakeDialect(kNetPortTable, CLP_BUFFER_BYTES);

@@ -14,18 +14,37 @@ const UINTN kZeroPad = 0x2;
 const UINTN kLong = 0x4;
 const UINTN kHasPrecision = 0x8;
 
-const char *const kErrorNames[] = {
-    nullptr,           "Load Error",       "Invalid Parameter", "Unsupported",
-    "Bad Buffer Size", "Buffer Too Small", "Not Ready",         "Device Error",
-    "Write Protected", "Out of Resources", "Volume Corrupt",    "Volume Full",
-    "No Media",        "Media changed",    "Not Found",         "Access Denied",
-    "No Response",     "No mapping",       "Time out",          "Not started",
-    "Already started", "Aborted",          "ICMP Error",        "TFTP Error",
+// Fixed-size rows rather than pointers: a pointer table costs a load-time relocation per entry.
+const char kErrorNames[][18] = {
+    "",
+    "Load Error",
+    "Invalid Parameter",
+    "Unsupported",
+    "Bad Buffer Size",
+    "Buffer Too Small",
+    "Not Ready",
+    "Device Error",
+    "Write Protected",
+    "Out of Resources",
+    "Volume Corrupt",
+    "Volume Full",
+    "No Media",
+    "Media changed",
+    "Not Found",
+    "Access Denied",
+    "No Response",
+    "No mapping",
+    "Time out",
+    "Not started",
+    "Already started",
+    "Aborted",
+    "ICMP Error",
+    "TFTP Error",
     "Protocol Error",
 };
 
-const char *const kWarningNames[] = {
-    nullptr,
+const char kWarningNames[][25] = {
+    "",
     "Warning Unknown Glyph",
     "Warning Delete Failure",
     "Warning Write Failure",
