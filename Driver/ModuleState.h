@@ -23,6 +23,7 @@
 #define PF_TYPE_TABLE_ENTRIES 16
 #define CLP_LOG_HEADER_SIZE 61
 #define PLAN_INSTANCE_NONE 255
+#define IPMI_REQUEST_COPY_SIZE 256
 
 // One flag per adapter family; QLogic2261 is a sub-flag set together with QLogic2031.
 typedef struct {
@@ -152,6 +153,9 @@ struct DRIVER_MODULE_STATE {
 
   // --- Management-controller reporting --------------------------------------------------------
   IPMI_TRANSPORT_PROTOCOL *mIpmiTransport = nullptr;
+  // The transport's private copy of a request; here rather than on the stack, because the send
+  // runs at the bottom of the deepest Query paths.
+  UINT8 mIpmiRequestCopy[IPMI_REQUEST_COPY_SIZE] = {};
   CHAR8 mClpLogHeader[CLP_LOG_HEADER_SIZE] = {};
 };
 
