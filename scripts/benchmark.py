@@ -128,16 +128,27 @@ def measure_image(firmware_dir):
 
 
 def measure_static(firmware_dir):
+    """.data/.bss/.rodata that the driver's own code (not crt0 or gnu-efi's libraries) brings into
+    the image, from the link map: the driver is compiled at the link, so its objects hold none."""
+    link_map = os.path.join(firmware_dir, "PlatformToDriver.map")
+    if not os.path.exists(link_map):
+        sys.exit("benchmark: no link map " + link_map)
     totals = collections.Counter()
-    objects = glob.glob(os.path.join(firmware_dir, "CMakeFiles", "ptd_firmware_driver_objects.dir", "**", "*.o"),
-                        recursive=True)
-    if not objects:
-        sys.exit("benchmark: no firmware driver objects below " + firmware_dir)
-    for line in run("size", "-A", *objects).splitlines():
-        match = re.match(r"(\.(?:data|bss|rodata)[^\s]*)\s+(\d+)", line)
+    with open(link_map) as handle:
+        lines = handle.read().split("Linker script and memory map", 1)[-1].splitlines()
+    pending = None
+    for line in lines:
+        # An input section: " .name  0xADDRESS  0xSIZE  file", wrapped after a long name.
+        match = re.match(r"^ (\.(?:s?data|rodata|s?bss)[^\s]*)(?:\s+0x[0-9a-f]+\s+0x([0-9a-f]+)\s+(\S.*))?$", line)
         if match:
-            kind = match[1].split(".")[1]
-            totals[kind] += int(match[2])
+            pending = match[1] if match[2] is None else None
+            if match[2] is not None and "/usr/lib/" not in match[3]:
+                totals[match[1].split(".")[1].lstrip("s")] += int(match[2], 16)
+            continue
+        wrapped = re.match(r"^\s+0x[0-9a-f]+\s+0x([0-9a-f]+)\s+(\S.*)$", line)
+        if pending and wrapped and "/usr/lib/" not in wrapped[2]:
+            totals[pending.split(".")[1].lstrip("s")] += int(wrapped[1], 16)
+        pending = None
     return {"dataBytes": totals["data"], "bssBytes": totals["bss"], "rodataBytes": totals["rodata"]}
 
 
