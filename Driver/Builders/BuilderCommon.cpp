@@ -560,10 +560,21 @@ const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTI
     return nullptr;
   }
   Function = ClpFunctionOrAbsent(Function);
-  for (UINTN Index = 0; Index < Dialect->Count; Index++) {
-    const CLP_ROW *Line = &Dialect->Rows[Index];
-    if (Line->Code == Code && ConditionHolds(Line, Function)) {
-      return Line;
+  // The rows are ordered by code: find the first row of the code, then take the first of its
+  // rows whose condition holds.
+  UINTN Low = 0;
+  UINTN High = Dialect->Count;
+  while (Low < High) {
+    const UINTN Middle = (Low + High) / 2;
+    if (Dialect->Rows[Middle].Code < Code) {
+      Low = Middle + 1;
+    } else {
+      High = Middle;
+    }
+  }
+  for (UINTN Index = Low; Index < Dialect->Count && Dialect->Rows[Index].Code == Code; Index++) {
+    if (ConditionHolds(&Dialect->Rows[Index], Function)) {
+      return &Dialect->Rows[Index];
     }
   }
   return nullptr;
@@ -611,14 +622,31 @@ EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUN
 
 // --- Frames ------------------------------------------------------------------------------------
 
+// Decimal digits of Value appended at Text[*Length], as long as they fit in Capacity characters.
+static VOID AppendDigits(CHAR8 *Text, UINTN *Length, UINTN Capacity, UINT32 Value) {
+  CHAR8 Digits[10];
+  UINTN Count = 0;
+  do {
+    Digits[Count++] = (CHAR8)('0' + Value % 10);
+    Value /= 10;
+  } while (Value != 0);
+  while (Count > 0 && *Length < Capacity) {
+    Text[(*Length)++] = Digits[--Count];
+  }
+}
+
 VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode) {
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
   if (Mode != DigitsUnused) {
     Function = ClpFunctionOrAbsent(Function);
     const UINT32 Offset = Mode == DigitsFromOne ? 1 : 0;
-    // The capacity of 3 keeps only the first digit of a two-digit number.
-    AsciiSPrint(Buffer, 3, "%01d%01d", (UINT32)Function->PortIndex + Offset,
-                (UINT32)Function->PfIndex + Offset);
+    // What "%01d%01d" printed with a capacity of 3 leaves: the first two characters of the two
+    // numbers written one after the other, so a two-digit number contributes only its first
+    // digit. Written directly: this runs for every command.
+    UINTN Length = 0;
+    AppendDigits(Buffer, &Length, 2, (UINT32)Function->PortIndex + Offset);
+    AppendDigits(Buffer, &Length, 2, (UINT32)Function->PfIndex + Offset);
+    Buffer[Length] = 0;
     mModule.mClpPortDigit = Buffer[0];
     mModule.mClpPfDigit = Buffer[1];
     mModule.mClpTargetDigit = '0';

@@ -320,7 +320,7 @@ template <UINTN N> constexpr UINTN ClpPoolBytes(const CLP_LINE (&Lines)[N]) {
   return Bytes;
 }
 
-// Turns the readable lines into the stored table; evaluated by the compiler only.
+// Turns the readable lines into the stored table, ordered by code; evaluated by the compiler only.
 template <UINTN PoolBytes, UINTN N>
 constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N]) {
   static_assert(PoolBytes <= 0xFFFF, "a dialect's texts must be reachable with 16-bit offsets");
@@ -353,6 +353,16 @@ constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N]) {
     Row.Store = Line.Store;
     Row.Space = Line.Space;
     Row.ParseReply = Line.ParseReply;
+  }
+  // Rows ordered by code (stably: among the rows of one code the first whose condition holds
+  // wins), so that a lookup can search instead of scanning the table.
+  for (UINTN Index = 1; Index < N; Index++) {
+    const CLP_ROW Row = Table.Rows[Index];
+    UINTN Slot = Index;
+    for (; Slot > 0 && Table.Rows[Slot - 1].Code > Row.Code; Slot--) {
+      Table.Rows[Slot] = Table.Rows[Slot - 1];
+    }
+    Table.Rows[Slot] = Row;
   }
   return Table;
 }
