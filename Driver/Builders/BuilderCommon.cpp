@@ -7,20 +7,20 @@
 
 // --- Constant tables ---------------------------------------------------------------------------
 
-// Tables of words are fixed-size rows rather than pointers: a pointer costs a load-time
-// relocation.
+// Fixed-size rows rather than pointers: a pointer costs a load-time relocation.
 const CHAR8 mPfTypeNames[8][8] = {"NIC", "FC", "FCoE", "iSCSI", "IB", "UNKNOWN", "RoCE", "Disable"};
 
 const UINT64 mPfIndexTable[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
-struct CLP_WORDS {
-  char Word[4][12];
+// A word list as written: its words, how many, and the word of a number that has none (ByIndex).
+struct CLP_WORDS_TEXT {
+  const char *Word[4];
   UINT8 Count;
-  UINT8 Fallback; // word of a number that has none (ByIndex)
+  UINT8 Fallback;
 };
 
-// Indexed by CLP_WORD_LIST.
-static const CLP_WORDS kWordLists[] = {
+// Indexed by CLP_WORD_LIST. Evaluated by the compiler only: the image holds kWordTable below.
+static constexpr CLP_WORDS_TEXT kWordLists[] = {
     {{"disable", "enabled"}, 2, 0},                              // WordsLowerShort
     {{"Disable", "Enable"}, 2, 0},                               // WordsCapitalShort
     {{"Disabled", "Enabled"}, 2, 0},                             // WordsCapital
@@ -33,6 +33,49 @@ static const CLP_WORDS kWordLists[] = {
     {{"RoCE-2", "RoCE-1"}, 2, 0},                                // WordsRoceProfile
     {{"Disabled", "UNDI", "Ethernet"}, 3, 0},                    // WordsBootMode
 };
+
+constexpr UINTN kWordListCount = sizeof(kWordLists) / sizeof(kWordLists[0]);
+
+// Stored: each list's words one after another in one text, each ended by a NUL; a list names the
+// offset of its first word.
+struct CLP_WORDS {
+  UINT8 First;
+  UINT8 Count;
+  UINT8 Fallback;
+};
+
+constexpr UINTN ClpWordBytes() {
+  UINTN Bytes = 0;
+  for (const CLP_WORDS_TEXT &List : kWordLists) {
+    for (UINTN Index = 0; Index < List.Count; Index++) {
+      Bytes += ClpTextBytes(List.Word[Index]);
+    }
+  }
+  return Bytes;
+}
+
+struct CLP_WORD_TABLE {
+  CLP_WORDS List[kWordListCount];
+  CHAR8 Text[ClpWordBytes()];
+};
+static_assert(ClpWordBytes() <= 0xFF, "word offsets are 8-bit");
+
+constexpr CLP_WORD_TABLE PackClpWords() {
+  CLP_WORD_TABLE Table{};
+  UINTN Used = 0;
+  for (UINTN ListIndex = 0; ListIndex < kWordListCount; ListIndex++) {
+    const CLP_WORDS_TEXT &List = kWordLists[ListIndex];
+    Table.List[ListIndex] = CLP_WORDS{(UINT8)Used, List.Count, List.Fallback};
+    for (UINTN Index = 0; Index < List.Count; Index++) {
+      for (UINTN Char = 0; Char < ClpTextBytes(List.Word[Index]); Char++) {
+        Table.Text[Used++] = (CHAR8)List.Word[Index][Char];
+      }
+    }
+  }
+  return Table;
+}
+
+static constexpr CLP_WORD_TABLE kWordTable = PackClpWords();
 
 struct CLP_NUMBER {
   char Format[5];
@@ -269,10 +312,10 @@ static CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
 }
 
 static const char *SelectWord(UINT8 List, UINT8 Rule, UINT64 Number) {
-  if (List >= sizeof(kWordLists) / sizeof(kWordLists[0])) {
+  if (List >= kWordListCount) {
     return "";
   }
-  const CLP_WORDS *Words = &kWordLists[List];
+  const CLP_WORDS *Words = &kWordTable.List[List];
   UINT64 Index;
   switch (Rule) {
   case IfOne:
@@ -288,7 +331,14 @@ static const char *SelectWord(UINT8 List, UINT8 Rule, UINT64 Number) {
     Index = Number < Words->Count ? Number : Words->Fallback;
     break;
   }
-  return Words->Word[Index];
+  const CHAR8 *Word = &kWordTable.Text[Words->First];
+  for (; Index > 0; Index--) {
+    while (*Word != 0) {
+      Word++;
+    }
+    Word++;
+  }
+  return (const char *)Word;
 }
 
 // Copies a constant word behind the prefix if it fits.
@@ -566,15 +616,15 @@ const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTI
   UINTN High = Dialect->Count;
   while (Low < High) {
     const UINTN Middle = (Low + High) / 2;
-    if (Dialect->Rows[Middle].Code < Code) {
+    if (ClpRows(Dialect)[Middle].Code < Code) {
       Low = Middle + 1;
     } else {
       High = Middle;
     }
   }
-  for (UINTN Index = Low; Index < Dialect->Count && Dialect->Rows[Index].Code == Code; Index++) {
-    if (ConditionHolds(&Dialect->Rows[Index], Function)) {
-      return &Dialect->Rows[Index];
+  for (UINTN Index = Low; Index < Dialect->Count && ClpRows(Dialect)[Index].Code == Code; Index++) {
+    if (ConditionHolds(&ClpRows(Dialect)[Index], Function)) {
+      return &ClpRows(Dialect)[Index];
     }
   }
   return nullptr;
@@ -582,7 +632,7 @@ const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTI
 
 EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUNCTION_SETTINGS *Function,
                       BOOLEAN *ParseResponse) {
-  const CHAR8 *Prefix = Dialect->Pool + Line->Prefix;
+  const CHAR8 *Prefix = ClpPool(Dialect) + Line->Prefix;
   const UINTN FormatCapacity = Dialect->FormatCapacity;
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
   EFI_STATUS Status = EFI_SUCCESS;
@@ -591,15 +641,14 @@ EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUN
 
   Buffer[0] = 0;
   if (Line->TargetDigit != 0) {
-    mModule.mClpTargetDigit = Line->TargetDigit;
+    mModule.mClpTargetDigit = (CHAR8)('0' + Line->TargetDigit - 1);
   }
   if (Line->Form == LineTemplate) {
     CopyTemplate(Line, Prefix);
   } else {
     AsciiSPrint(Buffer, FormatCapacity < CLP_BUFFER_BYTES ? FormatCapacity : CLP_BUFFER_BYTES,
-                (const char *)Prefix, ArgumentValue(Line->Args[0], Function, &Value),
-                ArgumentValue(Line->Args[1], Function, &Value),
-                ArgumentValue(Line->Args[2], Function, &Value));
+                (const char *)Prefix, ArgumentValue(Line->Arg0, Function, &Value),
+                ArgumentValue(Line->Arg1, Function, &Value), ArgumentValue(Line->Arg2, Function, &Value));
   }
 
   if (Line->Kind != ValNone) {

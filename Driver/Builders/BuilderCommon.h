@@ -260,29 +260,44 @@ constexpr CLP_LINE Fmt(UINT32 Code, const char *Text, CLP_ARG A0 = ArgNone, CLP_
 }
 
 // A row as the image stores it: the CLP_LINE with its prefix as an offset into the text pool of
-// its dialect. The tables thus hold no pointers, which would each cost a load-time relocation.
+// its dialect, so that the tables hold no pointers (each would cost a load-time relocation), and
+// its small fields packed into bits: 10 bytes a row.
 struct CLP_ROW {
   UINT16 Prefix; // offset of the template or print format in the dialect's text pool
-  UINT16 Param;
+  UINT8 Param;
   UINT8 Code; // codes above 255 have no line
-  UINT8 Condition;
-  UINT8 Form;
-  UINT8 Digits;
-  CHAR8 TargetDigit;
-  UINT8 Args[3];
-  UINT8 Source;
-  UINT8 Kind;
-  UINT8 Rule;
-  UINT8 Store;
-  UINT8 Space;
-  BOOLEAN ParseReply;
+  UINT16 Arg0 : 4, Arg1 : 4, Arg2 : 4, Form : 1, Rule : 2, ParseReply : 1;
+  UINT16 Source : 6, Kind : 4, Store : 3, Condition : 3;
+  UINT16 Digits : 4, TargetDigit : 2, Space : 5; // TargetDigit: 0 keep, else '0' + TargetDigit - 1
+};
+static_assert(sizeof(CLP_ROW) == 10, "CLP_ROW is packed into 10 bytes");
+
+// Called only when a row does not fit CLP_ROW: not constexpr, so packing such a row fails to
+// compile.
+VOID ClpLineDoesNotFit(VOID);
+
+// A dialect as stored: this head (row count and format capacity), then its rows ordered by code,
+// then the texts they name, each text once (CLP_TABLE). The builders hand around the address of
+// the head, which code takes directly; a descriptor holding the addresses of rows and texts
+// would need load-time relocations.
+struct CLP_DIALECT {
+  UINT16 Count;
+  UINT16 FormatCapacity; // capacity of a format line printed into the whole buffer
 };
 
-// The rows of one dialect and the texts they name, each text once.
 template <UINTN RowCount, UINTN PoolBytes> struct CLP_TABLE {
+  CLP_DIALECT Dialect;
   CLP_ROW Rows[RowCount];
   CHAR8 Pool[PoolBytes];
 };
+
+inline const CLP_ROW *ClpRows(const CLP_DIALECT *Dialect) {
+  return (const CLP_ROW *)(Dialect + 1);
+}
+
+inline const CHAR8 *ClpPool(const CLP_DIALECT *Dialect) {
+  return (const CHAR8 *)(ClpRows(Dialect) + Dialect->Count);
+}
 
 constexpr UINTN ClpTextBytes(const char *Text) {
   UINTN Length = 0;
@@ -322,9 +337,16 @@ template <UINTN N> constexpr UINTN ClpPoolBytes(const CLP_LINE (&Lines)[N]) {
 
 // Turns the readable lines into the stored table, ordered by code; evaluated by the compiler only.
 template <UINTN PoolBytes, UINTN N>
-constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N]) {
+constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N], UINT16 FormatCapacity) {
   static_assert(PoolBytes <= 0xFFFF, "a dialect's texts must be reachable with 16-bit offsets");
+  static_assert(N <= 0xFFFF, "a dialect's rows are counted in 16 bits");
+  static_assert(__builtin_offsetof(CLP_TABLE<N, PoolBytes>, Rows) == sizeof(CLP_DIALECT) &&
+                    __builtin_offsetof(CLP_TABLE<N, PoolBytes>, Pool) ==
+                        sizeof(CLP_DIALECT) + N * sizeof(CLP_ROW),
+                "the rows follow the head and the texts follow the rows");
   CLP_TABLE<N, PoolBytes> Table{};
+  Table.Dialect.Count = (UINT16)N;
+  Table.Dialect.FormatCapacity = FormatCapacity;
   UINTN Used = 0;
   for (UINTN Index = 0; Index < N; Index++) {
     const CLP_LINE &Line = Lines[Index];
@@ -338,21 +360,27 @@ constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N]) {
     } else {
       Row.Prefix = Table.Rows[First].Prefix;
     }
-    Row.Param = Line.Param;
+    if (Line.Param > 0xFF || Line.Code > 0xFF || Line.Args[0] > 15 || Line.Args[1] > 15 ||
+        Line.Args[2] > 15 || Line.Source > 63 || Line.Kind > 15 || Line.Store > 7 || Line.Condition > 7 ||
+        Line.Digits > 15 || Line.Space > 31 || Line.Rule > 3 || Line.Form > 1 ||
+        (Line.TargetDigit != 0 && (Line.TargetDigit < '0' || Line.TargetDigit > '2'))) {
+      ClpLineDoesNotFit();
+    }
+    Row.Param = (UINT8)Line.Param;
     Row.Code = (UINT8)Line.Code;
-    Row.Condition = Line.Condition;
+    Row.Arg0 = Line.Args[0];
+    Row.Arg1 = Line.Args[1];
+    Row.Arg2 = Line.Args[2];
     Row.Form = Line.Form;
-    Row.Digits = Line.Digits;
-    Row.TargetDigit = Line.TargetDigit;
-    Row.Args[0] = Line.Args[0];
-    Row.Args[1] = Line.Args[1];
-    Row.Args[2] = Line.Args[2];
+    Row.Rule = Line.Rule;
+    Row.ParseReply = Line.ParseReply ? 1 : 0;
     Row.Source = Line.Source;
     Row.Kind = Line.Kind;
-    Row.Rule = Line.Rule;
     Row.Store = Line.Store;
+    Row.Condition = Line.Condition;
+    Row.Digits = Line.Digits;
+    Row.TargetDigit = Line.TargetDigit != 0 ? (UINT8)(Line.TargetDigit - '0' + 1) : 0;
     Row.Space = Line.Space;
-    Row.ParseReply = Line.ParseReply;
   }
   // Rows ordered by code (stably: among the rows of one code the first whose condition holds
   // wins), so that a lookup can search instead of scanning the table.
@@ -367,20 +395,10 @@ constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N]) {
   return Table;
 }
 
-// Packs a constexpr array of CLP_LINE rows into a constexpr CLP_TABLE named Table.
-#define CLP_PACKED_TABLE(Table, Lines) static constexpr auto Table = PackClpLines<ClpPoolBytes(Lines)>(Lines)
-
-struct CLP_DIALECT {
-  const CLP_ROW *Rows;
-  const CHAR8 *Pool;
-  UINT16 Count;
-  UINT16 FormatCapacity; // capacity of a format line printed into the whole buffer
-};
-
-template <UINTN N, UINTN PoolBytes>
-constexpr CLP_DIALECT MakeDialect(const CLP_TABLE<N, PoolBytes> &Table, UINTN FormatCapacity) {
-  return CLP_DIALECT{Table.Rows, Table.Pool, (UINT16)N, (UINT16)FormatCapacity};
-}
+// Packs a constexpr array of CLP_LINE rows into a constexpr CLP_TABLE named Table; its dialect is
+// &Table.Dialect.
+#define CLP_PACKED_TABLE(Table, Lines, FormatCapacity)                                                       \
+  static constexpr auto Table = PackClpLines<ClpPoolBytes(Lines)>(Lines, FormatCapacity)
 
 // How a builder prepares the digit characters before anything else.
 enum CLP_DIGIT_MODE : UINT8 {

@@ -34,5 +34,8 @@ static constexpr CLP_LINE kFcPortLines[] = {
 };
 // clang-format on
 
-CLP_PACKED_TABLE(kFcPortTable, kFcPortLines);
-const CLP_DIALECT mFcPortDialect = MakeDialect(kFcPortTable, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kFcPortTable, kFcPortLines, CLP_BUFFER_BYTES);
+
+const CLP_DIALECT *FcPortDialect(VOID) {
+  return &kFcPortTable.Dialect;
+}
