@@ -37,11 +37,14 @@ DEFAULT_SCENARIOS = [os.path.join(ROOT, "Host", "Simulator", "DemoFleet.json"),
 
 # Bounds held by the bench tests (see README.md, "Footprint and speed", for why each is where it is).
 BOUNDS = {
-    "imageBytes": 82 * 1024,
-    "lzmaBytes": 26000,
-    "meanInstructionsPerPair": 5000,
-    "worstPairInstructions": 50000,
-    "stackBytes": 4096,
+    # 48 KiB in the firmware volume's terms: the image file and its LZMA-compressed form.
+    "imageBytes": 48 * 1024,
+    # Not yet the wanted 20,000: the figure reached, held so that it cannot grow unnoticed.
+    "lzmaBytes": 22700,
+    "meanInstructionsPerPair": 3500,
+    # No pair may cost more than the worst one did before the footprint work (39,810).
+    "worstPairInstructions": 39810,
+    "stackBytes": 2048,
     # Only the Emulex0720 layout probe may allocate in ManagedMode: one NALO_PORT_TABLE, freed
     # before the pair ends.
     "managedAllocationsOutsideProbe": 0,

@@ -45,13 +45,13 @@ struct CLP_WORDS {
 };
 
 constexpr UINTN ClpWordBytes() {
-  UINTN Bytes = 0;
+  UINTN Total = 0;
   for (const CLP_WORDS_TEXT &List : kWordLists) {
     for (UINTN Index = 0; Index < List.Count; Index++) {
-      Bytes += ClpTextBytes(List.Word[Index]);
+      Total += ClpTextBytes(List.Word[Index]);
     }
   }
-  return Bytes;
+  return Total;
 }
 
 struct CLP_WORD_TABLE {

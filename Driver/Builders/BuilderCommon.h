@@ -326,13 +326,13 @@ template <UINTN N> constexpr UINTN ClpFirstWithPrefix(const CLP_LINE (&Lines)[N]
 }
 
 template <UINTN N> constexpr UINTN ClpPoolBytes(const CLP_LINE (&Lines)[N]) {
-  UINTN Bytes = 0;
+  UINTN Total = 0;
   for (UINTN Index = 0; Index < N; Index++) {
     if (ClpFirstWithPrefix(Lines, Index) == Index) {
-      Bytes += ClpTextBytes(Lines[Index].Prefix);
+      Total += ClpTextBytes(Lines[Index].Prefix);
     }
   }
-  return Bytes;
+  return Total;
 }
 
 // Turns the readable lines into the stored table, ordered by code; evaluated by the compiler only.
