@@ -46,6 +46,9 @@ static VOID CheckConstructor(EFI_STATUS Status) {
 }
 
 EFI_STATUS EFIAPI _ModuleEntryPoint(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
+  // The state arrives zero-filled; the non-zero load values must be in place before any other
+  // code of the driver runs.
+  SetModuleLoadValues();
   if (PLATFORM_TO_DRIVER_REQUIRED_UEFI_REVISION > SystemTable->Hdr.Revision) {
     return EFI_INCOMPATIBLE_VERSION;
   }

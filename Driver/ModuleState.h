@@ -1,9 +1,11 @@
 // All module-level state of the driver in one place.
 //
 // The driver keeps no state anywhere else: every subsystem reads and writes the fields of
-// mModule. The default member initialisers are the load values; ResetModuleState() puts them
-// back (host tests and the simulator's reboot use it). Everything is constant-initialised, so
-// no constructor has to run on firmware.
+// mModule. Every member starts as zero, so the whole state is uninitialised data (.bss) that the
+// image loader zero-fills and that takes no room in the image file. The few members whose load
+// value is not zero are set by SetModuleLoadValues(), which the entry point calls before anything
+// else; ResetModuleState() (host tests and the simulator's reboot) zeroes the state and calls the
+// same routine, so both builds start from the same state. No constructor has to run on firmware.
 #ifndef DRIVER_MODULE_STATE_H_
 #define DRIVER_MODULE_STATE_H_
 
@@ -21,6 +23,7 @@
 #define PF_TYPE_TABLE_ENTRIES 16
 #define CLP_LOG_HEADER_SIZE 61
 #define PLAN_INSTANCE_NONE 255
+#define IPMI_REQUEST_COPY_SIZE 256
 
 // One flag per adapter family; QLogic2261 is a sub-flag set together with QLogic2031.
 typedef struct {
@@ -52,7 +55,7 @@ struct DRIVER_MODULE_STATE {
   BOOLEAN mToolModeFinished = FALSE;
   BOOLEAN mToolModeDeclined = FALSE;
   BOOLEAN mToolBannerShown = FALSE;
-  UINT64 mToolModeSetting = 255; // 255: CLPCMD_MODE not read yet
+  UINT64 mToolModeSetting = 0; // load value 255: CLPCMD_MODE not read yet
   CHAR8 mToolCommandBuffer[TOOL_COMMAND_MAX + 1] = {};
   CHAR16 mToolBanner[TOOL_BANNER_CHARS] = {};
   EFI_CONFIGURE_CLP_PARAMETER_BLK *mToolParameterBlock = nullptr;
@@ -75,8 +78,8 @@ struct DRIVER_MODULE_STATE {
   BOOLEAN mFirstFunctionOfAdapter = FALSE;
   BOOLEAN mFirstFunctionOfPort = FALSE;
   BOOLEAN mAddrDefaultsPlanned = FALSE;
-  UINT8 mPlanInstance = PLAN_INSTANCE_NONE;
-  UINT8 mPlanInstance2 = PLAN_INSTANCE_NONE;
+  UINT8 mPlanInstance = 0;  // load value PLAN_INSTANCE_NONE
+  UINT8 mPlanInstance2 = 0; // load value PLAN_INSTANCE_NONE
   UINT8 mPlanStopped = 0;
   UINT8 mPlanComplete = 0;
   UINT8 mLinkAdjusted = 0;
@@ -100,10 +103,11 @@ struct DRIVER_MODULE_STATE {
   UINT8 mAdapterNotified = 0;
 
   // --- Builders ----------------------------------------------------------------------------------
-  CHAR8 mClpPortDigit = '0';
-  CHAR8 mClpPfDigit = '0';
-  CHAR8 mClpTargetDigit = '0';
-  UINT64 mPfTypePfNumber[PF_TYPE_TABLE_ENTRIES] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+  // Load values: the digits '0', every mPfTypePfNumber entry 1.
+  CHAR8 mClpPortDigit = 0;
+  CHAR8 mClpPfDigit = 0;
+  CHAR8 mClpTargetDigit = 0;
+  UINT64 mPfTypePfNumber[PF_TYPE_TABLE_ENTRIES] = {};
   UINT8 mEmulexPfTypeSetIndex = 0;
   UINT8 mEmulex0720Flag = 0;
 
@@ -149,12 +153,18 @@ struct DRIVER_MODULE_STATE {
 
   // --- Management-controller reporting --------------------------------------------------------
   IPMI_TRANSPORT_PROTOCOL *mIpmiTransport = nullptr;
+  // The transport's private copy of a request; here rather than on the stack, because the send
+  // runs at the bottom of the deepest Query paths.
+  UINT8 mIpmiRequestCopy[IPMI_REQUEST_COPY_SIZE] = {};
   CHAR8 mClpLogHeader[CLP_LOG_HEADER_SIZE] = {};
 };
 
 extern DRIVER_MODULE_STATE mModule;
 
-// Puts every field of mModule back to its load value.
+// Sets the members whose load value is not zero; everything else is left as it is.
+VOID SetModuleLoadValues(VOID);
+
+// Host builds only: puts every field of mModule back to its load value.
 VOID ResetModuleState(VOID);
 
 #endif

@@ -4,4 +4,5 @@
 
 VOID ResetModuleState(VOID) {
   mModule = DRIVER_MODULE_STATE{};
+  SetModuleLoadValues();
 }

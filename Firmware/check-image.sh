@@ -3,7 +3,10 @@
 #   check-image.sh KIND ELF_SO PE_IMAGE
 # KIND is "driver" or "application". Fails (and removes the PE image, so the next build retries)
 # when the PE subsystem is wrong, when the ELF carries constructor or destructor tables that
-# nothing would run, or when a symbol is left for a C or C++ runtime that firmware does not have.
+# nothing would run, when a symbol is left for a C or C++ runtime that firmware does not have, or
+# when the driver's module state mModule is initialised data: it must stay in .bss, which the
+# loader zero-fills and which takes no room in the image file (one non-zero member initialiser
+# would put all of it back into the file).
 set -euo pipefail
 
 kind=$1
@@ -40,5 +43,12 @@ done < <(readelf -SW "$so" | sed -nE 's/^ *\[ *[0-9]+\] +//p' | awk '{ print $1,
 undefined=$(nm -u "$so" || true)
 [[ -z $undefined ]] || fail "$so leaves symbols undefined (no C or C++ runtime exists in firmware):
 $undefined"
+
+if [[ $kind == driver ]]; then
+  state=$(nm "$so" | awk '$3 == "mModule" { print $2 }')
+  if [[ -n $state && $state != [bB] ]]; then
+    fail "mModule is initialised data (nm type $state), expected .bss: give every member a zero load value"
+  fi
+fi
 
 echo "$(basename "$efi"): $(stat -c %s "$efi") bytes"

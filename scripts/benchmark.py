@@ -6,7 +6,9 @@
 
 BUILD_DIR is a build with the firmware image (PTD_FIRMWARE=ON) and the host tools (bench-harness).
 Figures:
-  image      PlatformToDriver.efi: file size and PE section sizes; the largest symbols of the ELF
+  image      PlatformToDriver.efi: file size, its LZMA-compressed size (how a firmware volume stores
+             it: xz --format=lzma -9), each PE section's size in memory and in the file (.bss
+             has no bytes in the file), and the largest symbols of the ELF
   static     .data/.bss/.rodata of the firmware driver objects
   stack      deepest Query/Response stack use, from scripts/stack-depth.sh
   speed      instructions of the driver's own code (Driver/, Library/) per Query+Response pair,
@@ -35,10 +37,14 @@ DEFAULT_SCENARIOS = [os.path.join(ROOT, "Host", "Simulator", "DemoFleet.json"),
 
 # Bounds held by the bench tests (see README.md, "Footprint and speed", for why each is where it is).
 BOUNDS = {
-    "imageBytes": 82 * 1024,
-    "meanInstructionsPerPair": 5000,
-    "worstPairInstructions": 50000,
-    "stackBytes": 4096,
+    # 48 KiB in the firmware volume's terms: the image file and its LZMA-compressed form.
+    "imageBytes": 48 * 1024,
+    # Not yet the wanted 20,000: the figure reached, held so that it cannot grow unnoticed.
+    "lzmaBytes": 22700,
+    "meanInstructionsPerPair": 3500,
+    # No pair may cost more than the worst one did before the footprint work (39,810).
+    "worstPairInstructions": 39810,
+    "stackBytes": 2048,
     # Only the Emulex0720 layout probe may allocate in ManagedMode: one NALO_PORT_TABLE, freed
     # before the pair ends.
     "managedAllocationsOutsideProbe": 0,
@@ -84,33 +90,68 @@ def run(*args, **kwargs):
 
 # ---- Footprint ---------------------------------------------------------------------------------
 
+def pe_sections(efi):
+    """Name -> (VirtualSize, SizeOfRawData) from the PE section table."""
+    with open(efi, "rb") as handle:
+        data = handle.read()
+    pe = int.from_bytes(data[0x3C:0x40], "little")
+    if data[pe:pe + 4] != b"PE\0\0":
+        sys.exit("benchmark: " + efi + " is not a PE image")
+    count = int.from_bytes(data[pe + 6:pe + 8], "little")
+    optional_size = int.from_bytes(data[pe + 20:pe + 22], "little")
+    table = pe + 24 + optional_size
+    sections = {}
+    for index in range(count):
+        entry = data[table + 40 * index:table + 40 * (index + 1)]
+        name = entry[:8].rstrip(b"\0").decode()
+        sections[name] = (int.from_bytes(entry[8:12], "little"), int.from_bytes(entry[16:20], "little"))
+    return sections
+
+
+def lzma_size(path):
+    with open(path, "rb") as handle:
+        return len(subprocess.run(["xz", "--format=lzma", "-9", "-c"], stdin=handle, check=True,
+                                  capture_output=True).stdout)
+
+
 def measure_image(firmware_dir):
     efi = os.path.join(firmware_dir, "PlatformToDriver.efi")
     so = os.path.join(firmware_dir, "PlatformToDriver.so")
-    sections = {}
-    for line in run("objdump", "-h", efi).splitlines():
-        match = re.match(r"\s*\d+\s+(\S+)\s+([0-9a-f]+)\s+[0-9a-f]+\s+[0-9a-f]+\s+([0-9a-f]+)", line)
-        if match:
-            sections[match[1]] = int(match[2], 16)
+    table = pe_sections(efi)
+    # Sizes in memory; the file holds SizeOfRawData of each (none of .bss).
+    sections = {name: virtual for name, (virtual, _) in table.items()}
+    raw = {name: raw_size for name, (_, raw_size) in table.items()}
     symbols = []
     for line in run("nm", "-S", "-C", "--size-sort", "-r", "--defined-only", so).splitlines()[:8]:
         parts = line.split(None, 3)
         if len(parts) == 4:
             symbols.append({"name": parts[3], "kind": parts[2], "bytes": int(parts[1], 16)})
-    return {"imageBytes": os.path.getsize(efi), "sections": sections, "largestSymbols": symbols}
+    return {"imageBytes": os.path.getsize(efi), "lzmaBytes": lzma_size(efi), "sections": sections,
+            "sectionFileBytes": raw, "bssBytes": sections.get(".bss", 0), "largestSymbols": symbols}
 
 
 def measure_static(firmware_dir):
+    """.data/.bss/.rodata that the driver's own code (not crt0 or gnu-efi's libraries) brings into
+    the image, from the link map: the driver is compiled at the link, so its objects hold none."""
+    link_map = os.path.join(firmware_dir, "PlatformToDriver.map")
+    if not os.path.exists(link_map):
+        sys.exit("benchmark: no link map " + link_map)
     totals = collections.Counter()
-    objects = glob.glob(os.path.join(firmware_dir, "CMakeFiles", "ptd_firmware_driver_objects.dir", "**", "*.o"),
-                        recursive=True)
-    if not objects:
-        sys.exit("benchmark: no firmware driver objects below " + firmware_dir)
-    for line in run("size", "-A", *objects).splitlines():
-        match = re.match(r"(\.(?:data|bss|rodata)[^\s]*)\s+(\d+)", line)
+    with open(link_map) as handle:
+        lines = handle.read().split("Linker script and memory map", 1)[-1].splitlines()
+    pending = None
+    for line in lines:
+        # An input section: " .name  0xADDRESS  0xSIZE  file", wrapped after a long name.
+        match = re.match(r"^ (\.(?:s?data|rodata|s?bss)[^\s]*)(?:\s+0x[0-9a-f]+\s+0x([0-9a-f]+)\s+(\S.*))?$", line)
         if match:
-            kind = match[1].split(".")[1]
-            totals[kind] += int(match[2])
+            pending = match[1] if match[2] is None else None
+            if match[2] is not None and "/usr/lib/" not in match[3]:
+                totals[match[1].split(".")[1].lstrip("s")] += int(match[2], 16)
+            continue
+        wrapped = re.match(r"^\s+0x[0-9a-f]+\s+0x([0-9a-f]+)\s+(\S.*)$", line)
+        if pending and wrapped and "/usr/lib/" not in wrapped[2]:
+            totals[pending.split(".")[1].lstrip("s")] += int(wrapped[1], 16)
+        pending = None
     return {"dataBytes": totals["data"], "bssBytes": totals["bss"], "rodataBytes": totals["rodata"]}
 
 
@@ -246,7 +287,8 @@ def probe_size(firmware_dir):
 
 
 def report_figures(report):
-    return {"imageBytes": report["image"]["imageBytes"], "stackBytes": report["stack"]["stackBytes"],
+    return {"imageBytes": report["image"]["imageBytes"], "lzmaBytes": report["image"]["lzmaBytes"],
+            "stackBytes": report["stack"]["stackBytes"],
             "meanInstructionsPerPair": report["speed"]["meanInstructionsPerPair"],
             "worstPairInstructions": report["speed"]["worstPairInstructions"],
             "managedAllocationsOutsideProbe": report["speed"]["managedAllocationsOutsideProbe"],
@@ -307,8 +349,12 @@ def main():
         with open(args.json_out, "w") as handle:
             json.dump(report, handle, indent=1)
 
-    print(f"Image PlatformToDriver.efi: {image['imageBytes']} bytes (bound {BOUNDS['imageBytes']})")
-    print("  sections: " + ", ".join(f"{name} {size}" for name, size in image["sections"].items()))
+    print(f"Image PlatformToDriver.efi: {image['imageBytes']} bytes (bound {BOUNDS['imageBytes']}), "
+          f"LZMA-compressed {image['lzmaBytes']} bytes (bound {BOUNDS['lzmaBytes']})")
+    print("  sections (in memory / in the file): " +
+          ", ".join(f"{name} {size}/{image['sectionFileBytes'][name]}" for name, size in image["sections"].items()
+                    if name != ".bss"))
+    print(f"  .bss (zero-filled by the loader, not in the file): {image['bssBytes']}")
     print("  largest symbols: " + ", ".join(f"{s['name']} {s['bytes']}" for s in image["largestSymbols"][:5]))
     print(f"Static data of the driver objects: .data {static['dataBytes']}, .bss {static['bssBytes']}, "
           f".rodata {static['rodataBytes']} bytes")

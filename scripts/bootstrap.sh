@@ -57,7 +57,7 @@ stage_end() {
 packages=(
   build-essential cmake ninja-build g++ clang lld file
   libgtest-dev googletest nlohmann-json3-dev libcli11-dev
-  gnu-efi ovmf qemu-system-x86
+  gnu-efi ovmf qemu-system-x86 sbsigntool openssl
   valgrind cppcheck clang-tidy clang-format
 )
 

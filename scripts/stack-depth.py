@@ -3,7 +3,8 @@
 
     scripts/stack-depth.py IMAGE.so SU_DIR LIMIT
 
-Reads the frame size of every function from the -fstack-usage files (*.su) below SU_DIR, builds
+Reads the frame size of every function from the -fstack-usage files (*.su) below SU_DIR (for a
+link-time optimised image, the one file of its link-time unit), builds
 the call graph from `objdump -d` of IMAGE.so (direct calls and jumps to other functions), and
 resolves indirect calls through function tables: a function that makes an indirect call and
 refers to a table of function pointers (a data object whose relocations point at functions) may
@@ -50,7 +51,9 @@ def base_name(signature):
             break
         text = stripped
     name = text.split()[-1] if text.split() else text
-    return name.split("::")[-1].lstrip("*&")
+    # GCC's clones carry suffixes in the .su files of a link-time compilation
+    # ("ReportStatusCodeEx.constprop.isra"); no C++ name has a dot.
+    return name.split("::")[-1].lstrip("*&").split(".")[0]
 
 
 def read_stack_usage(su_dir):

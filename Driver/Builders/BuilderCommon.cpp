@@ -7,28 +7,20 @@
 
 // --- Constant tables ---------------------------------------------------------------------------
 
-static const CHAR8 kTypeNic[] = "NIC";
-static const CHAR8 kTypeFc[] = "FC";
-static const CHAR8 kTypeFcoe[] = "FCoE";
-static const CHAR8 kTypeIscsi[] = "iSCSI";
-static const CHAR8 kTypeIb[] = "IB";
-static const CHAR8 kTypeUnknown[] = "UNKNOWN";
-static const CHAR8 kTypeRoce[] = "RoCE";
-static const CHAR8 kTypeDisable[] = "Disable";
-
-const CHAR8 *const mPfTypeNames[8] = {kTypeNic, kTypeFc,      kTypeFcoe, kTypeIscsi,
-                                      kTypeIb,  kTypeUnknown, kTypeRoce, kTypeDisable};
+// Fixed-size rows rather than pointers: a pointer costs a load-time relocation.
+const CHAR8 mPfTypeNames[8][8] = {"NIC", "FC", "FCoE", "iSCSI", "IB", "UNKNOWN", "RoCE", "Disable"};
 
 const UINT64 mPfIndexTable[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
-struct CLP_WORDS {
+// A word list as written: its words, how many, and the word of a number that has none (ByIndex).
+struct CLP_WORDS_TEXT {
   const char *Word[4];
   UINT8 Count;
-  UINT8 Fallback; // word of a number that has none (ByIndex)
+  UINT8 Fallback;
 };
 
-// Indexed by CLP_WORD_LIST.
-static const CLP_WORDS kWordLists[] = {
+// Indexed by CLP_WORD_LIST. Evaluated by the compiler only: the image holds kWordTable below.
+static constexpr CLP_WORDS_TEXT kWordLists[] = {
     {{"disable", "enabled"}, 2, 0},                              // WordsLowerShort
     {{"Disable", "Enable"}, 2, 0},                               // WordsCapitalShort
     {{"Disabled", "Enabled"}, 2, 0},                             // WordsCapital
@@ -42,9 +34,52 @@ static const CLP_WORDS kWordLists[] = {
     {{"Disabled", "UNDI", "Ethernet"}, 3, 0},                    // WordsBootMode
 };
 
+constexpr UINTN kWordListCount = sizeof(kWordLists) / sizeof(kWordLists[0]);
+
+// Stored: each list's words one after another in one text, each ended by a NUL; a list names the
+// offset of its first word.
+struct CLP_WORDS {
+  UINT8 First;
+  UINT8 Count;
+  UINT8 Fallback;
+};
+
+constexpr UINTN ClpWordBytes() {
+  UINTN Total = 0;
+  for (const CLP_WORDS_TEXT &List : kWordLists) {
+    for (UINTN Index = 0; Index < List.Count; Index++) {
+      Total += ClpTextBytes(List.Word[Index]);
+    }
+  }
+  return Total;
+}
+
+struct CLP_WORD_TABLE {
+  CLP_WORDS List[kWordListCount];
+  CHAR8 Text[ClpWordBytes()];
+};
+static_assert(ClpWordBytes() <= 0xFF, "word offsets are 8-bit");
+
+constexpr CLP_WORD_TABLE PackClpWords() {
+  CLP_WORD_TABLE Table{};
+  UINTN Used = 0;
+  for (UINTN ListIndex = 0; ListIndex < kWordListCount; ListIndex++) {
+    const CLP_WORDS_TEXT &List = kWordLists[ListIndex];
+    Table.List[ListIndex] = CLP_WORDS{(UINT8)Used, List.Count, List.Fallback};
+    for (UINTN Index = 0; Index < List.Count; Index++) {
+      for (UINTN Char = 0; Char < ClpTextBytes(List.Word[Index]); Char++) {
+        Table.Text[Used++] = (CHAR8)List.Word[Index][Char];
+      }
+    }
+  }
+  return Table;
+}
+
+static constexpr CLP_WORD_TABLE kWordTable = PackClpWords();
+
 struct CLP_NUMBER {
-  const char *Format;
-  UINTN Capacity;
+  char Format[5];
+  UINT16 Capacity;
 };
 
 // Indexed by CLP_NUMBER_FORMAT.
@@ -54,7 +89,9 @@ static const CLP_NUMBER kNumberFormats[] = {
     {"%04d", CLP_VALUE_CAPACITY}, {"%05d", CLP_VALUE_CAPACITY},
 };
 
-static const FUNCTION_SETTINGS kAbsentFunction = {};
+// All zeros and large: placed in .bss so that the image file carries none of its bytes (a const
+// object would otherwise go to .rodata, in the file).
+__attribute__((section(".bss.kAbsentFunction"))) static const FUNCTION_SETTINGS kAbsentFunction = {};
 
 // --- Helpers of the builders -------------------------------------------------------------------
 
@@ -275,10 +312,10 @@ static CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
 }
 
 static const char *SelectWord(UINT8 List, UINT8 Rule, UINT64 Number) {
-  if (List >= sizeof(kWordLists) / sizeof(kWordLists[0])) {
+  if (List >= kWordListCount) {
     return "";
   }
-  const CLP_WORDS *Words = &kWordLists[List];
+  const CLP_WORDS *Words = &kWordTable.List[List];
   UINT64 Index;
   switch (Rule) {
   case IfOne:
@@ -294,7 +331,14 @@ static const char *SelectWord(UINT8 List, UINT8 Rule, UINT64 Number) {
     Index = Number < Words->Count ? Number : Words->Fallback;
     break;
   }
-  return Words->Word[Index];
+  const CHAR8 *Word = &kWordTable.Text[Words->First];
+  for (; Index > 0; Index--) {
+    while (*Word != 0) {
+      Word++;
+    }
+    Word++;
+  }
+  return (const char *)Word;
 }
 
 // Copies a constant word behind the prefix if it fits.
@@ -309,8 +353,8 @@ static VOID AppendWord(CHAR8 *End, UINTN Used, const CHAR8 *Word) {
 
 static VOID AppendTopology(CHAR8 *End, const CHAR8 *Topology) {
   static const struct {
-    const char *From;
-    const char *To;
+    char From[3];
+    char To[3];
   } kTopologies[] = {{"00", "02"}, {"04", "01"}, {"0C", "00"}};
   CHAR8 Text[3];
   CopyChars(Text, Topology, 2);
@@ -326,7 +370,7 @@ static VOID AppendTopology(CHAR8 *End, const CHAR8 *Topology) {
 
 // Bytes a value may write behind the prefix, terminator included (printed values are cut to
 // the room left instead).
-static UINTN ValueNeed(const CLP_LINE *Line) {
+static UINTN ValueNeed(const CLP_ROW *Line) {
   switch (Line->Kind) {
   case ValHexBytes:
     return 2u * Line->Param + 1;
@@ -345,7 +389,7 @@ static UINTN ValueNeed(const CLP_LINE *Line) {
   }
 }
 
-static VOID AppendValue(const CLP_LINE *Line, const CLP_VALUE *Value) {
+static VOID AppendValue(const CLP_ROW *Line, const CLP_VALUE *Value) {
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
   const UINTN Used = BoundedLength(Buffer, CLP_BUFFER_BYTES - 1);
   CHAR8 *End = Buffer + Used;
@@ -463,9 +507,8 @@ static VOID PatchDigit(CHAR8 *Position, CHAR8 Digit) {
   }
 }
 
-static VOID CopyTemplate(const CLP_LINE *Line) {
+static VOID CopyTemplate(const CLP_ROW *Line, const CHAR8 *Text) {
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
-  const CHAR8 *Text = ASTR(Line->Prefix);
   const UINTN Length = BoundedLength(Text, CLP_BUFFER_BYTES - 1);
   for (UINTN Index = 0; Index < Length; Index++) {
     Buffer[Index] = Text[Index];
@@ -513,7 +556,7 @@ static UINT32 ArgumentValue(UINT8 Arg, const FUNCTION_SETTINGS *Function, const 
   }
 }
 
-static BOOLEAN ConditionHolds(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function) {
+static BOOLEAN ConditionHolds(const CLP_ROW *Line, const FUNCTION_SETTINGS *Function) {
   switch (Line->Condition) {
   case CondPartitioned:
     return mModule.mCurrentUmc == 1;
@@ -562,22 +605,35 @@ static VOID StoreSentValue(UINT8 Store, const FUNCTION_SETTINGS *Function, UINT6
   }
 }
 
-const CLP_LINE *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function) {
+const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function) {
   if (Dialect == nullptr || Code > 0xFF) {
     return nullptr;
   }
   Function = ClpFunctionOrAbsent(Function);
-  for (UINTN Index = 0; Index < Dialect->Count; Index++) {
-    const CLP_LINE *Line = &Dialect->Lines[Index];
-    if (Line->Code == Code && ConditionHolds(Line, Function)) {
-      return Line;
+  // The rows are ordered by code: find the first row of the code, then take the first of its
+  // rows whose condition holds.
+  UINTN Low = 0;
+  UINTN High = Dialect->Count;
+  while (Low < High) {
+    const UINTN Middle = (Low + High) / 2;
+    if (ClpRows(Dialect)[Middle].Code < Code) {
+      Low = Middle + 1;
+    } else {
+      High = Middle;
+    }
+  }
+  for (UINTN Index = Low; Index < Dialect->Count && ClpRows(Dialect)[Index].Code == Code; Index++) {
+    if (ConditionHolds(&ClpRows(Dialect)[Index], Function)) {
+      return &ClpRows(Dialect)[Index];
     }
   }
   return nullptr;
 }
 
-EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, UINTN FormatCapacity,
+EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUNCTION_SETTINGS *Function,
                       BOOLEAN *ParseResponse) {
+  const CHAR8 *Prefix = ClpPool(Dialect) + Line->Prefix;
+  const UINTN FormatCapacity = Dialect->FormatCapacity;
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
   EFI_STATUS Status = EFI_SUCCESS;
   Function = ClpFunctionOrAbsent(Function);
@@ -585,15 +641,14 @@ EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, U
 
   Buffer[0] = 0;
   if (Line->TargetDigit != 0) {
-    mModule.mClpTargetDigit = Line->TargetDigit;
+    mModule.mClpTargetDigit = (CHAR8)('0' + Line->TargetDigit - 1);
   }
   if (Line->Form == LineTemplate) {
-    CopyTemplate(Line);
+    CopyTemplate(Line, Prefix);
   } else {
-    AsciiSPrint(Buffer, FormatCapacity < CLP_BUFFER_BYTES ? FormatCapacity : CLP_BUFFER_BYTES, Line->Prefix,
-                ArgumentValue(Line->Args[0], Function, &Value),
-                ArgumentValue(Line->Args[1], Function, &Value),
-                ArgumentValue(Line->Args[2], Function, &Value));
+    AsciiSPrint(Buffer, FormatCapacity < CLP_BUFFER_BYTES ? FormatCapacity : CLP_BUFFER_BYTES,
+                (const char *)Prefix, ArgumentValue(Line->Arg0, Function, &Value),
+                ArgumentValue(Line->Arg1, Function, &Value), ArgumentValue(Line->Arg2, Function, &Value));
   }
 
   if (Line->Kind != ValNone) {
@@ -616,14 +671,31 @@ EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, U
 
 // --- Frames ------------------------------------------------------------------------------------
 
+// Decimal digits of Value appended at Text[*Length], as long as they fit in Capacity characters.
+static VOID AppendDigits(CHAR8 *Text, UINTN *Length, UINTN Capacity, UINT32 Value) {
+  CHAR8 Digits[10];
+  UINTN Count = 0;
+  do {
+    Digits[Count++] = (CHAR8)('0' + Value % 10);
+    Value /= 10;
+  } while (Value != 0);
+  while (Count > 0 && *Length < Capacity) {
+    Text[(*Length)++] = Digits[--Count];
+  }
+}
+
 VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode) {
   CHAR8 *Buffer = mModule.ClpCommandBuffer;
   if (Mode != DigitsUnused) {
     Function = ClpFunctionOrAbsent(Function);
     const UINT32 Offset = Mode == DigitsFromOne ? 1 : 0;
-    // The capacity of 3 keeps only the first digit of a two-digit number.
-    AsciiSPrint(Buffer, 3, "%01d%01d", (UINT32)Function->PortIndex + Offset,
-                (UINT32)Function->PfIndex + Offset);
+    // What "%01d%01d" printed with a capacity of 3 leaves: the first two characters of the two
+    // numbers written one after the other, so a two-digit number contributes only its first
+    // digit. Written directly: this runs for every command.
+    UINTN Length = 0;
+    AppendDigits(Buffer, &Length, 2, (UINT32)Function->PortIndex + Offset);
+    AppendDigits(Buffer, &Length, 2, (UINT32)Function->PfIndex + Offset);
+    Buffer[Length] = 0;
     mModule.mClpPortDigit = Buffer[0];
     mModule.mClpPfDigit = Buffer[1];
     mModule.mClpTargetDigit = '0';
@@ -654,9 +726,9 @@ EFI_STATUS BuildFromDialect(const CLP_DIALECT *Dialect, CLP_DIGIT_MODE DigitMode
     WriteClpExit();
     return EFI_SUCCESS;
   }
-  const CLP_LINE *Line = FindClpLine(Dialect, Code, Function);
+  const CLP_ROW *Line = FindClpLine(Dialect, Code, Function);
   if (Line == nullptr) {
     return RefuseClpCode(Adapter, UnknownRule);
   }
-  return RunClpLine(Line, Function, Dialect->FormatCapacity, ParseResponse);
+  return RunClpLine(Dialect, Line, Function, ParseResponse);
 }

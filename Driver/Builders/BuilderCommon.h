@@ -259,15 +259,146 @@ constexpr CLP_LINE Fmt(UINT32 Code, const char *Text, CLP_ARG A0 = ArgNone, CLP_
                   SrcNone, ValNone,    0,          IfOne, StoreNone, 0, FALSE};
 }
 
+// A row as the image stores it: the CLP_LINE with its prefix as an offset into the text pool of
+// its dialect, so that the tables hold no pointers (each would cost a load-time relocation), and
+// its small fields packed into bits: 10 bytes a row.
+struct CLP_ROW {
+  UINT16 Prefix; // offset of the template or print format in the dialect's text pool
+  UINT8 Param;
+  UINT8 Code; // codes above 255 have no line
+  UINT16 Arg0 : 4, Arg1 : 4, Arg2 : 4, Form : 1, Rule : 2, ParseReply : 1;
+  UINT16 Source : 6, Kind : 4, Store : 3, Condition : 3;
+  UINT16 Digits : 4, TargetDigit : 2, Space : 5; // TargetDigit: 0 keep, else '0' + TargetDigit - 1
+};
+static_assert(sizeof(CLP_ROW) == 10, "CLP_ROW is packed into 10 bytes");
+
+// Called only when a row does not fit CLP_ROW: not constexpr, so packing such a row fails to
+// compile.
+VOID ClpLineDoesNotFit(VOID);
+
+// A dialect as stored: this head (row count and format capacity), then its rows ordered by code,
+// then the texts they name, each text once (CLP_TABLE). The builders hand around the address of
+// the head, which code takes directly; a descriptor holding the addresses of rows and texts
+// would need load-time relocations.
 struct CLP_DIALECT {
-  const CLP_LINE *Lines;
-  UINTN Count;
-  UINTN FormatCapacity; // capacity of a format line printed into the whole buffer
+  UINT16 Count;
+  UINT16 FormatCapacity; // capacity of a format line printed into the whole buffer
 };
 
-template <UINTN N> constexpr CLP_DIALECT MakeDialect(const CLP_LINE (&Lines)[N], UINTN FormatCapacity) {
-  return CLP_DIALECT{Lines, N, FormatCapacity};
+template <UINTN RowCount, UINTN PoolBytes> struct CLP_TABLE {
+  CLP_DIALECT Dialect;
+  CLP_ROW Rows[RowCount];
+  CHAR8 Pool[PoolBytes];
+};
+
+inline const CLP_ROW *ClpRows(const CLP_DIALECT *Dialect) {
+  return (const CLP_ROW *)(Dialect + 1);
 }
+
+inline const CHAR8 *ClpPool(const CLP_DIALECT *Dialect) {
+  return (const CHAR8 *)(ClpRows(Dialect) + Dialect->Count);
+}
+
+constexpr UINTN ClpTextBytes(const char *Text) {
+  UINTN Length = 0;
+  while (Text[Length] != 0) {
+    Length++;
+  }
+  return Length + 1;
+}
+
+constexpr BOOLEAN ClpTextsEqual(const char *A, const char *B) {
+  UINTN Index = 0;
+  while (A[Index] != 0 && A[Index] == B[Index]) {
+    Index++;
+  }
+  return A[Index] == B[Index];
+}
+
+// Index of the first line before Index with the same prefix as line Index (Index itself if none).
+template <UINTN N> constexpr UINTN ClpFirstWithPrefix(const CLP_LINE (&Lines)[N], UINTN Index) {
+  for (UINTN Earlier = 0; Earlier < Index; Earlier++) {
+    if (ClpTextsEqual(Lines[Earlier].Prefix, Lines[Index].Prefix)) {
+      return Earlier;
+    }
+  }
+  return Index;
+}
+
+template <UINTN N> constexpr UINTN ClpPoolBytes(const CLP_LINE (&Lines)[N]) {
+  UINTN Total = 0;
+  for (UINTN Index = 0; Index < N; Index++) {
+    if (ClpFirstWithPrefix(Lines, Index) == Index) {
+      Total += ClpTextBytes(Lines[Index].Prefix);
+    }
+  }
+  return Total;
+}
+
+// Turns the readable lines into the stored table, ordered by code; evaluated by the compiler only.
+template <UINTN PoolBytes, UINTN N>
+constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N], UINT16 FormatCapacity) {
+  static_assert(PoolBytes <= 0xFFFF, "a dialect's texts must be reachable with 16-bit offsets");
+  static_assert(N <= 0xFFFF, "a dialect's rows are counted in 16 bits");
+  static_assert(__builtin_offsetof(CLP_TABLE<N, PoolBytes>, Rows) == sizeof(CLP_DIALECT) &&
+                    __builtin_offsetof(CLP_TABLE<N, PoolBytes>, Pool) ==
+                        sizeof(CLP_DIALECT) + N * sizeof(CLP_ROW),
+                "the rows follow the head and the texts follow the rows");
+  CLP_TABLE<N, PoolBytes> Table{};
+  Table.Dialect.Count = (UINT16)N;
+  Table.Dialect.FormatCapacity = FormatCapacity;
+  UINTN Used = 0;
+  for (UINTN Index = 0; Index < N; Index++) {
+    const CLP_LINE &Line = Lines[Index];
+    CLP_ROW &Row = Table.Rows[Index];
+    const UINTN First = ClpFirstWithPrefix(Lines, Index);
+    if (First == Index) {
+      Row.Prefix = (UINT16)Used;
+      for (UINTN Char = 0; Char < ClpTextBytes(Line.Prefix); Char++) {
+        Table.Pool[Used++] = (CHAR8)Line.Prefix[Char];
+      }
+    } else {
+      Row.Prefix = Table.Rows[First].Prefix;
+    }
+    if (Line.Param > 0xFF || Line.Code > 0xFF || Line.Args[0] > 15 || Line.Args[1] > 15 ||
+        Line.Args[2] > 15 || Line.Source > 63 || Line.Kind > 15 || Line.Store > 7 || Line.Condition > 7 ||
+        Line.Digits > 15 || Line.Space > 31 || Line.Rule > 3 || Line.Form > 1 ||
+        (Line.TargetDigit != 0 && (Line.TargetDigit < '0' || Line.TargetDigit > '2'))) {
+      ClpLineDoesNotFit();
+    }
+    Row.Param = (UINT8)Line.Param;
+    Row.Code = (UINT8)Line.Code;
+    Row.Arg0 = Line.Args[0];
+    Row.Arg1 = Line.Args[1];
+    Row.Arg2 = Line.Args[2];
+    Row.Form = Line.Form;
+    Row.Rule = Line.Rule;
+    Row.ParseReply = Line.ParseReply ? 1 : 0;
+    Row.Source = Line.Source;
+    Row.Kind = Line.Kind;
+    Row.Store = Line.Store;
+    Row.Condition = Line.Condition;
+    Row.Digits = Line.Digits;
+    Row.TargetDigit = Line.TargetDigit != 0 ? (UINT8)(Line.TargetDigit - '0' + 1) : 0;
+    Row.Space = Line.Space;
+  }
+  // Rows ordered by code (stably: among the rows of one code the first whose condition holds
+  // wins), so that a lookup can search instead of scanning the table.
+  for (UINTN Index = 1; Index < N; Index++) {
+    const CLP_ROW Row = Table.Rows[Index];
+    UINTN Slot = Index;
+    for (; Slot > 0 && Table.Rows[Slot - 1].Code > Row.Code; Slot--) {
+      Table.Rows[Slot] = Table.Rows[Slot - 1];
+    }
+    Table.Rows[Slot] = Row;
+  }
+  return Table;
+}
+
+// Packs a constexpr array of CLP_LINE rows into a constexpr CLP_TABLE named Table; its dialect is
+// &Table.Dialect.
+#define CLP_PACKED_TABLE(Table, Lines, FormatCapacity)                                                       \
+  static constexpr auto Table = PackClpLines<ClpPoolBytes(Lines)>(Lines, FormatCapacity)
 
 // How a builder prepares the digit characters before anything else.
 enum CLP_DIGIT_MODE : UINT8 {
@@ -285,12 +416,12 @@ enum CLP_UNKNOWN_RULE : UINT8 {
 VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode);
 
 // First row of Dialect for Code whose condition holds, or NULL. Codes above 255 never match.
-const CLP_LINE *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function);
+const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function);
 
-// Writes the row into ClpCommandBuffer (after making it empty), performs its store and sets the
-// parse flag when the row says so. Returns EFI_BUFFER_TOO_SMALL (and leaves the buffer empty)
-// only when the row has a Space and CheckClpBufferSpace refuses it.
-EFI_STATUS RunClpLine(const CLP_LINE *Line, const FUNCTION_SETTINGS *Function, UINTN FormatCapacity,
+// Writes the row of Dialect into ClpCommandBuffer (after making it empty), performs its store and
+// sets the parse flag when the row says so. Returns EFI_BUFFER_TOO_SMALL (and leaves the buffer
+// empty) only when the row has a Space and CheckClpBufferSpace refuses it.
+EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUNCTION_SETTINGS *Function,
                       BOOLEAN *ParseResponse);
 
 VOID WriteClpExit(VOID);

@@ -21,7 +21,7 @@ EFI_STATUS BuildMellanox1017ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTI
 EFI_STATUS BuildQLogic2031ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                      BOOLEAN *ParseResponse);
 
-extern const CHAR8 *const mPfTypeNames[8];
+extern const CHAR8 mPfTypeNames[8][8];
 extern const UINT64 mPfIndexTable[16];
 
 VOID HexEncodeBytes(const UINT8 *Source, UINTN Count, CHAR8 *Destination);

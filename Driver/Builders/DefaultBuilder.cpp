@@ -103,27 +103,32 @@ static constexpr CLP_LINE kIntelLines[] = {
 
 // clang-format on
 
-const CLP_DIALECT mOemPortFunctionDialect = MakeDialect(kOemPortFunctionLines, CLP_BUFFER_BYTES);
-const CLP_DIALECT mIntelDialect = MakeDialect(kIntelLines, CLP_BUFFER_BYTES);
-static const CLP_DIALECT kVendorIndependent = MakeDialect(kVendorIndependentLines, CLP_BUFFER_BYTES);
-static const CLP_DIALECT kPerVendor = MakeDialect(kPerVendorCodes, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kOemPortFunctionTable, kOemPortFunctionLines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kIntelTable, kIntelLines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kVendorIndependentTable, kVendorIndependentLines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kPerVendorTable, kPerVendorCodes, CLP_BUFFER_BYTES);
+
+const CLP_DIALECT *OemPortFunctionDialect(VOID) {
+  return &kOemPortFunctionTable.Dialect;
+}
+
+const CLP_DIALECT *IntelDialect(VOID) {
+  return &kIntelTable.Dialect;
+}
 
 static const CLP_DIALECT *DialectOfVendor(UINT16 VendorId) {
-  static const struct {
-    UINT16 VendorId;
-    const CLP_DIALECT *Dialect;
-  } kVendors[] = {
-      {0x19A2, &mOemPortFunctionDialect},
-      {0x10DF, &mFcPortDialect},
-      {0x1077, &mNetPortDialect},
-      {0x8086, &mIntelDialect},
-  };
-  for (const auto &Vendor : kVendors) {
-    if (Vendor.VendorId == VendorId) {
-      return Vendor.Dialect;
-    }
+  switch (VendorId) {
+  case 0x19A2:
+    return OemPortFunctionDialect();
+  case 0x10DF:
+    return FcPortDialect();
+  case 0x1077:
+    return NetPortDialect();
+  case 0x8086:
+    return IntelDialect();
+  default:
+    return nullptr;
   }
-  return nullptr;
 }
 
 EFI_STATUS BuildDefaultClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
@@ -135,21 +140,23 @@ EFI_STATUS BuildDefaultClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *
     return EFI_SUCCESS;
   }
 
-  const CLP_LINE *Line = FindClpLine(&kVendorIndependent, Code, Entry);
+  const CLP_DIALECT *VendorIndependent = &kVendorIndependentTable.Dialect;
+  const CLP_ROW *Line = FindClpLine(VendorIndependent, Code, Entry);
   if (Line != nullptr) {
-    return RunClpLine(Line, Entry, kVendorIndependent.FormatCapacity, ParseResponse);
+    return RunClpLine(VendorIndependent, Line, Entry, ParseResponse);
   }
 
-  const CLP_LINE *NoVendorLine = FindClpLine(&kPerVendor, Code, Entry);
+  const CLP_DIALECT *PerVendor = &kPerVendorTable.Dialect;
+  const CLP_ROW *NoVendorLine = FindClpLine(PerVendor, Code, Entry);
   if (NoVendorLine == nullptr) {
     return RefuseClpCode(Adapter, UnknownClearsReconfigure);
   }
-  const CLP_DIALECT *Dialect = DialectOfVendor(Entry->VendorId);
-  Line = FindClpLine(Dialect, Code, Entry);
+  const CLP_DIALECT *Vendor = DialectOfVendor(Entry->VendorId);
+  Line = FindClpLine(Vendor, Code, Entry);
   if (Line == nullptr) {
-    return RunClpLine(NoVendorLine, Entry, kPerVendor.FormatCapacity, ParseResponse);
+    return RunClpLine(PerVendor, NoVendorLine, Entry, ParseResponse);
   }
-  const EFI_STATUS Status = RunClpLine(Line, Entry, Dialect->FormatCapacity, ParseResponse);
+  const EFI_STATUS Status = RunClpLine(Vendor, Line, Entry, ParseResponse);
   // The parse flag belongs to the code, whatever the vendor's line says.
   if (NoVendorLine->ParseReply && ParseResponse != nullptr) {
     *ParseResponse = TRUE;

@@ -8,9 +8,11 @@
 constexpr CLP_LINE kOemPfInfoLine =
     Tpl(SHOW_PF_INFO, "show port0/pf0 OEMVDR_PfInfo", DigitPort | DigitPf).Parse();
 
-extern const CLP_DIALECT mOemPortFunctionDialect; // vendor 0x19A2
-extern const CLP_DIALECT mFcPortDialect;          // vendor 0x10DF
-extern const CLP_DIALECT mNetPortDialect;         // vendor 0x1077
-extern const CLP_DIALECT mIntelDialect;           // vendor 0x8086
+// The dialect of each vendor (returned by functions: a table of their addresses would need
+// load-time relocations).
+const CLP_DIALECT *OemPortFunctionDialect(VOID); // vendor 0x19A2
+const CLP_DIALECT *FcPortDialect(VOID);          // vendor 0x10DF
+const CLP_DIALECT *NetPortDialect(VOID);         // vendor 0x1077
+const CLP_DIALECT *IntelDialect(VOID);           // vendor 0x8086
 
 #endif

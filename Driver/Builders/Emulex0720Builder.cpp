@@ -51,10 +51,10 @@ static constexpr CLP_LINE kEmulex0720Lines[] = {
 };
 // clang-format on
 
-static const CLP_DIALECT kEmulex0720 = MakeDialect(kEmulex0720Lines, CLP_VALUE_CAPACITY);
+CLP_PACKED_TABLE(kEmulex0720Table, kEmulex0720Lines, CLP_VALUE_CAPACITY);
 
 EFI_STATUS BuildEmulex0720ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                      BOOLEAN *ParseResponse) {
-  return BuildFromDialect(&kEmulex0720, DigitsFromZero, UnknownKeepsReconfigure, Adapter, Function, Code,
-                          ParseResponse);
+  return BuildFromDialect(&kEmulex0720Table.Dialect, DigitsFromZero, UnknownKeepsReconfigure, Adapter,
+                          Function, Code, ParseResponse);
 }

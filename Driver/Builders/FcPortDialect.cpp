@@ -34,4 +34,8 @@ static constexpr CLP_LINE kFcPortLines[] = {
 };
 // clang-format on
 
-const CLP_DIALECT mFcPortDialect = MakeDialect(kFcPortLines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kFcPortTable, kFcPortLines, CLP_BUFFER_BYTES);
+
+const CLP_DIALECT *FcPortDialect(VOID) {
+  return &kFcPortTable.Dialect;
+}

@@ -27,17 +27,17 @@ static constexpr CLP_LINE kMellanox1017Lines[] = {
 };
 // clang-format on
 
-static const CLP_DIALECT kMellanox1013 = MakeDialect(kMellanox1013Lines, CLP_BUFFER_BYTES);
-static const CLP_DIALECT kMellanox1017 = MakeDialect(kMellanox1017Lines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kMellanox1013Table, kMellanox1013Lines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kMellanox1017Table, kMellanox1017Lines, CLP_BUFFER_BYTES);
 
 EFI_STATUS BuildMellanox1013ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                        BOOLEAN *ParseResponse) {
-  return BuildFromDialect(&kMellanox1013, DigitsUnused, UnknownClearsReconfigure, Adapter, Function, Code,
-                          ParseResponse);
+  return BuildFromDialect(&kMellanox1013Table.Dialect, DigitsUnused, UnknownClearsReconfigure, Adapter,
+                          Function, Code, ParseResponse);
 }
 
 EFI_STATUS BuildMellanox1017ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                        BOOLEAN *ParseResponse) {
-  return BuildFromDialect(&kMellanox1017, DigitsUnused, UnknownClearsReconfigure, Adapter, Function, Code,
-                          ParseResponse);
+  return BuildFromDialect(&kMellanox1017Table.Dialect, DigitsUnused, UnknownClearsReconfigure, Adapter,
+                          Function, Code, ParseResponse);
 }

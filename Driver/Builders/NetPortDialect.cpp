@@ -38,4 +38,8 @@ static constexpr CLP_LINE kNetPortLines[] = {
 };
 // clang-format on
 
-const CLP_DIALECT mNetPortDialect = MakeDialect(kNetPortLines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kNetPortTable, kNetPortLines, CLP_BUFFER_BYTES);
+
+const CLP_DIALECT *NetPortDialect(VOID) {
+  return &kNetPortTable.Dialect;
+}

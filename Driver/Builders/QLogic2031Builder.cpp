@@ -6,10 +6,10 @@ static constexpr CLP_LINE kQLogic2031Lines[] = {
     Fmt(SHOW_PF_INFO, "show port%d", ArgPortPlus1).Parse(),
 };
 
-static const CLP_DIALECT kQLogic2031 = MakeDialect(kQLogic2031Lines, CLP_BUFFER_BYTES);
+CLP_PACKED_TABLE(kQLogic2031Table, kQLogic2031Lines, CLP_BUFFER_BYTES);
 
 EFI_STATUS BuildQLogic2031ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                      BOOLEAN *ParseResponse) {
-  return BuildFromDialect(&kQLogic2031, DigitsUnused, UnknownKeepsReconfigure, Adapter, Function, Code,
-                          ParseResponse);
+  return BuildFromDialect(&kQLogic2031Table.Dialect, DigitsUnused, UnknownKeepsReconfigure, Adapter, Function,
+                          Code, ParseResponse);
 }

@@ -34,10 +34,10 @@ static constexpr CLP_LINE kQLogic8070Lines[] = {
 };
 // clang-format on
 
-static const CLP_DIALECT kQLogic8070 = MakeDialect(kQLogic8070Lines, CLP_VALUE_CAPACITY);
+CLP_PACKED_TABLE(kQLogic8070Table, kQLogic8070Lines, CLP_VALUE_CAPACITY);
 
 EFI_STATUS BuildQLogic8070ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                      BOOLEAN *ParseResponse) {
-  return BuildFromDialect(&kQLogic8070, DigitsFromOne, UnknownKeepsReconfigure, Adapter, Function, Code,
-                          ParseResponse);
+  return BuildFromDialect(&kQLogic8070Table.Dialect, DigitsFromOne, UnknownKeepsReconfigure, Adapter,
+                          Function, Code, ParseResponse);
 }

@@ -13,7 +13,6 @@ EFI_GUID gIpmiTransportProtocolGuid = IPMI_TRANSPORT_PROTOCOL_GUID;
 #define IPMI_CC_UNSPECIFIED_ERROR 0xFF
 
 #define IPMI_SEND_ATTEMPTS 3
-#define IPMI_REQUEST_COPY_SIZE 256
 
 // The request size is a UINT8, so the private copy always has room for the whole request.
 static_assert(IPMI_REQUEST_COPY_SIZE > 0xFF, "request copy holds any UINT8-sized request");
@@ -76,8 +75,8 @@ EFI_STATUS hxIpmiSendCommandCc(EFI_SYSTEM_TABLE *SystemTable, UINT8 NetFunction,
 
   // Every attempt sends from this copy: the caller may pass its request buffer as the response
   // buffer too, and a partial response must not change what a retry sends.
-  UINT8 Request[IPMI_REQUEST_COPY_SIZE];
-  ZeroMem(Request, sizeof(Request));
+  UINT8 *Request = mModule.mIpmiRequestCopy;
+  ZeroMem(Request, IPMI_REQUEST_COPY_SIZE);
   if (RequestSize != 0) {
     CopyMem(Request, RequestData, RequestSize);
   }

@@ -1,12 +1,17 @@
 // Boot-time test of the driver image inside real firmware (OVMF under QEMU). The application
 // loads PlatformToDriver.efi like any other driver and checks what only real firmware can show: the
-// image loads and installs exactly one protocol instance with the driver's own members; Query and
+// image loads, its module state right after the entry point is the load state (the zero-filled
+// .bss plus the few non-zero load values), and it installs exactly one protocol instance with the
+// driver's own members; Query and
 // Response on every handle of the VM, with valid and with NULL arguments, answer as the protocol
 // requires and change nothing; and a ToolMode Response without a reply string stores no result in
 // OVMF's own NVRAM. (The ToolMode and ManagedMode dialogues themselves are played in OVMF by the
-// scenario cross-check.) It prints one line per failed check, then "PASS" or
+// scenario cross-check.) Run in OVMF's Secure Boot firmware (a "secureboot" file beside it says
+// "signed" or "unsigned"), it also checks that Secure Boot is on, and for an unsigned driver only
+// that the firmware refuses to load it. It prints one line per failed check, then "PASS" or
 // "FAIL (n checks failed)", and powers the VM off.
 #include "Uefi.h"
+#include "ModuleState.h"
 
 extern "C" {
 #include <efilib.h>
@@ -20,9 +25,11 @@ EFI_GUID gP2dProtocolGuid = EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL_GUID;
 EFI_GUID gClpGuid = EFI_PLATFORM_TO_DRIVER_CONFIGURATION_CLP_GUID;
 
 // The driver image sits beside this application on the boot disk, with the image offsets of
-// PlatformToDriverQuery and PlatformToDriverResponse that the build read from its symbol table.
+// PlatformToDriverQuery, PlatformToDriverResponse and mModule that the build read from its symbol
+// table.
 const CHAR16 *const kDriverPath = W("\\EFI\\BOOT\\PlatformToDriver.efi");
 const CHAR16 *const kMemberOffsetsPath = W("\\EFI\\BOOT\\members.bin");
+const CHAR16 *const kSecureBootPath = W("\\EFI\\BOOT\\secureboot");
 
 UINTN gChecks;
 UINTN gFailures;
@@ -48,30 +55,37 @@ BOOLEAN CheckStatus(EFI_STATUS Actual, EFI_STATUS Expected, const CHAR16 *What) 
 
 // --- Driver loading and the protocol instance ----------------------------------------------------
 
-// Two little-endian 64-bit offsets from the driver's image base: Query, then Response.
-BOOLEAN ReadMemberOffsets(EFI_HANDLE ImageHandle, UINT64 Offsets[2]) {
+enum { kQueryOffset, kResponseOffset, kStateOffset, kOffsetCount };
+
+// Reads a file of the boot disk into Buffer; *Size is its capacity, then the bytes read.
+EFI_STATUS ReadBootFile(EFI_HANDLE ImageHandle, const CHAR16 *Path, VOID *Buffer, UINTN *Size) {
   EFI_LOADED_IMAGE *Self = nullptr;
-  if (EFI_ERROR(BS->HandleProtocol(ImageHandle, &LoadedImageProtocol, (VOID **)&Self))) {
-    return FALSE;
+  EFI_STATUS Status = BS->HandleProtocol(ImageHandle, &LoadedImageProtocol, (VOID **)&Self);
+  if (EFI_ERROR(Status)) {
+    return Status;
   }
   EFI_FILE_HANDLE Root = LibOpenRoot(Self->DeviceHandle);
   if (Root == nullptr) {
-    Check(FALSE, W("cannot open the boot disk's root directory"));
-    return FALSE;
+    return EFI_NOT_FOUND;
   }
   EFI_FILE_HANDLE File = nullptr;
-  EFI_STATUS Status = Root->Open(Root, &File, (CHAR16 *)kMemberOffsetsPath, EFI_FILE_MODE_READ, 0);
-  BOOLEAN Ok = CheckStatus(Status, EFI_SUCCESS, W("opening members.bin"));
-  if (Ok) {
-    UINTN Size = 2 * sizeof(UINT64);
-    Status = File->Read(File, &Size, Offsets);
-    Ok = CheckStatus(Status, EFI_SUCCESS, W("reading members.bin"));
-    Check(!Ok || Size == 2 * sizeof(UINT64), W("members.bin holds %d bytes, expected 16"), Size);
-    Ok = Ok && Size == 2 * sizeof(UINT64);
+  Status = Root->Open(Root, &File, (CHAR16 *)Path, EFI_FILE_MODE_READ, 0);
+  if (!EFI_ERROR(Status)) {
+    Status = File->Read(File, Size, Buffer);
     File->Close(File);
   }
   Root->Close(Root);
-  return Ok;
+  return Status;
+}
+
+// Little-endian 64-bit offsets from the driver's image base: Query, Response, mModule.
+BOOLEAN ReadMemberOffsets(EFI_HANDLE ImageHandle, UINT64 Offsets[kOffsetCount]) {
+  const UINTN Expected = kOffsetCount * sizeof(UINT64);
+  UINTN Size = Expected;
+  EFI_STATUS Status = ReadBootFile(ImageHandle, kMemberOffsetsPath, Offsets, &Size);
+  BOOLEAN Ok = CheckStatus(Status, EFI_SUCCESS, W("reading members.bin"));
+  Check(!Ok || Size == Expected, W("members.bin holds %d bytes, expected %d"), Size, Expected);
+  return Ok && Size == Expected;
 }
 
 EFI_HANDLE LoadDriver(EFI_HANDLE ImageHandle) {
@@ -100,8 +114,8 @@ EFI_HANDLE LoadDriver(EFI_HANDLE ImageHandle) {
 
 // Exactly one instance, on the driver's own image handle, whose members are the driver's
 // PlatformToDriverQuery and PlatformToDriverResponse.
-EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *CheckProtocolInstance(EFI_HANDLE DriverHandle,
-                                                                     const UINT64 MemberOffsets[2]) {
+EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *
+CheckProtocolInstance(EFI_HANDLE DriverHandle, const UINT64 MemberOffsets[kOffsetCount]) {
   EFI_GUID **Guids = nullptr;
   UINTN GuidCount = 0;
   UINTN Instances = 0;
@@ -146,14 +160,77 @@ EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *CheckProtocolInstance(EFI_HANDLE 
           Base, End);
     Check(Response >= Base && Response < End, W("Response member %lx lies outside the driver image %lx-%lx"),
           Response, Base, End);
-    Check(Query == Base + MemberOffsets[0],
+    Check(Query == Base + MemberOffsets[kQueryOffset],
           W("Query member is at image offset %lx, PlatformToDriverQuery at %lx"), Query - Base,
-          MemberOffsets[0]);
-    Check(Response == Base + MemberOffsets[1],
+          MemberOffsets[kQueryOffset]);
+    Check(Response == Base + MemberOffsets[kResponseOffset],
           W("Response member is at image offset %lx, PlatformToDriverResponse at %lx"), Response - Base,
-          MemberOffsets[1]);
+          MemberOffsets[kResponseOffset]);
   }
   return Protocol;
+}
+
+// --- The state at load -------------------------------------------------------------------------------
+
+// Read back from the loaded image before any Query: the image file carries no bytes of the state,
+// so this shows that the loader zero-filled it and that the entry point set the non-zero load
+// values. Neither the IPMI transport nor the console-message protocol exists in this VM, so the
+// constructors leave their pointers NULL and every other byte must be zero.
+VOID CheckLoadState(EFI_HANDLE DriverHandle, UINT64 StateOffset) {
+  EFI_LOADED_IMAGE *Image = nullptr;
+  if (!CheckStatus(BS->HandleProtocol(DriverHandle, &LoadedImageProtocol, (VOID **)&Image), EFI_SUCCESS,
+                   W("HandleProtocol(driver image handle, LoadedImage) for the state"))) {
+    return;
+  }
+  if (StateOffset == 0 || StateOffset + sizeof(DRIVER_MODULE_STATE) > Image->ImageSize) {
+    Check(FALSE, W("mModule at image offset %lx does not lie inside the driver image"), StateOffset);
+    return;
+  }
+  const DRIVER_MODULE_STATE *State = (const DRIVER_MODULE_STATE *)((UINT8 *)Image->ImageBase + StateOffset);
+  Print(W("Load state: mModule, %d bytes at image offset %lx\n"), sizeof(DRIVER_MODULE_STATE), StateOffset);
+
+  Check(!State->mToolModeAnswered && !State->mToolModeFinished && !State->mToolModeDeclined &&
+            !State->mToolBannerShown,
+        W("ToolMode flags at load: answered %d finished %d declined %d banner %d, expected all 0"),
+        State->mToolModeAnswered, State->mToolModeFinished, State->mToolModeDeclined,
+        State->mToolBannerShown);
+  Check(State->mToolModeSetting == 255, W("mToolModeSetting at load is %ld, expected 255"),
+        State->mToolModeSetting);
+  Check(State->mPlanInstance == 255 && State->mPlanInstance2 == 255 && State->mPlanStopped == 0 &&
+            State->mPlanComplete == 0 && State->mLinkAdjusted == 0,
+        W("plan bytes at load: %d %d %d %d %d, expected 255 255 0 0 0"), State->mPlanInstance,
+        State->mPlanInstance2, State->mPlanStopped, State->mPlanComplete, State->mLinkAdjusted);
+  Check(State->mClpPortDigit == '0' && State->mClpPfDigit == '0' && State->mClpTargetDigit == '0',
+        W("digit characters at load: %d %d %d, expected 48 48 48"), State->mClpPortDigit, State->mClpPfDigit,
+        State->mClpTargetDigit);
+  for (UINTN Index = 0; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
+    Check(State->mPfTypePfNumber[Index] == 1, W("mPfTypePfNumber[%d] at load is %ld, expected 1"), Index,
+          State->mPfTypePfNumber[Index]);
+  }
+
+  // Everything else, padding included, is zero.
+  static DRIVER_MODULE_STATE Expected;
+  ZeroMem(&Expected, sizeof(Expected));
+  Expected.mToolModeSetting = 255;
+  Expected.mPlanInstance = 255;
+  Expected.mPlanInstance2 = 255;
+  Expected.mClpPortDigit = '0';
+  Expected.mClpPfDigit = '0';
+  Expected.mClpTargetDigit = '0';
+  for (UINTN Index = 0; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
+    Expected.mPfTypePfNumber[Index] = 1;
+  }
+  const UINT8 *Actual = (const UINT8 *)State;
+  const UINT8 *Wanted = (const UINT8 *)&Expected;
+  UINTN Differing = 0, First = 0;
+  for (UINTN Offset = 0; Offset < sizeof(Expected); Offset++) {
+    if (Actual[Offset] != Wanted[Offset] && Differing++ == 0) {
+      First = Offset;
+    }
+  }
+  Check(Differing == 0,
+        W("%d bytes of mModule differ from the load state, the first at offset %d (%d, expected %d)"),
+        Differing, First, Actual[First], Wanted[First]);
 }
 
 // --- Query and Response on every handle of the VM ------------------------------------------------
@@ -271,10 +348,70 @@ VOID ToolModeResponseWithoutReply(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL 
   }
 }
 
+// --- Secure Boot -------------------------------------------------------------------------------------
+
+enum SECURE_BOOT_RUN { SecureBootNotTested, SecureBootSigned, SecureBootUnsigned };
+
+SECURE_BOOT_RUN ReadSecureBootRun(EFI_HANDLE ImageHandle) {
+  CHAR8 Text[16] = {};
+  UINTN Size = sizeof(Text) - 1;
+  if (EFI_ERROR(ReadBootFile(ImageHandle, kSecureBootPath, Text, &Size))) {
+    return SecureBootNotTested;
+  }
+  const SECURE_BOOT_RUN Run = strcmpa(Text, (CHAR8 *)"signed") == 0     ? SecureBootSigned
+                              : strcmpa(Text, (CHAR8 *)"unsigned") == 0 ? SecureBootUnsigned
+                                                                        : SecureBootNotTested;
+  Check(Run != SecureBootNotTested, W("the secureboot file says neither signed nor unsigned"));
+  return Run;
+}
+
+// The firmware must enforce signatures, or neither run shows anything.
+VOID CheckSecureBootOn(SECURE_BOOT_RUN Run) {
+  EFI_GUID GlobalVariable = EFI_GLOBAL_VARIABLE;
+  UINT8 SecureBoot = 0;
+  UINTN Size = sizeof(SecureBoot);
+  EFI_STATUS Status = RT->GetVariable(W("SecureBoot"), &GlobalVariable, nullptr, &Size, &SecureBoot);
+  CheckStatus(Status, EFI_SUCCESS, W("GetVariable(SecureBoot)"));
+  Check(SecureBoot == 1, W("SecureBoot is %d, expected 1"), SecureBoot);
+  Print(W("Secure Boot on: %s driver image\n"), Run == SecureBootSigned ? W("signed") : W("unsigned"));
+}
+
+// An unsigned driver: LoadImage refuses it by policy (Access Denied, not the Security Violation
+// of an image that is loaded but not authenticated) and no protocol instance appears.
+VOID CheckUnsignedRefused(EFI_HANDLE ImageHandle) {
+  EFI_LOADED_IMAGE *Self = nullptr;
+  if (!CheckStatus(BS->HandleProtocol(ImageHandle, &LoadedImageProtocol, (VOID **)&Self), EFI_SUCCESS,
+                   W("HandleProtocol(LoadedImage) of the test application"))) {
+    return;
+  }
+  EFI_DEVICE_PATH *Path = FileDevicePath(Self->DeviceHandle, (CHAR16 *)kDriverPath);
+  EFI_HANDLE DriverHandle = nullptr;
+  EFI_STATUS Status = BS->LoadImage(FALSE, ImageHandle, Path, nullptr, 0, &DriverHandle);
+  FreePool(Path);
+  CheckStatus(Status, EFI_ACCESS_DENIED, W("LoadImage of the unsigned driver"));
+  if (!EFI_ERROR(Status)) {
+    BS->UnloadImage(DriverHandle);
+  }
+  VOID *Interface = nullptr;
+  CheckStatus(BS->LocateProtocol(&gP2dProtocolGuid, nullptr, &Interface), EFI_NOT_FOUND,
+              W("LocateProtocol(platform-to-driver) after the refusal"));
+}
+
 EFI_STATUS RunTests(EFI_HANDLE ImageHandle) {
-  UINT64 MemberOffsets[2] = {0, 0};
+  const SECURE_BOOT_RUN Run = ReadSecureBootRun(ImageHandle);
+  if (Run != SecureBootNotTested) {
+    CheckSecureBootOn(Run);
+  }
+  if (Run == SecureBootUnsigned) {
+    CheckUnsignedRefused(ImageHandle);
+    return EFI_SUCCESS;
+  }
+  UINT64 MemberOffsets[kOffsetCount] = {};
   ReadMemberOffsets(ImageHandle, MemberOffsets);
   EFI_HANDLE DriverHandle = LoadDriver(ImageHandle);
+  if (DriverHandle != nullptr) {
+    CheckLoadState(DriverHandle, MemberOffsets[kStateOffset]);
+  }
   EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol =
       DriverHandle == nullptr ? nullptr : CheckProtocolInstance(DriverHandle, MemberOffsets);
   if (Protocol != nullptr) {

@@ -6,6 +6,7 @@ set -euo pipefail
 
 check=$1
 work=$2
+lds=$(cd "$(dirname "$check")" && pwd)/PlatformToDriver.lds
 rm -rf "$work"
 mkdir -p "$work"
 cd "$work"
@@ -20,10 +21,10 @@ build() {
   local name=$1 target=$2 source=$3
   printf '%s\n' "$source" >"$name.cpp"
   g++ "${flags[@]}" -c "$name.cpp" -o "$name.o"
-  ld -nostdlib -znocombreloc -T /usr/lib/elf_x86_64_efi.lds -shared -Bsymbolic -L/usr/lib \
+  ld -nostdlib -znocombreloc -T "$lds" -shared -Bsymbolic -L/usr/lib \
     /usr/lib/crt0-efi-x86_64.o "$name.o" -o "$name.so" -lefi -lgnuefi
   objcopy -j .text -j .sdata -j .data -j .dynamic -j .dynsym -j .rel -j .rela -j .rel.* -j .rela.* \
-    -j .reloc --target "$target" "$name.so" "$name.efi"
+    -j .reloc -j .bss --target "$target" "$name.so" "$name.efi"
 }
 
 # expect NAME KIND OUTCOME PATTERN: OUTCOME is accept or refuse; PATTERN must appear in the output.
@@ -66,6 +67,18 @@ build libc_call efi-bsdrv-x86_64 "$entry
 extern \"C\" unsigned long strlen(const char *);
 unsigned long Length(const char *S) { return strlen(S); }"
 expect libc_call driver refuse "strlen"
+
+build state_zero efi-bsdrv-x86_64 "$entry
+struct State { unsigned char Plan; unsigned long Table[512]; };
+State mModule;
+extern \"C\" State *Reach() { return &mModule; }"
+expect state_zero driver accept "state_zero.efi: "
+
+build state_initialised efi-bsdrv-x86_64 "$entry
+struct State { unsigned char Plan = 255; unsigned long Table[512] = {}; };
+State mModule;
+extern \"C\" State *Reach() { return &mModule; }"
+expect state_initialised driver refuse "mModule is initialised data"
 
 if ((failures)); then
   echo "FAIL ($failures cases failed)"

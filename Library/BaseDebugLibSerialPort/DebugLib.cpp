@@ -24,43 +24,45 @@ void DebugPrint(UINTN ErrorLevel, const char *Format, ...) {
 
 namespace {
 
-// Appends Text to the message, keeping the last byte of the buffer for the terminator.
-void AppendText(CHAR8 *Buffer, UINTN *Length, const char *Text) {
-  for (; *Text != 0 && *Length < kMaxDebugMessageLength - 1; Text++) {
-    Buffer[(*Length)++] = (CHAR8)*Text;
-  }
-}
+// An assertion report goes to the port piece by piece, with no message buffer on the stack (the
+// report may come from the deepest frame of a Query); it is cut at the length of a debug message
+// all the same.
+struct ASSERT_REPORT {
+  UINTN Length;
 
-void AppendDecimal(CHAR8 *Buffer, UINTN *Length, UINT64 Value) {
-  char Digits[21];
-  UINTN Count = 0;
-  do {
-    Digits[Count++] = (char)('0' + Value % 10);
-    Value /= 10;
-  } while (Value != 0);
-  char Text[21];
-  for (UINTN Index = 0; Index < Count; Index++) {
-    Text[Index] = Digits[Count - 1 - Index];
+  void Write(const char *Text) {
+    UINTN Count = 0;
+    while (Text[Count] != 0 && Length + Count < kMaxDebugMessageLength - 1) {
+      Count++;
+    }
+    SerialPortWrite((const UINT8 *)Text, Count);
+    Length += Count;
   }
-  Text[Count] = 0;
-  AppendText(Buffer, Length, Text);
-}
+
+  void WriteDecimal(UINT64 Value) {
+    char Text[21];
+    UINTN Start = sizeof(Text) - 1;
+    Text[Start] = 0;
+    do {
+      Text[--Start] = (char)('0' + Value % 10);
+      Value /= 10;
+    } while (Value != 0);
+    Write(Text + Start);
+  }
+};
 
 } // namespace
 
 // The report is put together here rather than with AsciiSPrint: the print library asserts on its
 // own arguments, and an assertion report must never be able to re-enter itself.
 void DebugAssert(const char *FileName, UINTN LineNumber, const char *Description) {
-  CHAR8 Buffer[kMaxDebugMessageLength];
-  UINTN Length = 0;
-  AppendText(Buffer, &Length, "ASSERT ");
-  AppendText(Buffer, &Length, FileName != nullptr ? FileName : "<null string>");
-  AppendText(Buffer, &Length, "(");
-  AppendDecimal(Buffer, &Length, (UINT64)LineNumber);
-  AppendText(Buffer, &Length, "): ");
-  AppendText(Buffer, &Length, Description != nullptr ? Description : "<null string>");
-  AppendText(Buffer, &Length, "\r\n");
-  Buffer[Length] = 0;
-  SerialPortWrite(Buffer, Length);
+  ASSERT_REPORT Report = {0};
+  Report.Write("ASSERT ");
+  Report.Write(FileName != nullptr ? FileName : "<null string>");
+  Report.Write("(");
+  Report.WriteDecimal((UINT64)LineNumber);
+  Report.Write("): ");
+  Report.Write(Description != nullptr ? Description : "<null string>");
+  Report.Write("\r\n");
   DebugAssertFinish(FileName, LineNumber, Description);
 }

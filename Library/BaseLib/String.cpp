@@ -14,9 +14,10 @@ UINTN CheckedLength(const CHAR8 *String) {
   }
   UINTN Length = 0;
   while (String[Length] != '\0') {
-    ASSERT(Length < PCD_MAXIMUM_ASCII_STRING_LENGTH);
     Length++;
   }
+  // Checked once at the end rather than at every character; it fires for the same strings.
+  ASSERT(Length <= PCD_MAXIMUM_ASCII_STRING_LENGTH);
   return Length;
 }
 

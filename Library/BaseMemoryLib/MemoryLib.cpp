@@ -8,6 +8,7 @@
 
 // Word stores into buffers of any type.
 typedef UINT64 __attribute__((may_alias)) MEMORY_LIB_UINT64;
+typedef UINT64 __attribute__((may_alias, aligned(1))) MEMORY_LIB_UNALIGNED_UINT64;
 
 VOID *CopyMem(VOID *DestinationBuffer, const VOID *SourceBuffer, UINTN Length) {
   if (Length == 0 || DestinationBuffer == SourceBuffer) {
@@ -20,7 +21,18 @@ VOID *CopyMem(VOID *DestinationBuffer, const VOID *SourceBuffer, UINTN Length) {
   UINT8 *Destination = (UINT8 *)DestinationBuffer;
   const UINT8 *Source = (const UINT8 *)SourceBuffer;
   if ((UINTN)Destination < (UINTN)Source || (UINTN)Destination >= (UINTN)Source + Length) {
-    for (UINTN Index = 0; Index < Length; Index++) {
+    // Forward: eight bytes per step while they fit (replies of kilobytes are copied whole); a
+    // word read at the source is written before the next is read, which is safe here because
+    // the destination lies below the source or behind its end.
+    UINTN Index = 0;
+    if (Length >= 8 && (UINTN)Source - (UINTN)Destination >= 8) {
+      for (; Length - Index >= 8; Index += 8) {
+        LOOP_BARRIER();
+        *(MEMORY_LIB_UNALIGNED_UINT64 *)(Destination + Index) =
+            *(const MEMORY_LIB_UNALIGNED_UINT64 *)(Source + Index);
+      }
+    }
+    for (; Index < Length; Index++) {
       LOOP_BARRIER();
       Destination[Index] = Source[Index];
     }

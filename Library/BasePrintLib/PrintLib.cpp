@@ -14,18 +14,37 @@ const UINTN kZeroPad = 0x2;
 const UINTN kLong = 0x4;
 const UINTN kHasPrecision = 0x8;
 
-const char *const kErrorNames[] = {
-    nullptr,           "Load Error",       "Invalid Parameter", "Unsupported",
-    "Bad Buffer Size", "Buffer Too Small", "Not Ready",         "Device Error",
-    "Write Protected", "Out of Resources", "Volume Corrupt",    "Volume Full",
-    "No Media",        "Media changed",    "Not Found",         "Access Denied",
-    "No Response",     "No mapping",       "Time out",          "Not started",
-    "Already started", "Aborted",          "ICMP Error",        "TFTP Error",
+// Fixed-size rows rather than pointers: a pointer table costs a load-time relocation per entry.
+const char kErrorNames[][18] = {
+    "",
+    "Load Error",
+    "Invalid Parameter",
+    "Unsupported",
+    "Bad Buffer Size",
+    "Buffer Too Small",
+    "Not Ready",
+    "Device Error",
+    "Write Protected",
+    "Out of Resources",
+    "Volume Corrupt",
+    "Volume Full",
+    "No Media",
+    "Media changed",
+    "Not Found",
+    "Access Denied",
+    "No Response",
+    "No mapping",
+    "Time out",
+    "Not started",
+    "Already started",
+    "Aborted",
+    "ICMP Error",
+    "TFTP Error",
     "Protocol Error",
 };
 
-const char *const kWarningNames[] = {
-    nullptr,
+const char kWarningNames[][25] = {
+    "",
     "Warning Unknown Glyph",
     "Warning Delete Failure",
     "Warning Write Failure",
@@ -50,16 +69,27 @@ const char *StatusName(EFI_STATUS Status) {
   return nullptr;
 }
 
+// The ASCII and the UCS-2 formatter are one routine: the format and the output have the same
+// character width, chosen at run time, so the image carries the formatting code once.
+
 // Bounded output: keeps writing characters while there is room for them and the terminator, and
 // counts only what was written.
-template <typename OutChar> struct Output {
-  OutChar *Buffer;
+struct Output {
+  VOID *Buffer;
+  BOOLEAN Wide;   // CHAR16 characters, else CHAR8
   UINTN Capacity; // characters, terminator excluded
   UINTN Count;
 
+  void Store(UINTN Index, UINT32 Char) {
+    if (Wide) {
+      ((CHAR16 *)Buffer)[Index] = (CHAR16)Char;
+    } else {
+      ((CHAR8 *)Buffer)[Index] = (CHAR8)Char;
+    }
+  }
   void Put(UINT32 Char) {
     if (Count < Capacity) {
-      Buffer[Count] = (OutChar)Char;
+      Store(Count, Char);
       Count++;
     }
   }
@@ -77,9 +107,9 @@ struct Piece {
   UINTN Length;
 };
 
-template <typename OutChar>
-void EmitPiece(Output<OutChar> &Out, const Piece &Text, UINTN Flags, UINTN Width, UINTN Precision) {
-  UINTN Length = Text.Length;
+void EmitPiece(Output &Out, const Piece &Text, UINTN Flags, UINTN Width, UINTN Precision) {
+  // Every caller names one of the two texts; a piece with neither is empty.
+  UINTN Length = Text.Narrow != nullptr || Text.Wide != nullptr ? Text.Length : 0;
   if ((Flags & kHasPrecision) != 0 && Precision < Length) {
     Length = Precision;
   }
@@ -113,9 +143,8 @@ UINTN WideLength(const CHAR16 *String) {
   return Length;
 }
 
-template <typename OutChar>
-void EmitNumber(Output<OutChar> &Out, UINT64 Magnitude, BOOLEAN Negative, UINT32 Radix, UINTN Flags,
-                UINTN Width, UINTN Precision) {
+void EmitNumber(Output &Out, UINT64 Magnitude, BOOLEAN Negative, UINT32 Radix, UINTN Flags, UINTN Width,
+                UINTN Precision) {
   static const char kDigits[] = "0123456789ABCDEF";
   char Digits[24];
   UINTN DigitCount = 0;
@@ -147,77 +176,96 @@ void EmitNumber(Output<OutChar> &Out, UINT64 Magnitude, BOOLEAN Negative, UINT32
   }
 }
 
-template <typename FormatChar> UINTN ReadNumber(const FormatChar *&Format) {
+// The format string; a character as an unsigned code (a plain char above 0x7F must not
+// sign-extend).
+struct FormatText {
+  const VOID *Start;
+  BOOLEAN Wide;
+  UINTN Index;
+
+  UINT32 Peek(UINTN Ahead = 0) const {
+    return Wide ? (UINT32)((const CHAR16 *)Start)[Index + Ahead]
+                : (UINT32)((const UINT8 *)Start)[Index + Ahead];
+  }
+};
+
+UINTN ReadNumber(FormatText &Format) {
   UINTN Value = 0;
-  while (*Format >= '0' && *Format <= '9') {
+  while (Format.Peek() >= '0' && Format.Peek() <= '9') {
     if (Value < 100000) { // widths beyond any buffer are pointless; keep the arithmetic bounded
-      Value = Value * 10 + (UINTN)(*Format - '0');
+      Value = Value * 10 + (UINTN)(Format.Peek() - '0');
     }
-    Format++;
+    Format.Index++;
   }
   return Value;
-}
-
-// A format character as an unsigned code: a plain char above 0x7F must not sign-extend.
-UINT32 FormatCode(char Char) {
-  return (UINT32)(UINT8)Char;
-}
-UINT32 FormatCode(CHAR16 Char) {
-  return (UINT32)Char;
 }
 
 // The analyzer does not follow a va_list handed in as a parameter (it is initialised by the
 // caller's va_start) and reports every va_arg here as reading an uninitialised list.
 // NOLINTBEGIN(clang-analyzer-valist.Uninitialized)
-template <typename OutChar, typename FormatChar>
-UINTN FormatTo(OutChar *Buffer, UINTN Capacity, const FormatChar *Format, va_list Marker) {
-  Output<OutChar> Out = {Buffer, Capacity, 0};
+UINTN FormatTo(VOID *Buffer, BOOLEAN Wide, UINTN Capacity, const VOID *FormatString, va_list Marker) {
+  Output Out = {Buffer, Wide, Capacity, 0};
+  FormatText Format = {FormatString, Wide, 0};
 
-  while (*Format != 0 && Out.Count < Out.Capacity) {
-    UINT32 Char = FormatCode(*Format);
+  while (Format.Peek() != 0 && Out.Count < Out.Capacity) {
+    if (!Wide) {
+      // Plain ASCII characters, the bulk of every CLP line, are copied without the general
+      // path's per-character width tests.
+      const UINT8 *Text = (const UINT8 *)FormatString;
+      CHAR8 *Narrow = (CHAR8 *)Buffer;
+      UINT8 Plain = Text[Format.Index];
+      while (Plain != 0 && Plain != '%' && Plain != '\n' && Plain != '\r' && Out.Count < Out.Capacity) {
+        Narrow[Out.Count++] = (CHAR8)Plain;
+        Plain = Text[++Format.Index];
+      }
+      if (Plain == 0 || Out.Count == Out.Capacity) {
+        break;
+      }
+    }
+    UINT32 Char = Format.Peek();
     if (Char == '\n') {
       Out.Put('\r');
       Out.Put('\n');
-      Format++;
-      if (*Format == '\r') {
-        Format++;
+      Format.Index++;
+      if (Format.Peek() == '\r') {
+        Format.Index++;
       }
       continue;
     }
-    if (Char == '\r' && Format[1] == '\n') {
+    if (Char == '\r' && Format.Peek(1) == '\n') {
       Out.Put('\r');
       Out.Put('\n');
-      Format += 2;
+      Format.Index += 2;
       continue;
     }
     if (Char != '%') {
       Out.Put(Char);
-      Format++;
+      Format.Index++;
       continue;
     }
 
-    Format++;
+    Format.Index++;
     UINTN Flags = 0;
     UINTN Width = 0;
     UINTN Precision = 0;
     for (;;) {
-      if (*Format == '-') {
+      if (Format.Peek() == '-') {
         Flags |= kLeftJustify;
-      } else if (*Format == '0') {
+      } else if (Format.Peek() == '0') {
         Flags |= kZeroPad;
-      } else if (*Format == 'L' || *Format == 'l') {
+      } else if (Format.Peek() == 'L' || Format.Peek() == 'l') {
         Flags |= kLong;
-      } else if (*Format == '*') {
+      } else if (Format.Peek() == '*') {
         Width = (UINTN)(UINT32)va_arg(Marker, int);
-      } else if (*Format >= '1' && *Format <= '9') {
+      } else if (Format.Peek() >= '1' && Format.Peek() <= '9') {
         Width = ReadNumber(Format);
         continue;
-      } else if (*Format == '.') {
-        Format++;
+      } else if (Format.Peek() == '.') {
+        Format.Index++;
         Flags |= kHasPrecision;
-        if (*Format == '*') {
+        if (Format.Peek() == '*') {
           Precision = (UINTN)(UINT32)va_arg(Marker, int);
-          Format++;
+          Format.Index++;
         } else {
           Precision = ReadNumber(Format);
         }
@@ -225,15 +273,15 @@ UINTN FormatTo(OutChar *Buffer, UINTN Capacity, const FormatChar *Format, va_lis
       } else {
         break;
       }
-      Format++;
+      Format.Index++;
     }
-    if (*Format == 0) {
+    if (Format.Peek() == 0) {
       break; // a format ending in a lone '%' prints nothing for it
     }
 
     Piece Text = {nullptr, nullptr, 0};
-    UINT32 Type = FormatCode(*Format);
-    Format++;
+    UINT32 Type = Format.Peek();
+    Format.Index++;
     switch (Type) {
     case 'X':
       Flags |= kZeroPad;
@@ -308,7 +356,7 @@ UINTN FormatTo(OutChar *Buffer, UINTN Capacity, const FormatChar *Format, va_lis
     EmitPiece(Out, Text, Flags, Width, Precision);
   }
 
-  Buffer[Out.Count] = 0;
+  Out.Store(Out.Count, 0);
   return Out.Count;
 }
 // NOLINTEND(clang-analyzer-valist.Uninitialized)
@@ -324,7 +372,7 @@ UINTN AsciiVSPrint(CHAR8 *StartOfBuffer, UINTN BufferSize, const char *FormatStr
     StartOfBuffer[0] = 0;
     return 0;
   }
-  return FormatTo(StartOfBuffer, BufferSize - 1, FormatString, Marker);
+  return FormatTo(StartOfBuffer, FALSE, BufferSize - 1, FormatString, Marker);
 }
 
 UINTN AsciiSPrint(CHAR8 *StartOfBuffer, UINTN BufferSize, const char *FormatString, ...) {
@@ -345,7 +393,7 @@ UINTN UnicodeVSPrint(CHAR16 *StartOfBuffer, UINTN BufferSize, const CHAR16 *Form
     StartOfBuffer[0] = 0;
     return 0;
   }
-  return FormatTo(StartOfBuffer, Characters - 1, FormatString, Marker);
+  return FormatTo(StartOfBuffer, TRUE, Characters - 1, FormatString, Marker);
 }
 
 UINTN UnicodeSPrint(CHAR16 *StartOfBuffer, UINTN BufferSize, const CHAR16 *FormatString, ...) {
