@@ -122,6 +122,33 @@ TEST(Nesting, RestartLimitRefusesTheNextStartInsideTheInnermostResponse) {
   EXPECT_EQ(T.ExitStatus, 1);
 }
 
+// An adapter that never takes the new count asks for the layout change in every nested run; the
+// platform hears of it once.
+TEST(Nesting, EveryNestedRunPlansTheLayoutChangeButThePlatformIsNotifiedOnce) {
+  const char *NeverTakes = R"({"adapters":[{"name":"E","VendorId":"0x19A2","DeviceId":"0x0710",
+    "ports":[{"nalo":{"Header":{"PortTableValid":1},"PortTable":{"DesiredPortEnable":1,"DesiredFunctionCount":4}},
+              "functions":[{"function":0,"record":{"PlatformFlags":"0x60"}}]}],
+    "defaultReply":{"reply":"retdata=PortEn=enabled\r\nPfCount=2\r\nPfType=NIC\r\n"},
+    "replies":[{"command":"exit","action":"RestartController"}]}],"run":{"maxRestarts":2}})";
+  const json J =
+      json::parse(sim::TranscriptToJson(sim::RunScenario(sim::LoadScenarioText(NeverTakes))).dump());
+  const json &Runs = J["boots"][0]["controllers"][0]["runs"];
+  ASSERT_EQ(Runs.size(), 3u);
+  std::vector<size_t> Notifications;
+  for (const json &Run : Runs) {
+    EXPECT_EQ(Commands(Run),
+              (std::vector<std::string>{"show port0/pf0 OEMVDR_PfInfo", "set OEMVDR_PfCount=04", "exit"}));
+    size_t Count = 0;
+    for (const json &Step : Run["steps"]) {
+      for (const std::string &K : Kinds(Step["events"])) {
+        Count += K == "restartNotification" ? 1 : 0;
+      }
+    }
+    Notifications.push_back(Count);
+  }
+  EXPECT_EQ(Notifications, (std::vector<size_t>{1, 0, 0}));
+}
+
 // A name given twice in the run order starts the adapter driver again from Instance 0 after the
 // first run returned: that run is not nested.
 TEST(Nesting, SecondStartFromTheRunOrderIsNotNested) {
