@@ -24,6 +24,11 @@ struct Pattern {
   std::vector<Call> Calls;
 };
 
+// A failing case names its pattern, not its bytes.
+void PrintTo(const Pattern &P, std::ostream *Out) {
+  *Out << P.Name;
+}
+
 constexpr unsigned kRestart = EfiPlatformConfigurationActionRestartController;
 
 class MisbehavingAdapter : public IntegrationTest, public ::testing::WithParamInterface<Pattern> {
