@@ -10,7 +10,12 @@ configuration action and the Response status; the end of each run (Instance and 
 none when the run restarted or was cut by a reset); and the events of each step: IPMI requests
 (NetFn, LUN, command, request bytes, completion code), status codes (type, value, instance, caller
 ID), variable writes (name, attributes, bytes), console messages, disconnects and connects with
-their status, restart notifications and resets.
+their status, restart notifications and resets. A controller restart runs the next run nested inside
+the Response that asked for it, on both platforms: the restarting step's events hold a
+{"kind": "start", "controller": ..., "run": k} event between its disconnect and its connect, and the
+stopped run ends with the Query it made after that Response; both are compared like any event and
+end. The stand-in prints a nested run's lines before the line of the step that started it, so runs
+are matched by their number, not by line order.
 
 Normalisations, each for something that legitimately differs between the two platforms:
   N1  Handles never appear in either transcript, so nothing is done for them.

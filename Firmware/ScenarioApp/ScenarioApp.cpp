@@ -2,10 +2,13 @@
 // and, for each scenario in turn, builds the platform the simulator builds: settings records on the
 // VM's e1000e functions, the virtual-I/O configuration, the platform policy, an IPMI transport and a
 // console-message protocol, the scenario's NVRAM variables. It listens to the firmware's status-code
-// router, binds a driver of its own to the test functions so that disconnects and connects have
-// something to stop and start, loads a fresh copy of PlatformToDriver.efi, and plays the scripted
-// adapter drivers. Every step goes to the serial port as one "PTDT {json}" line in the simulator's
-// transcript terms; a cold reset ends the VM right after the line of the step that asked for it.
+// router, loads a fresh copy of PlatformToDriver.efi, and plays the scripted adapter drivers as real
+// ones run: a UEFI driver of its own binds to the test functions, and its Start() runs the
+// controller's Query/Response loop. The front's restart of a controller (disconnect: our Stop();
+// connect: a new Start()) therefore runs the next configuration run nested inside the Response that
+// asked for it, as on a server. Every step goes to the serial port as one "PTDT {json}" line in the
+// simulator's transcript terms (a nested run's lines come before the line of the step that started
+// it); a cold reset ends the VM right after the line of the step that asked for it.
 #include "Uefi.h"
 #include "Protocol/ConsoleMessage.h"
 #include "Protocol/IpmiTransport.h"
@@ -36,6 +39,7 @@ constexpr UINT16 kE1000eVendorId = 0x8086;
 constexpr UINT16 kE1000eDeviceId = 0x10D3;
 constexpr UINTN kMaxFunctions = 16;
 constexpr UINTN kInstanceLimit = 256;
+constexpr UINTN kMaxDepth = 10; // nested Start()s: the first run and up to nine restarts
 
 // --- Serial output: raw bytes on the first serial port, no console translation. -----------------
 
@@ -158,7 +162,17 @@ VOID EndLine() {
 
 // --- Events: what the driver caused during one Query and Response. -------------------------------
 
-enum class Kind { Ipmi, StatusCode, SetVariable, Console, Disconnect, Connect, Reset, RestartNotification };
+enum class Kind {
+  Ipmi,
+  StatusCode,
+  SetVariable,
+  Console,
+  Disconnect,
+  Connect,
+  Reset,
+  RestartNotification,
+  Start
+};
 
 struct Event {
   Kind What;
@@ -170,12 +184,16 @@ struct Event {
   UINT32 Attributes;
   UINTN DataOffset, DataSize; // into gEventData
   const char *ResetType;
+  const CHAR8 *Controller; // start: the nested run's controller and run
+  UINTN Run;
 };
 
+// The events of the step under way are those from gEventBase on; a run nested in a step keeps its
+// own above the step's, and gives the space back when it has printed them.
 Event gEvents[512];
-UINTN gEventCount;
+UINTN gEventCount, gEventBase;
 UINT8 gEventData[128 * 1024];
-UINTN gEventDataUsed;
+UINTN gEventDataUsed, gEventDataBase;
 BOOLEAN gRecording;
 
 Event *NewEvent(Kind What) {
@@ -217,10 +235,10 @@ VOID PutGuid(const EFI_GUID &G) {
 
 VOID PutEvents() {
   PutChar('[');
-  for (UINTN I = 0; I < gEventCount; I++) {
+  for (UINTN I = gEventBase; I < gEventCount; I++) {
     const Event &E = gEvents[I];
     const UINT8 *Data = &gEventData[E.DataOffset];
-    if (I != 0) {
+    if (I != gEventBase) {
       PutChar(',');
     }
     switch (E.What) {
@@ -293,12 +311,18 @@ VOID PutEvents() {
     case Kind::RestartNotification:
       Put("{\"kind\":\"restartNotification\"");
       break;
+    case Kind::Start:
+      Put("{\"kind\":\"start\",\"controller\":");
+      PutText(E.Controller);
+      Put(",\"run\":");
+      PutDecimal(E.Run);
+      break;
     }
     PutChar('}');
   }
   PutChar(']');
-  gEventCount = 0;
-  gEventDataUsed = 0;
+  gEventCount = gEventBase;
+  gEventDataUsed = gEventDataBase;
 }
 
 // --- The scenario under way --------------------------------------------------------------------
@@ -601,16 +625,9 @@ EFI_STATUS EFIAPI BindingSupported(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE
   return IsTestFunction(Controller) ? EFI_SUCCESS : EFI_UNSUPPORTED;
 }
 
-EFI_STATUS EFIAPI BindingStart(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller, EFI_DEVICE_PATH *) {
-  VOID *PciIo = nullptr;
-  return uefi_call_wrapper(BS->OpenProtocol, 6, Controller, &PciIoProtocol, &PciIo, This->DriverBindingHandle,
-                           Controller, EFI_OPEN_PROTOCOL_BY_DRIVER);
-}
-
-EFI_STATUS EFIAPI BindingStop(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller, UINTN, EFI_HANDLE *) {
-  return uefi_call_wrapper(BS->CloseProtocol, 4, Controller, &PciIoProtocol, This->DriverBindingHandle,
-                           Controller);
-}
+// Start() and Stop() are defined with the adapter-driver loop below.
+EFI_STATUS EFIAPI BindingStart(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller, EFI_DEVICE_PATH *);
+EFI_STATUS EFIAPI BindingStop(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller, UINTN, EFI_HANDLE *);
 
 EFI_DRIVER_BINDING_PROTOCOL gBinding = {BindingSupported, BindingStart, BindingStop, 0x10, nullptr, nullptr};
 
@@ -754,38 +771,61 @@ const PTD_PACK_REPLY *ScriptedReply(UINT32 Adapter, const CHAR8 *Command, UINTN 
   return &A.Default;
 }
 
-CHAR8 gReplyBuffer[64 * 1024];
+// Per nesting level: the adapter driver's reply and its copy of the command stay valid while a
+// nested run uses its own.
+CHAR8 gReplyBuffer[kMaxDepth][64 * 1024];
+CHAR8 gCommandCopy[kMaxDepth][4096];
 
-// One adapter-driver run of a controller; TRUE when it ended with a restart of the controller.
-BOOLEAN PlayRun(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, UINT32 Index, EFI_HANDLE Handle,
-                UINTN Run) {
+// The adapter-driver Start()s under way, outermost first.
+struct ActiveDriver {
+  UINTN Controller;
+  BOOLEAN Stopped; // Stop() came while this one ran
+};
+ActiveDriver gActive[kMaxDepth];
+UINTN gDepth;
+EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *gProtocol; // set while a scenario plays
+UINTN gRunCount[kMaxFunctions];                           // runs started per controller in this scenario
+UINTN gRestarts[kMaxFunctions];                           // nested starts since the platform's connect
+
+VOID PutEndLine(const PTD_PACK_CONTROLLER &C, UINTN Run, UINTN Instance, EFI_STATUS Query) {
+  BeginLine();
+  Put("{\"controller\":");
+  PutText(C.Name);
+  Put(",\"run\":");
+  PutDecimal(Run);
+  Put(",\"end\":{\"instance\":");
+  PutDecimal(Instance);
+  Put(",\"query\":");
+  PutStatus(Query);
+  Put(",\"events\":");
+  PutEvents();
+  Put("}}");
+  EndLine();
+}
+
+EFI_STATUS QueryInstance(EFI_HANDLE Handle, UINTN Instance, EFI_GUID **TypeGuid, VOID **Block,
+                         UINTN *BlockSize) {
+  gEventCount = gEventBase;
+  gEventDataUsed = gEventDataBase;
+  UINTN QueryInstance = Instance;
+  gRecording = TRUE;
+  EFI_STATUS Query = uefi_call_wrapper(gProtocol->Query, 7, gProtocol, Handle, nullptr, &QueryInstance,
+                                       TypeGuid, Block, BlockSize);
+  gRecording = FALSE;
+  return Query;
+}
+
+// One adapter-driver run of a controller, the loop of its Start() at nesting level Level.
+VOID PlayRun(UINT32 Index, EFI_HANDLE Handle, UINTN Run, UINTN Level) {
   const PTD_PACK_CONTROLLER &C = gScenario->Controllers[Index];
   for (UINTN Instance = 0; Instance < kInstanceLimit; Instance++) {
-    gEventCount = 0;
-    gEventDataUsed = 0;
     EFI_GUID *TypeGuid = nullptr;
     VOID *Block = nullptr;
     UINTN BlockSize = 0;
-    UINTN QueryInstance = Instance;
-    gRecording = TRUE;
-    EFI_STATUS Query = uefi_call_wrapper(Protocol->Query, 7, Protocol, Handle, nullptr, &QueryInstance,
-                                         &TypeGuid, &Block, &BlockSize);
-    gRecording = FALSE;
+    EFI_STATUS Query = QueryInstance(Handle, Instance, &TypeGuid, &Block, &BlockSize);
     if (EFI_ERROR(Query)) {
-      BeginLine();
-      Put("{\"controller\":");
-      PutText(C.Name);
-      Put(",\"run\":");
-      PutDecimal(Run);
-      Put(",\"end\":{\"instance\":");
-      PutDecimal(Instance);
-      Put(",\"query\":");
-      PutStatus(Query);
-      Put(",\"events\":");
-      PutEvents();
-      Put("}}");
-      EndLine();
-      return FALSE;
+      PutEndLine(C, Run, Instance, Query);
+      return;
     }
     EFI_CONFIGURE_CLP_PARAMETER_BLK *Clp = (EFI_CONFIGURE_CLP_PARAMETER_BLK *)Block;
     gStep.Controller = C.Name;
@@ -798,18 +838,20 @@ BOOLEAN PlayRun(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, UINT32 
                               : 0;
     gStep.Reply = ScriptedReply(C.Adapter, gStep.Command, gStep.CommandLength);
     // The command text stays valid until Response; keep a copy for the line printed after it.
-    static CHAR8 CommandCopy[4096];
-    UINTN Length = gStep.CommandLength < sizeof(CommandCopy) ? gStep.CommandLength : sizeof(CommandCopy);
+    CHAR8 *CommandCopy = gCommandCopy[Level];
+    UINTN Length =
+        gStep.CommandLength < sizeof(gCommandCopy[0]) ? gStep.CommandLength : sizeof(gCommandCopy[0]);
     if (Length != 0) {
       CopyMem(CommandCopy, (VOID *)gStep.Command, Length);
     }
     gStep.Command = CommandCopy;
     gStep.CommandLength = Length;
-    UINTN ReplyLength = gStep.Reply->ReplyLength < sizeof(gReplyBuffer) - 1 ? gStep.Reply->ReplyLength : 0;
-    CopyMem(gReplyBuffer, gStep.Reply->Reply, ReplyLength);
-    gReplyBuffer[ReplyLength] = 0;
+    CHAR8 *ReplyBuffer = gReplyBuffer[Level];
+    UINTN ReplyLength = gStep.Reply->ReplyLength < sizeof(gReplyBuffer[0]) - 1 ? gStep.Reply->ReplyLength : 0;
+    CopyMem(ReplyBuffer, gStep.Reply->Reply, ReplyLength);
+    ReplyBuffer[ReplyLength] = 0;
     if (Clp != nullptr) {
-      Clp->CLPReturnString = gReplyBuffer;
+      Clp->CLPReturnString = ReplyBuffer;
       Clp->CLPReturnStringLength = (UINT32)ReplyLength;
       Clp->CLPCmdStatus = gStep.Reply->Status;
       Clp->CLPErrorValue = gStep.Reply->Error;
@@ -818,20 +860,17 @@ BOOLEAN PlayRun(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, UINT32 
     gStep.Active = TRUE;
     gRecording = TRUE;
     EFI_STATUS Response =
-        uefi_call_wrapper(Protocol->Response, 8, Protocol, Handle, nullptr, &ResponseInstance, TypeGuid,
+        uefi_call_wrapper(gProtocol->Response, 8, gProtocol, Handle, nullptr, &ResponseInstance, TypeGuid,
                           Block, BlockSize, (EFI_PLATFORM_CONFIGURATION_ACTION)gStep.Reply->Action);
     gRecording = FALSE;
     gStep.Active = FALSE;
     PutStepLine(nullptr, Response);
-    if (gStep.Reply->Action == EfiPlatformConfigurationActionRestartController && !EFI_ERROR(Response)) {
-      BeginLine();
-      Put("{\"controller\":");
-      PutText(C.Name);
-      Put(",\"run\":");
-      PutDecimal(Run);
-      Put(",\"end\":null}");
-      EndLine();
-      return TRUE;
+    if (gActive[Level].Stopped) {
+      // Stopped (and, for a restart, started again and run to the end) inside that Response. Like
+      // a real driver's loop, this one asks for the next Instance before it sees its stop flag.
+      Query = QueryInstance(Handle, Instance + 1, &TypeGuid, &Block, &BlockSize);
+      PutEndLine(C, Run, Instance + 1, Query);
+      return;
     }
   }
   BeginLine();
@@ -839,7 +878,77 @@ BOOLEAN PlayRun(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, UINT32 
   PutText(C.Name);
   Put(",\"problem\":\"run passed 255 Instances\"}");
   EndLine();
-  return FALSE;
+}
+
+UINTN FunctionIndex(EFI_HANDLE Handle) {
+  for (UINTN I = 0; I < gFunctionCount; I++) {
+    if (gFunctions[I].Handle == Handle) {
+      return I;
+    }
+  }
+  return kMaxFunctions;
+}
+
+// The adapter driver: manages the test function and, while a scenario plays, configures it. A
+// Start() inside a Response (the front's connect of a restart) runs a nested run; the step under
+// way keeps its events and line state, and a "start" event marks where the nested run happened.
+EFI_STATUS EFIAPI BindingStart(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller, EFI_DEVICE_PATH *) {
+  VOID *PciIo = nullptr;
+  EFI_STATUS Status = uefi_call_wrapper(BS->OpenProtocol, 6, Controller, &PciIoProtocol, &PciIo,
+                                        This->DriverBindingHandle, Controller, EFI_OPEN_PROTOCOL_BY_DRIVER);
+  const UINTN Index = FunctionIndex(Controller);
+  if (EFI_ERROR(Status) || gProtocol == nullptr || Index >= gScenario->ControllerCount) {
+    return Status;
+  }
+  const PTD_PACK_CONTROLLER &C = gScenario->Controllers[Index];
+  const BOOLEAN Nested = gDepth > 0;
+  if (Nested && (++gRestarts[Index] > gScenario->MaxRestarts || gDepth >= kMaxDepth)) {
+    BeginLine();
+    Put("{\"controller\":");
+    PutText(C.Name);
+    Put(",\"problem\":\"restarted more than maxRestarts times\"}");
+    EndLine();
+    uefi_call_wrapper(BS->CloseProtocol, 4, Controller, &PciIoProtocol, This->DriverBindingHandle,
+                      Controller);
+    return EFI_DEVICE_ERROR;
+  }
+  const UINTN Run = gRunCount[Index]++;
+  StepState Outer = gStep;
+  const BOOLEAN OuterRecording = gRecording;
+  const UINTN OuterBase = gEventBase, OuterDataBase = gEventDataBase;
+  if (Nested) {
+    if (Event *E = NewEvent(Kind::Start)) {
+      E->Controller = C.Name;
+      E->Run = Run;
+    }
+    gEventBase = gEventCount;
+    gEventDataBase = gEventDataUsed;
+  }
+  gActive[gDepth].Controller = Index;
+  gActive[gDepth].Stopped = FALSE;
+  gDepth++;
+  PlayRun((UINT32)Index, Controller, Run, gDepth - 1);
+  gDepth--;
+  if (Nested) {
+    gEventCount = gEventBase;
+    gEventDataUsed = gEventDataBase;
+    gEventBase = OuterBase;
+    gEventDataBase = OuterDataBase;
+    gStep = Outer;
+    gRecording = OuterRecording;
+  }
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS EFIAPI BindingStop(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller, UINTN, EFI_HANDLE *) {
+  const UINTN Index = FunctionIndex(Controller);
+  for (UINTN Level = 0; Level < gDepth; Level++) {
+    if (gActive[Level].Controller == Index) {
+      gActive[Level].Stopped = TRUE;
+    }
+  }
+  return uefi_call_wrapper(BS->CloseProtocol, 4, Controller, &PciIoProtocol, This->DriverBindingHandle,
+                           Controller);
 }
 
 EFI_HANDLE LoadDriver(EFI_STATUS *Status) {
@@ -919,22 +1028,21 @@ VOID PlayScenario(PTD_PACK_SCENARIO *S) {
   if (Driver != nullptr && !EFI_ERROR(LoadStatus)) {
     uefi_call_wrapper(BS->HandleProtocol, 3, Driver, &gP2dProtocolGuid, (VOID **)&Protocol);
   }
+  // The platform connects each controller in play order, as the boot manager does: our driver,
+  // bound to it since the stand-in started, is stopped and started again, and its Start() plays.
+  gProtocol = Protocol;
+  SetMem(gRunCount, sizeof(gRunCount), 0);
   for (UINT32 O = 0; Protocol != nullptr && O < S->OrderCount; O++) {
     const UINT32 Index = S->Order[O];
     if (Index >= S->ControllerCount) {
       continue;
     }
-    for (UINTN Run = 0; PlayRun(Protocol, Index, gFunctions[Index].Handle, Run); Run++) {
-      if (Run + 1 > S->MaxRestarts) {
-        BeginLine();
-        Put("{\"controller\":");
-        PutText(S->Controllers[Index].Name);
-        Put(",\"problem\":\"restarted more than maxRestarts times\"}");
-        EndLine();
-        break;
-      }
-    }
+    gRestarts[Index] = 0;
+    EFI_HANDLE Drivers[2] = {gImageHandle, nullptr};
+    uefi_call_wrapper(gRealDisconnect, 3, gFunctions[Index].Handle, gImageHandle, nullptr);
+    uefi_call_wrapper(gRealConnect, 4, gFunctions[Index].Handle, Drivers, nullptr, FALSE);
   }
+  gProtocol = nullptr;
 
   // The next scenario starts from a clean platform: this driver copy's instance, the protocols and
   // the variables of this scenario go.

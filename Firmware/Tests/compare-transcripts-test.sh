@@ -65,6 +65,8 @@ def drop_connect(l):
     l["step"]["events"] = [e for e in l["step"]["events"] if e["kind"] != "connect"]
 def change_response(l): l["step"]["response"] = "EFI_NOT_FOUND"
 def change_cmd_status(l): l["step"]["cmdStatus"] = 0
+def drop_start(l):
+    l["step"]["events"] = [e for e in l["step"]["events"] if e["kind"] != "start"]
 
 cases = [  # (name, kind of step to mutate, mutation, accepted)
     ("progress code from OVMF", "statusCode", progress_code, True),
@@ -74,6 +76,7 @@ cases = [  # (name, kind of step to mutate, mutation, accepted)
     ("connect missing", "connect", drop_connect, False),
     ("Response status", None, change_response, False),
     ("CLP status", "ipmi", change_cmd_status, False),
+    ("nested run not started inside the Response", "start", drop_start, False),
 ]
 for name, kind, mutate, accepted in cases:
     lines = copy.deepcopy(base)
@@ -86,6 +89,16 @@ for name, kind, mutate, accepted in cases:
     elif not accepted and "differ" not in result.stdout:
         print("%s: rejected without a diff:\n%s" % (name, result.stdout))
         failures += 1
+
+# The stopped run's Query after its restarting Response is part of the transcript.
+lines = copy.deepcopy(base)
+restarting = steps(lines, "start")[0]
+for l in lines:
+    if "end" in l and l["controller"] == restarting["controller"] and l["run"] == restarting["run"]:
+        l["end"] = None
+if run(lines, "late-query-missing").returncode == 0:
+    print("a restarted run without its late Query was accepted")
+    failures += 1
 
 # After a reset nothing may follow, and the reset step must be the last line.
 lines = copy.deepcopy(base) + [{"done": True}]

@@ -91,57 +91,114 @@ std::vector<EFI_HANDLE> Services::AllHandles(const FakeFirmware &F) {
   return Out;
 }
 
+namespace {
+EFI_GUID DriverBindingGuid = EFI_DRIVER_BINDING_PROTOCOL_GUID;
+}
+
+EFI_STATUS Services::StartBinding(FakeFirmware &F, EFI_HANDLE Controller, EFI_DEVICE_PATH *Remaining,
+                                  bool *AnyBinding) {
+  *AnyBinding = false;
+  // Indices, not iterators or copies: Start() may add handles, and a reset may leave this frame.
+  for (size_t I = 0; I < F.Handles_.size(); I++) {
+    FakeFirmware::Handle *H = F.Handles_[I].get();
+    if (!H->Alive) {
+      continue;
+    }
+    auto *Binding = static_cast<EFI_DRIVER_BINDING_PROTOCOL *>(F.FindProtocol(H, DriverBindingGuid));
+    if (Binding == nullptr) {
+      continue;
+    }
+    *AnyBinding = true;
+    if (F.ManagedBy_.count(Controller) != 0 ||
+        Binding->Supported(Binding, Controller, Remaining) != EFI_SUCCESS) {
+      continue;
+    }
+    F.ManagedBy_[Controller] = Binding;
+    F.Bound_.insert(Controller);
+    if (!EFI_ERROR(Binding->Start(Binding, Controller, Remaining))) {
+      return EFI_SUCCESS;
+    }
+    // A Start() that failed manages nothing, unless a nested connect inside it started again.
+    auto It = F.ManagedBy_.find(Controller);
+    if (It != F.ManagedBy_.end() && It->second == Binding) {
+      F.ManagedBy_.erase(It);
+      F.Bound_.erase(Controller);
+    }
+  }
+  return EFI_NOT_FOUND;
+}
+
+EFI_STATUS Services::StopBinding(FakeFirmware &F, EFI_HANDLE Controller) {
+  auto It = F.ManagedBy_.find(Controller);
+  if (It == F.ManagedBy_.end()) {
+    return EFI_NOT_FOUND;
+  }
+  EFI_DRIVER_BINDING_PROTOCOL *Binding = It->second;
+  const EFI_STATUS Status = Binding->Stop(Binding, Controller, 0, nullptr);
+  if (!EFI_ERROR(Status)) {
+    F.ManagedBy_.erase(Controller);
+    F.Bound_.erase(Controller);
+  }
+  return Status;
+}
+
 EFI_STATUS Services::Connect(FakeFirmware &F, EFI_HANDLE Controller, EFI_HANDLE *DriverImage,
                              EFI_DEVICE_PATH *Remaining, BOOLEAN Recursive) {
+  // The event is made after the call: Start() runs inside it and may end the boot by longjmp.
+  EFI_STATUS Status = EFI_SUCCESS;
+  if (!F.HandleExists(Controller)) {
+    Status = EFI_INVALID_PARAMETER;
+  } else if (!F.ConnectScript_[Controller].empty()) {
+    Status = F.ConnectScript_[Controller].front();
+    F.ConnectScript_[Controller].pop_front();
+    if (!EFI_ERROR(Status)) {
+      F.Bound_.insert(Controller);
+    }
+  } else {
+    bool AnyBinding = false;
+    Status = StartBinding(F, Controller, Remaining, &AnyBinding);
+    if (!AnyBinding) {
+      Status = EFI_SUCCESS;
+      F.Bound_.insert(Controller);
+    }
+  }
   Event E;
   E.Kind = EventKind::Connect;
   E.Handle = Controller;
   E.DriverImage = DriverImage != nullptr ? *DriverImage : nullptr;
   E.HasRemainingDevicePath = Remaining != nullptr;
   E.Recursive = Recursive != FALSE;
-  if (!F.HandleExists(Controller)) {
-    E.Status = EFI_INVALID_PARAMETER;
-  } else {
-    auto &Script = F.ConnectScript_[Controller];
-    if (!Script.empty()) {
-      E.Status = Script.front();
-      Script.pop_front();
-    } else {
-      E.Status = EFI_SUCCESS;
-    }
-    if (!EFI_ERROR(E.Status)) {
-      F.Bound_.insert(Controller);
-    }
-  }
-  const EFI_STATUS Status = E.Status;
+  E.Status = Status;
   F.Events_.push_back(std::move(E));
   return Status;
 }
 
 EFI_STATUS Services::Disconnect(FakeFirmware &F, EFI_HANDLE Controller, EFI_HANDLE DriverImage,
                                 EFI_HANDLE Child) {
+  EFI_STATUS Status = EFI_SUCCESS;
+  if (!F.HandleExists(Controller) || (DriverImage != nullptr && !F.HandleExists(DriverImage)) ||
+      (Child != nullptr && !F.HandleExists(Child))) {
+    Status = EFI_INVALID_PARAMETER;
+  } else if (!F.DisconnectScript_[Controller].empty()) {
+    Status = F.DisconnectScript_[Controller].front();
+    F.DisconnectScript_[Controller].pop_front();
+    if (!EFI_ERROR(Status)) {
+      F.Bound_.erase(Controller);
+      F.ManagedBy_.erase(Controller);
+    }
+  } else if (F.ManagedBy_.count(Controller) != 0) {
+    Status = StopBinding(F, Controller);
+  } else {
+    // Real firmware answers Not Found when no driver manages the controller.
+    Status = F.Bound_.count(Controller) != 0 ? EFI_SUCCESS : EFI_NOT_FOUND;
+    F.Bound_.erase(Controller);
+  }
   Event E;
   E.Kind = EventKind::Disconnect;
   E.Handle = Controller;
   E.DriverImage = DriverImage;
   E.Child = Child;
-  if (!F.HandleExists(Controller) || (DriverImage != nullptr && !F.HandleExists(DriverImage)) ||
-      (Child != nullptr && !F.HandleExists(Child))) {
-    E.Status = EFI_INVALID_PARAMETER;
-  } else {
-    auto &Script = F.DisconnectScript_[Controller];
-    if (!Script.empty()) {
-      E.Status = Script.front();
-      Script.pop_front();
-    } else {
-      // Real firmware answers Not Found when no driver manages the controller.
-      E.Status = F.Bound_.count(Controller) != 0 ? EFI_SUCCESS : EFI_NOT_FOUND;
-    }
-    if (!EFI_ERROR(E.Status)) {
-      F.Bound_.erase(Controller);
-    }
-  }
-  const EFI_STATUS Status = E.Status;
+  E.Status = Status;
   F.Events_.push_back(std::move(E));
   return Status;
 }

@@ -408,7 +408,22 @@ void FakeFirmware::SetDriverBound(EFI_HANDLE Controller, bool Bound) {
     Bound_.insert(Controller);
   } else {
     Bound_.erase(Controller);
+    ManagedBy_.erase(Controller);
   }
+}
+
+EFI_STATUS FakeFirmware::StartDrivers(EFI_HANDLE Controller) {
+  if (!HandleExists(Controller)) {
+    return EFI_INVALID_PARAMETER;
+  }
+  if (ManagedBy_.count(Controller) != 0) {
+    const EFI_STATUS Stopped = Services::StopBinding(*this, Controller);
+    if (EFI_ERROR(Stopped)) {
+      return Stopped;
+    }
+  }
+  bool AnyBinding = false;
+  return Services::StartBinding(*this, Controller, nullptr, &AnyBinding);
 }
 
 // ---- Reset ------------------------------------------------------------------------------------------

@@ -200,8 +200,21 @@ public:
   // ---- Connect / disconnect ---------------------------------------------------------------------
   // Disconnect succeeds only on a handle with a bound driver and unbinds it; a successful connect
   // binds one. Scripted results are consumed first, one per call.
+  //
+  // Once any handle carries EFI_DRIVER_BINDING_PROTOCOL, the driver model is played for real:
+  // ConnectController asks each binding's Supported() (in installation order) and calls Start()
+  // of the first that accepts a controller nobody manages, inside the call, and answers
+  // EFI_NOT_FOUND when no Start() succeeded; DisconnectController calls Stop() of the binding that
+  // manages the controller. An adapter driver's Start() calls the configuration protocol, whose
+  // restart disconnects and connects the same controller: the new Start() runs nested inside the
+  // Response of the old one, as on real firmware. A controller counts as managed from the moment
+  // its Start() is entered, so that a disconnect from inside Start() finds it.
   void SetDriverBound(EFI_HANDLE Controller, bool Bound);
   bool IsDriverBound(EFI_HANDLE Controller) const { return Bound_.count(Controller) != 0; }
+  // The boot manager's connect at boot (or a later one by the platform): stops the driver that
+  // manages the controller, if any, then connects as ConnectController does. Not recorded as an
+  // event: the driver under test did not ask for it.
+  EFI_STATUS StartDrivers(EFI_HANDLE Controller);
   void ScriptConnect(EFI_HANDLE Controller, EFI_STATUS Status) {
     ConnectScript_[Controller].push_back(Status);
   }
@@ -350,6 +363,7 @@ private:
   std::vector<std::string> UnexpectedCalls_;
 
   std::set<EFI_HANDLE> Bound_;
+  std::map<EFI_HANDLE, EFI_DRIVER_BINDING_PROTOCOL *> ManagedBy_; // binding that started each controller
   std::map<EFI_HANDLE, std::deque<EFI_STATUS>> ConnectScript_;
   std::map<EFI_HANDLE, std::deque<EFI_STATUS>> DisconnectScript_;
 

@@ -58,6 +58,11 @@ struct Services {
                             EFI_DEVICE_PATH *Remaining, BOOLEAN Recursive);
   static EFI_STATUS Disconnect(FakeFirmware &F, EFI_HANDLE Controller, EFI_HANDLE DriverImage,
                                EFI_HANDLE Child);
+  // The driver model's halves of connect and disconnect. They keep nothing with a destructor in
+  // their frames while Start() or Stop() runs: a cold reset inside leaves them by longjmp.
+  static EFI_STATUS StartBinding(FakeFirmware &F, EFI_HANDLE Controller, EFI_DEVICE_PATH *Remaining,
+                                 bool *AnyBinding);
+  static EFI_STATUS StopBinding(FakeFirmware &F, EFI_HANDLE Controller);
 };
 
 // Slots the fake does not offer: each records "<Table>.<Slot>" and answers EFI_UNSUPPORTED (or

@@ -65,9 +65,17 @@ void RunAdapterDriver(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *Protocol, E
     if (Observer) {
       Observer(Instance, true);
     }
-    if (Step.Outcome.Action == EfiPlatformConfigurationActionRestartController && !EFI_ERROR(Step.Response)) {
-      Run.Restarted = true;
-      Run.EndInstance = Instance + 1;
+    if (Run.Stopped) {
+      // The driver was stopped (and, for a restart, started again and run to its end) inside this
+      // Response. What the late Query answers is recorded as the end of this run.
+      const UINTN Late = Instance + 1;
+      if (Observer) {
+        Observer(Late, false);
+      }
+      UINTN LateInstance = Late;
+      Run.EndInstance = Late;
+      Run.EndQuery =
+          Protocol->Query(Protocol, Controller, nullptr, &LateInstance, &TypeGuid, &Block, &BlockSize);
       return;
     }
   }

@@ -1,6 +1,9 @@
-// Plays one adapter driver against the installed protocol: Query Instance 0, 1, ... until Query
-// answers an error, executing each CLP command through a responder and calling Response after
-// every successful Query, as the UEFI driver model gives.
+// Plays one adapter driver's configuration loop against the installed protocol, as its
+// driver-binding Start() runs it: Query Instance 0, 1, ... until Query answers an error, executing
+// each CLP command through a responder and calling Response after every successful Query. A
+// Response that restarts the controller stops this driver (Stop() sets DriverRun::Stopped) and
+// starts a new one, nested, before it returns; the loop then asks for one more Instance, as a real
+// driver's loop does before it looks at its stop flag, and ends.
 #pragma once
 
 #include <cstdint>
@@ -37,7 +40,7 @@ struct DriverRun {
   std::vector<CHAR8> ReplyBuffer; // the adapter driver's return string during Response
   uint64_t EndInstance = 0;
   EFI_STATUS EndQuery = EFI_SUCCESS;
-  bool Restarted = false;     // a Response restarted the controller: the driver starts again
+  bool Stopped = false;       // Stop() was called while this run was under way
   bool InstanceLimit = false; // the run passed the Instance limit without ending
 };
 

@@ -1,6 +1,9 @@
 #include "Simulator/Simulator.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <deque>
 #include <memory>
 
 #include "FakeFirmware/FakeFirmware.h"
@@ -107,6 +110,33 @@ struct Controller {
   FUNCTION_SETTINGS *Record = nullptr;
 };
 
+class Simulation;
+
+// The simulator's adapter drivers as one UEFI driver: it manages every controller of the scenario,
+// and its Start() runs the controller's configuration loop.
+struct AdapterBinding {
+  EFI_DRIVER_BINDING_PROTOCOL Protocol; // first member: This leads back here
+  Simulation *Sim;
+};
+
+// One adapter-driver run under way. Runs nest: a restart inside a Response starts the next run
+// before the outer one has finished.
+struct ActiveRun {
+  size_t Controller = 0;
+  size_t RunIndex = 0; // position in the controller's transcript runs
+  uint64_t Serial = 0; // tells the spans of runs nested in this one
+  DriverRun Run;
+  std::vector<size_t> QueryMarks, ResponseMarks; // event-log positions before Query, after Response
+};
+
+// The stretch of the event log that a nested run covers; its parent's step shows a "start" event
+// in its place.
+struct NestedSpan {
+  size_t Begin = 0, End = SIZE_MAX;
+  uint64_t Parent = 0;
+  size_t Controller = 0, RunIndex = 0;
+};
+
 class Simulation {
 public:
   Simulation(const Scenario &Scenario, const RunOptions &Options);
@@ -121,10 +151,17 @@ private:
   bool LoadDriver(TranscriptBoot &Boot);
   void PlayOrder();
   void ComputeOrder();
-  void PlayController(size_t Index);
   void FinishRun();
   ClpOutcome Respond(size_t ControllerIndex, const std::string &Command);
-  std::vector<TranscriptEvent> EventsBetween(size_t Begin, size_t End) const;
+  std::vector<TranscriptEvent> EventsBetween(size_t Begin, size_t End, uint64_t Parent) const;
+  size_t ControllerOf(EFI_HANDLE Handle) const;
+  static EFI_STATUS EFIAPI BindingSupported(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller,
+                                            EFI_DEVICE_PATH *Remaining);
+  static EFI_STATUS EFIAPI BindingStart(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller,
+                                        EFI_DEVICE_PATH *Remaining);
+  static EFI_STATUS EFIAPI BindingStop(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller,
+                                       UINTN Children, EFI_HANDLE *ChildHandles);
+  EFI_STATUS StartAdapterDriver(size_t Index);
   std::vector<TranscriptEvent> TakeEvents();
   void DumpRecords();
 
@@ -140,31 +177,133 @@ private:
   size_t EventsSeen = 0;
   Transcript T;
 
-  // Everything the run under way needs lives here, not on the stack: a cold reset leaves the
-  // driver by longjmp, which must not skip destructors.
+  // Everything the runs under way need lives here, not on the stack: a cold reset leaves the
+  // driver by longjmp, which must not skip destructors. A deque keeps the runs where they are
+  // while nested ones are added.
   TranscriptBoot *Boot = nullptr;
-  DriverRun Current;
-  size_t CurrentController = 0;
-  std::vector<size_t> QueryMarks, ResponseMarks; // event-log positions before Query, after Response
-  uint32_t Restarts = 0;
+  AdapterBinding Binding = {};
+  EFI_HANDLE BindingHandle = nullptr;
+  std::deque<ActiveRun> Active;
+  std::vector<NestedSpan> Spans; // of the boot under way
+  uint64_t RunSerial = 0;
+  std::vector<uint32_t> Restarts; // per controller, since its adapter driver was last started by the platform
   ClpResponder ResponderFn;
   StepObserver ObserverFn;
 };
 
 Simulation::Simulation(const Scenario &Scenario, const RunOptions &Options) : S(Scenario), Options(Options) {
-  ResponderFn = [this](const std::string &Command) { return Respond(CurrentController, Command); };
+  ResponderFn = [this](const std::string &Command) { return Respond(Active.back().Controller, Command); };
   ObserverFn = [this](uint64_t, bool AfterResponse) {
-    (AfterResponse ? ResponseMarks : QueryMarks).push_back(F->Events().size());
+    ActiveRun &A = Active.back();
+    (AfterResponse ? A.ResponseMarks : A.QueryMarks).push_back(F->Events().size());
   };
+  Binding.Protocol = {BindingSupported, BindingStart, BindingStop, 0x10, nullptr, nullptr};
+  Binding.Sim = this;
 }
 
-std::vector<TranscriptEvent> Simulation::EventsBetween(size_t Begin, size_t End) const {
+// The events of one step of the run Parent; a run nested in it shows as one "start" event.
+std::vector<TranscriptEvent> Simulation::EventsBetween(size_t Begin, size_t End, uint64_t Parent) const {
   std::vector<TranscriptEvent> Out;
   const std::vector<fake::Event> &All = F->Events();
-  for (size_t I = Begin; I < End && I < All.size(); I++) {
+  // Each nested run's span starts at some position; its start event goes before the event there.
+  // A nested run that logged nothing has an empty span, and nothing is skipped for it.
+  auto StartsAt = [&](size_t Position, size_t *SkipTo) {
+    for (const NestedSpan &Span : Spans) {
+      if (Span.Parent == Parent && Span.Begin == Position) {
+        TranscriptEvent Start;
+        Start["kind"] = "start";
+        Start["controller"] = Controllers[Span.Controller].Name;
+        Start["run"] = Span.RunIndex;
+        Out.push_back(Start);
+        *SkipTo = std::max(*SkipTo, Span.End == SIZE_MAX ? End : Span.End);
+      }
+    }
+  };
+  size_t I = Begin;
+  while (I < End && I < All.size()) {
+    size_t SkipTo = I;
+    StartsAt(I, &SkipTo);
+    if (SkipTo > I) {
+      I = SkipTo;
+      continue;
+    }
     Out.push_back(EventJson(All[I]));
+    I++;
+  }
+  if (Begin < End) {
+    size_t Ignored = I;
+    StartsAt(I, &Ignored);
   }
   return Out;
+}
+
+size_t Simulation::ControllerOf(EFI_HANDLE Handle) const {
+  for (size_t I = 0; I < Controllers.size(); I++) {
+    if (Controllers[I].Handle == Handle) {
+      return I;
+    }
+  }
+  return SIZE_MAX;
+}
+
+EFI_STATUS EFIAPI Simulation::BindingSupported(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller,
+                                               EFI_DEVICE_PATH *) {
+  const Simulation *Sim = reinterpret_cast<AdapterBinding *>(This)->Sim;
+  return Sim->ControllerOf(Controller) != SIZE_MAX ? EFI_SUCCESS : EFI_UNSUPPORTED;
+}
+
+EFI_STATUS EFIAPI Simulation::BindingStart(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller,
+                                           EFI_DEVICE_PATH *) {
+  Simulation *Sim = reinterpret_cast<AdapterBinding *>(This)->Sim;
+  return Sim->StartAdapterDriver(Sim->ControllerOf(Controller));
+}
+
+// The driver's loop sees the flag after the Response under way returns.
+EFI_STATUS EFIAPI Simulation::BindingStop(EFI_DRIVER_BINDING_PROTOCOL *This, EFI_HANDLE Controller, UINTN,
+                                          EFI_HANDLE *) {
+  Simulation *Sim = reinterpret_cast<AdapterBinding *>(This)->Sim;
+  const size_t Index = Sim->ControllerOf(Controller);
+  for (ActiveRun &A : Sim->Active) {
+    if (A.Controller == Index) {
+      A.Run.Stopped = true;
+    }
+  }
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS Simulation::StartAdapterDriver(size_t Index) {
+  const Controller &C = Controllers[Index];
+  const bool Nested = !Active.empty();
+  if (Nested) {
+    // Started again by a restart of the controller inside a Response.
+    if (++Restarts[Index] > S.MaxRestarts) {
+      T.Problems.push_back(C.Name + ": restarted more than " + std::to_string(S.MaxRestarts) + " times");
+      T.ExitStatus = 1;
+      return EFI_DEVICE_ERROR;
+    }
+    if (Models[C.Adapter]) {
+      Models[C.Adapter]->Restart();
+    }
+  }
+  TranscriptController &Entry = T.Controller(*Boot, C.Name);
+  Entry.Runs.emplace_back();
+  Entry.Runs.back().Nested = Nested;
+  Active.emplace_back();
+  ActiveRun &A = Active.back();
+  A.Controller = Index;
+  A.RunIndex = Entry.Runs.size() - 1;
+  A.Serial = ++RunSerial;
+  if (Nested) {
+    NestedSpan Span;
+    Span.Begin = F->Events().size();
+    Span.Parent = Active[Active.size() - 2].Serial;
+    Span.Controller = Index;
+    Span.RunIndex = A.RunIndex;
+    Spans.push_back(Span);
+  }
+  RunAdapterDriver(Protocol, C.Handle, ResponderFn, InstanceLimit, ObserverFn, A.Run);
+  FinishRun();
+  return EFI_SUCCESS;
 }
 
 std::vector<TranscriptEvent> Simulation::TakeEvents() {
@@ -258,8 +397,6 @@ void Simulation::BuildRecords(const AdapterSpec &A, size_t AdapterIndex) {
       C.Port = P;
       C.Function = Fn;
       C.Handle = F->AddPciFunction(A.Segment, A.Bus, A.Device, Spec.Function, A.VendorId, A.DeviceId);
-      // An adapter driver manages the controller, so the front's disconnect has someone to stop.
-      F->SetDriverBound(C.Handle, true);
       if (Spec.Settings && S.AdapterSettingsProtocol) {
         C.Record = F->AddAdapterSettings(C.Handle);
         PortRecords[P].push_back(C.Record);
@@ -372,6 +509,11 @@ void Simulation::BuildPlatform() {
   for (size_t A = 0; A < S.Adapters.size(); A++) {
     BuildRecords(S.Adapters[A], A);
   }
+  Restarts.assign(Controllers.size(), 0);
+  static EFI_GUID DriverBindingGuid = EFI_DRIVER_BINDING_PROTOCOL_GUID;
+  F->InstallProtocol(&BindingHandle, DriverBindingGuid, &Binding.Protocol);
+  Binding.Protocol.ImageHandle = BindingHandle;
+  Binding.Protocol.DriverBindingHandle = BindingHandle;
 }
 
 ClpOutcome Simulation::Respond(size_t ControllerIndex, const std::string &Command) {
@@ -417,11 +559,20 @@ bool Simulation::LoadDriver(TranscriptBoot &B) {
   return !EFI_ERROR(Status) && Protocol != nullptr;
 }
 
-// Turns the run under way into its transcript, whether it ended, restarted or was cut by a reset.
+// Turns the innermost run under way into its transcript, whether it ended, was stopped or was cut
+// by a reset, and forgets it.
 void Simulation::FinishRun() {
-  const Controller &C = Controllers[CurrentController];
-  TranscriptRun Run;
+  ActiveRun &A = Active.back();
+  const Controller &C = Controllers[A.Controller];
+  const DriverRun &Current = A.Run;
+  TranscriptRun &Run = T.Controller(*Boot, C.Name).Runs[A.RunIndex];
   const size_t Total = F->Events().size();
+  for (NestedSpan &Span : Spans) {
+    if (Span.Parent != 0 && Span.End == SIZE_MAX && Span.Controller == A.Controller &&
+        Span.RunIndex == A.RunIndex) {
+      Span.End = Total;
+    }
+  }
   for (size_t I = 0; I < Current.Steps.size(); I++) {
     const DriverStep &D = Current.Steps[I];
     TranscriptStep Step;
@@ -432,54 +583,31 @@ void Simulation::FinishRun() {
     Step.CmdStatus = D.Outcome.Status;
     Step.ErrorValue = D.Outcome.Error;
     Step.Action = ActionName(D.Outcome.Action);
-    const bool Responded = I < ResponseMarks.size();
+    const bool Responded = I < A.ResponseMarks.size();
     Step.Response = Responded ? StatusName(D.Response) : "(reset)";
-    Step.Events = EventsBetween(QueryMarks[I], Responded ? ResponseMarks[I] : Total);
+    Step.Events = EventsBetween(A.QueryMarks[I], Responded ? A.ResponseMarks[I] : Total, A.Serial);
     Run.Steps.push_back(std::move(Step));
   }
-  const bool Cut = ResponseMarks.size() < Current.Steps.size();
-  if (!Cut && !Current.Restarted && !Current.InstanceLimit && QueryMarks.size() > Current.Steps.size()) {
+  const bool Cut = A.ResponseMarks.size() < Current.Steps.size();
+  if (!Cut && !Current.InstanceLimit && A.QueryMarks.size() > Current.Steps.size()) {
     Run.Ended = true;
     Run.EndInstance = Current.EndInstance;
     Run.EndQuery = StatusName(Current.EndQuery);
-    Run.EndEvents = EventsBetween(QueryMarks.back(), Total);
+    Run.EndEvents = EventsBetween(A.QueryMarks.back(), Total, A.Serial);
   }
   EventsSeen = Total;
-  T.Controller(*Boot, C.Name).Runs.push_back(std::move(Run));
-}
-
-void Simulation::PlayController(size_t Index) {
-  CurrentController = Index;
-  Restarts = 0;
-  for (;;) {
-    Current = DriverRun{};
-    QueryMarks.clear();
-    ResponseMarks.clear();
-    RunAdapterDriver(Protocol, Controllers[Index].Handle, ResponderFn, InstanceLimit, ObserverFn, Current);
-    FinishRun();
-    const Controller &C = Controllers[Index];
-    if (Current.InstanceLimit) {
-      T.Problems.push_back(C.Name + ": run passed 255 Instances");
-      T.ExitStatus = 1;
-      return;
-    }
-    if (!Current.Restarted) {
-      return;
-    }
-    if (Models[C.Adapter]) {
-      Models[C.Adapter]->Restart();
-    }
-    if (++Restarts > S.MaxRestarts) {
-      T.Problems.push_back(C.Name + ": restarted more than " + std::to_string(S.MaxRestarts) + " times");
-      T.ExitStatus = 1;
-      return;
-    }
+  if (Current.InstanceLimit) {
+    T.Problems.push_back(C.Name + ": run passed 255 Instances");
+    T.ExitStatus = 1;
   }
+  Active.pop_back();
 }
 
 void Simulation::PlayOrder() {
   for (size_t Position = 0; Position < Order.size(); Position++) {
-    PlayController(Order[Position]);
+    const size_t Index = Order[Position];
+    Restarts[Index] = 0;
+    F->StartDrivers(Controllers[Index].Handle);
   }
 }
 
@@ -569,11 +697,14 @@ Transcript Simulation::Run() {
     if (!LoadDriver(*Boot)) {
       break;
     }
+    Spans.clear();
     const bool WasReset = F->RunUntilReset([this] { PlayOrder(); });
     if (!WasReset) {
       break;
     }
-    FinishRun();
+    while (!Active.empty()) {
+      FinishRun();
+    }
     Boot->Reset = fake::ResetTypeName(F->Events().empty() ? EfiResetCold : F->Events().back().ResetType);
   }
   DumpRecords();

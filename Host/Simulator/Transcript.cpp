@@ -1,6 +1,7 @@
 #include "Simulator/Transcript.h"
 
 #include <cstdio>
+#include <functional>
 #include <sstream>
 
 namespace sim {
@@ -133,6 +134,9 @@ ordered_json TranscriptToJson(const Transcript &T) {
                                             {"query", Run.EndQuery},
                                             {"events", EventsJson(Run.EndEvents)}}
                              : ordered_json(nullptr);
+        if (Run.Nested) {
+          R["nested"] = true;
+        }
         Runs.push_back(R);
       }
       Controllers.push_back(ordered_json{{"name", C.Name}, {"runs", Runs}});
@@ -170,6 +174,71 @@ std::string TranscriptToText(const Transcript &T) {
     return Summaries.back();
   };
 
+  // A run started inside a Response of another run (a restart of the controller) is printed at
+  // the place of its "start" event, indented under the step that caused it.
+  std::function<void(const TranscriptBoot &, const std::string &, size_t, const std::string &)> PrintRun;
+  PrintRun = [&](const TranscriptBoot &Boot, const std::string &Name, size_t RunIndex,
+                 const std::string &Indent) {
+    const TranscriptController *C = nullptr;
+    for (const TranscriptController &Candidate : Boot.Controllers) {
+      if (Candidate.Name == Name) {
+        C = &Candidate;
+      }
+    }
+    if (C == nullptr || RunIndex >= C->Runs.size()) {
+      return;
+    }
+    Summary &Sum = SummaryFor(Name);
+    const TranscriptRun &Run = C->Runs[RunIndex];
+    auto PrintEvents = [&](const std::vector<TranscriptEvent> &Events) {
+      for (const TranscriptEvent &E : Events) {
+        if (E.value("kind", "") == "start") {
+          const std::string Nested = E.value("controller", "");
+          const size_t NestedRun = E.value("run", size_t{0});
+          Out << Indent << "        start " << Nested << " (run " << NestedRun + 1 << ")\n";
+          PrintRun(Boot, Nested, NestedRun, Indent + "        ");
+          continue;
+        }
+        Out << Indent << "        " << EventText(E) << "\n";
+      }
+    };
+    for (const TranscriptStep &S : Run.Steps) {
+      char Head[32];
+      std::snprintf(Head, sizeof(Head), "  %3llu ", static_cast<unsigned long long>(S.Instance));
+      Out << Indent << Head << Printable(S.Command) << "  ->  ";
+      Out << (S.Reply.empty() ? "(empty)" : Printable(S.Reply));
+      if (S.CmdStatus != 0 || S.ErrorValue != 0) {
+        Out << "  [status " << static_cast<int>(S.CmdStatus) << ", error " << static_cast<int>(S.ErrorValue)
+            << "]";
+      }
+      if (S.Action != "None") {
+        Out << "  [action " << S.Action << "]";
+      }
+      if (S.Response != "EFI_SUCCESS") {
+        Out << "  [Response " << S.Response << "]";
+      }
+      Out << "\n";
+      PrintEvents(S.Events);
+      Sum.Commands++;
+      Sum.Sets += IsSetCommand(S.Command) ? 1 : 0;
+      Sum.Failed += S.CmdStatus != 0 ? 1 : 0;
+      Sum.Restarts += S.Action == "RestartController" ? 1 : 0;
+    }
+    if (Run.Ended) {
+      char Head[32];
+      std::snprintf(Head, sizeof(Head), "  %3llu ", static_cast<unsigned long long>(Run.EndInstance));
+      Out << Indent << Head << "Query " << Run.EndQuery << "\n";
+      PrintEvents(Run.EndEvents);
+    }
+  };
+
+  // Every summary row exists before printing starts, so that the references held while runs are
+  // printed stay valid.
+  for (const TranscriptBoot &Boot : T.Boots) {
+    for (const TranscriptController &C : Boot.Controllers) {
+      SummaryFor(C.Name);
+    }
+  }
   for (size_t BootIndex = 0; BootIndex < T.Boots.size(); BootIndex++) {
     const TranscriptBoot &Boot = T.Boots[BootIndex];
     Out << "\n=== Boot " << BootIndex + 1 << " ===\n";
@@ -177,42 +246,12 @@ std::string TranscriptToText(const Transcript &T) {
       Out << "    " << EventText(E) << "\n";
     }
     for (const TranscriptController &C : Boot.Controllers) {
-      Summary &Sum = SummaryFor(C.Name);
       for (size_t RunIndex = 0; RunIndex < C.Runs.size(); RunIndex++) {
-        const TranscriptRun &Run = C.Runs[RunIndex];
+        if (C.Runs[RunIndex].Nested) {
+          continue;
+        }
         Out << "\n" << C.Name << " (run " << RunIndex + 1 << ")\n";
-        for (const TranscriptStep &S : Run.Steps) {
-          char Head[32];
-          std::snprintf(Head, sizeof(Head), "  %3llu ", static_cast<unsigned long long>(S.Instance));
-          Out << Head << Printable(S.Command) << "  ->  ";
-          Out << (S.Reply.empty() ? "(empty)" : Printable(S.Reply));
-          if (S.CmdStatus != 0 || S.ErrorValue != 0) {
-            Out << "  [status " << static_cast<int>(S.CmdStatus) << ", error "
-                << static_cast<int>(S.ErrorValue) << "]";
-          }
-          if (S.Action != "None") {
-            Out << "  [action " << S.Action << "]";
-          }
-          if (S.Response != "EFI_SUCCESS") {
-            Out << "  [Response " << S.Response << "]";
-          }
-          Out << "\n";
-          for (const TranscriptEvent &E : S.Events) {
-            Out << "        " << EventText(E) << "\n";
-          }
-          Sum.Commands++;
-          Sum.Sets += IsSetCommand(S.Command) ? 1 : 0;
-          Sum.Failed += S.CmdStatus != 0 ? 1 : 0;
-          Sum.Restarts += S.Action == "RestartController" ? 1 : 0;
-        }
-        if (Run.Ended) {
-          char Head[32];
-          std::snprintf(Head, sizeof(Head), "  %3llu ", static_cast<unsigned long long>(Run.EndInstance));
-          Out << Head << "Query " << Run.EndQuery << "\n";
-          for (const TranscriptEvent &E : Run.EndEvents) {
-            Out << "        " << EventText(E) << "\n";
-          }
-        }
+        PrintRun(Boot, C.Name, RunIndex, "");
       }
     }
     if (Boot.Reset) {

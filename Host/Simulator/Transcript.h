@@ -31,7 +31,8 @@ struct TranscriptRun {
   uint64_t EndInstance = 0;
   std::string EndQuery;
   std::vector<TranscriptEvent> EndEvents;
-  bool Ended = false; // false when a reset or a limit cut the run short
+  bool Ended = false;  // false when a reset or a limit cut the run short
+  bool Nested = false; // started by a restart inside a Response of an earlier run
 };
 
 struct TranscriptController {
