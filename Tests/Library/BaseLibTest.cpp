@@ -29,6 +29,7 @@ TEST(AsciiStrToUintn, DecimalAndHexEdgeCases) {
       {Hex, "0X19", 0x19},
       {Hex, "x19", 0},
       {Hex, "aBcD", 0xABCD},
+      {Hex, "FfA0", 0xFFA0},
       {Hex, "12g4", 0x12},
       {Hex, "0x", 0},
       {Hex, "0xx1", 0},
@@ -40,11 +41,13 @@ TEST(AsciiStrToUintn, DecimalAndHexEdgeCases) {
   }
 }
 
-TEST(AsciiStrToUintn, OverflowAssertsAndSaturates) {
+TEST(AsciiStrToUintn, OverflowSaturatesAndOverflowOrNullAsserts) {
   ExpectAsserts Expect;
   EXPECT_EQ(AsciiStrDecimalToUintn(A("18446744073709551616")), ~(UINTN)0);
   EXPECT_EQ(AsciiStrHexToUintn(A("10000000000000000")), ~(UINTN)0);
-  EXPECT_EQ(Expect.Records().size(), 2u);
+  AsciiStrDecimalToUintn(nullptr);
+  AsciiStrHexToUintn(nullptr);
+  EXPECT_EQ(Expect.Records().size(), 4u);
 }
 
 TEST(AsciiStrCompare, UnsignedBytesAndCaseFolding) {
@@ -58,6 +61,29 @@ TEST(AsciiStrCompare, UnsignedBytesAndCaseFolding) {
   EXPECT_NE(AsciiStrnCmp(A("abcX"), A("abcY"), 4), 0);
   EXPECT_EQ(AsciiStrnCmp(A("a"), A("b"), 0), 0);
   EXPECT_LT(AsciiStrnCmp(A("ab"), A("abc"), 5), 0);
+  EXPECT_LT(AsciiStrCmp(A("ab"), A("abc")), 0);
+  EXPECT_EQ(AsciiStriCmp(A("az"), A("AZ")), 0);
+}
+
+// Every argument that EDK II documents as asserted is asserted, and nothing else.
+TEST(AsciiStrCompare, NullArgumentsOverlongLengthsAndOverlappingCopiesAssert) {
+  CHAR8 Buffer[8] = {'a', 'b', 'c', 0, 'Q', 'Q', 'Q', 'Q'};
+  ExpectAsserts Expect;
+  AsciiStrnCmp(A("a"), A("a"), PCD_MAXIMUM_ASCII_STRING_LENGTH);
+  AsciiStrCpy(Buffer + 4, Buffer);
+  EXPECT_EQ(Expect.Records().size(), 0u);
+  AsciiStrCmp(nullptr, A("a"));
+  AsciiStrCmp(A("a"), nullptr);
+  AsciiStriCmp(nullptr, A("a"));
+  AsciiStriCmp(A("a"), nullptr);
+  AsciiStrnCmp(nullptr, A("a"), 1);
+  AsciiStrnCmp(A("a"), nullptr, 1);
+  AsciiStrnCmp(A("a"), A("a"), PCD_MAXIMUM_ASCII_STRING_LENGTH + 1);
+  AsciiStrCpy(nullptr, A("a"));
+  AsciiStrCpy(Buffer, nullptr);
+  EXPECT_EQ(Expect.Records().size(), 9u);
+  AsciiStrCpy(Buffer + 3, Buffer); // its terminator would land on the source's
+  EXPECT_EQ(Expect.Records().size(), 10u);
 }
 
 TEST(AsciiStrLen, CopyAndTheLengthLimit) {
@@ -65,6 +91,7 @@ TEST(AsciiStrLen, CopyAndTheLengthLimit) {
   EXPECT_EQ(AsciiStrCpy(Buffer, A("abc")), Buffer);
   EXPECT_EQ(Narrow(Buffer), "abc");
   EXPECT_EQ(Buffer[4], 'Q');
+  EXPECT_EQ(AsciiStrLen(A("\0abc")), 0u);
   std::string Limit(PCD_MAXIMUM_ASCII_STRING_LENGTH, 'a');
   EXPECT_EQ(AsciiStrLen(A(Limit.c_str())), (UINTN)PCD_MAXIMUM_ASCII_STRING_LENGTH);
   ExpectAsserts Expect;
