@@ -75,6 +75,18 @@ INSTANTIATE_TEST_SUITE_P(
                       ActionCase{"OtherAction99ChangesNothing", 99, 0, kOk, 0, 0}),
     [](const ::testing::TestParamInfo<ActionCase> &I) { return I.param.Name; });
 
+// The tool has named the controller and switched itself off: neither mode hands out a command.
+TEST_F(ConfigurationActionTest, ControllerNamedByTheToolWithModeOffGetsNoCommand) {
+  const EFI_GUID ClpGuid = EFI_PLATFORM_TO_DRIVER_CONFIGURATION_CLP_GUID;
+  const EFI_HANDLE H = ManagedController();
+  std::vector<uint8_t> Location(16, 0);
+  Location[0] = 5; // bus 5, device 0
+  Fw().PutVariable(u"CLPCMD_LOCATION", ClpGuid, 7, Location);
+  Fw().PutVariable(u"CLPCMD_MODE", ClpGuid, 7, {0x00});
+  EXPECT_EQ(QueryAndRespond(H, EfiPlatformConfigurationActionNone), EFI_LOAD_ERROR) << "no command";
+  EXPECT_EQ(Fw().GetAdapterSettingsCalls(), 0u);
+}
+
 // Every family but QLogic8070 resets the platform cold and never returns to the caller.
 TEST_F(ConfigurationActionTest, RestartPlatformResetsColdAndDoesNotReturn) {
   const EFI_HANDLE H = ManagedController();
