@@ -216,7 +216,12 @@ TEST_F(ToolModeTest, RefusesWhatTheToolDidNotName) {
 TEST_F(ToolModeTest, ResponseIgnoresTheConfigurationAction) {
   QueryResult Q = Query(Controllers[0], 0);
   ASSERT_EQ(Q.Status, EFI_SUCCESS);
-  EXPECT_EQ(Respond(Q, "", EfiPlatformConfigurationActionRestartPlatform), EFI_SUCCESS);
+  EXPECT_EQ(Respond(Q, "ok", EfiPlatformConfigurationActionRestartPlatform), EFI_SUCCESS);
+  // A second Response for the same command belongs to no mode: no result, no action.
+  EFI_CONFIGURE_CLP_PARAMETER_BLK Stray{};
+  Q.Block = &Stray;
+  EXPECT_EQ(Respond(Q, "stray", EfiPlatformConfigurationActionStopController), EFI_SUCCESS);
+  EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), Bytes("ok"));
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Reset).empty());
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Disconnect).empty());
 }
@@ -296,6 +301,9 @@ TEST_F(DriverLoadTest, InstallsExactlyOneInstanceOnItsImageHandle) {
   ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
   EXPECT_EQ(Fw().HandlesWith(EFI_GUID EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL_GUID),
             std::vector<EFI_HANDLE>{Fw().ImageHandle()});
+  // The constructors found the platform's protocols that were there at load time.
+  EXPECT_EQ(mModule.mConsoleMessage, Fw().ConsoleMessageProtocol());
+  EXPECT_EQ(mModule.mIpmiTransport, Fw().IpmiProtocol());
 }
 
 TEST_F(DriverLoadTest, ConsoleMessageIsFoundWhenItArrivesLater) {
