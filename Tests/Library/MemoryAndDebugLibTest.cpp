@@ -2,6 +2,9 @@
 
 #include "Library/BaseMemoryLib.h"
 #include "Library/DebugLib.h"
+#include "Library/MemoryAllocationLib.h"
+#include "Library/UefiBootServicesTableLib.h"
+#include "Library/UefiRuntimeServicesTableLib.h"
 #include "LibraryTestSupport.h"
 
 using namespace LibraryTest;
@@ -69,6 +72,29 @@ TEST(MemoryLib, NullBuffersAssertOnlyWithALength) {
   CompareGuid(&Guid, nullptr);
   EXPECT_EQ(Expect.Records().size(), 6u);
   EXPECT_EQ(Byte, 1);
+}
+
+// Without a system table the table libraries and the pool routines assert, and nothing is called
+// through a missing table.
+TEST(TableLibs, MissingTablesAssert) {
+  const EFI_HANDLE SavedImage = gImageHandle;
+  EFI_SYSTEM_TABLE *const SavedSt = gST;
+  EFI_BOOT_SERVICES *const SavedBs = gBS;
+  EFI_RUNTIME_SERVICES *const SavedRt = gRT;
+  UINT8 Byte = 0;
+  {
+    ExpectAsserts Expect;
+    UefiBootServicesTableLibConstructor(nullptr, nullptr);
+    UefiRuntimeServicesTableLibConstructor(nullptr, nullptr);
+    EXPECT_EQ(Expect.Records().size(), 5u);
+    EXPECT_EQ(AllocatePool(4), nullptr);
+    FreePool(&Byte);
+    EXPECT_EQ(Expect.Records().size(), 7u);
+  }
+  gImageHandle = SavedImage;
+  gST = SavedSt;
+  gBS = SavedBs;
+  gRT = SavedRt;
 }
 
 TEST(DebugPrint, PrintsOnlyLevelsInTheMaskAndCutsLongMessages) {
