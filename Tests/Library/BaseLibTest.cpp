@@ -24,6 +24,7 @@ TEST(AsciiStrToUintn, DecimalAndHexEdgeCases) {
       {Dec, "\n5", 0},
       {Dec, "000", 0},
       {Dec, "18446744073709551615", ~(UINTN)0},
+      {Dec, "18446744073709551614", ~(UINTN)0 - 1}, // the last digit that still fits
       {Hex, "19", 0x19},
       {Hex, "  00x1f", 0x1F},
       {Hex, "0X19", 0x19},
@@ -34,6 +35,7 @@ TEST(AsciiStrToUintn, DecimalAndHexEdgeCases) {
       {Hex, "0x", 0},
       {Hex, "0xx1", 0},
       {Hex, "FFFFFFFFFFFFFFFF", ~(UINTN)0},
+      {Hex, "FFFFFFFFFFFFFFFE", ~(UINTN)0 - 1},
       {Hex, "00000000000000000001", 1},
   };
   for (const Case &C : Cases) {
@@ -48,6 +50,15 @@ TEST(AsciiStrToUintn, OverflowSaturatesAndOverflowOrNullAsserts) {
   AsciiStrDecimalToUintn(nullptr);
   AsciiStrHexToUintn(nullptr);
   EXPECT_EQ(Expect.Records().size(), 4u);
+  // A string at the platform's length limit converts quietly; one more character asserts in the
+  // length count and in the conversion.
+  std::string Zeros(1000000, '0');
+  EXPECT_EQ(AsciiStrDecimalToUintn(A(Zeros.c_str())) + AsciiStrHexToUintn(A(Zeros.c_str())), 0u);
+  EXPECT_EQ(Expect.Records().size(), 4u);
+  Zeros.push_back('0');
+  AsciiStrDecimalToUintn(A(Zeros.c_str()));
+  AsciiStrHexToUintn(A(Zeros.c_str()));
+  EXPECT_EQ(Expect.Records().size(), 8u);
 }
 
 TEST(AsciiStrCompare, UnsignedBytesAndCaseFolding) {
