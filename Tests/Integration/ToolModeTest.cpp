@@ -173,9 +173,10 @@ TEST_F(ToolModeTest, SixtyFourCommandsAtMostThenManagedModeIsAsked) {
 // A decline lasts for the rest of that controller's run; the next Instance 0 decides again.
 TEST_F(ToolModeTest, DeclineLastsUntilTheNextInstanceZero) {
   const EFI_HANDLE Other = Fw().AddPciFunction(0, 4, 5, 0, 0x8086, 0x10D3);
-  EXPECT_EQ(Query(Other, 0).Status, EFI_NOT_FOUND);
-  EXPECT_TRUE(mModule.mToolModeDeclined);
-  EXPECT_EQ(Query(Other, 1).Status, EFI_NOT_FOUND);
+  for (UINTN Instance : {0, 1}) {
+    EXPECT_EQ(Query(Other, Instance).Status, EFI_NOT_FOUND);
+    EXPECT_TRUE(mModule.mToolModeDeclined) << Instance;
+  }
   QueryResult Q = Query(Controllers[0], 0);
   ASSERT_EQ(Q.Status, EFI_SUCCESS);
   EXPECT_EQ(Respond(Q, ""), EFI_SUCCESS);

@@ -89,7 +89,8 @@ TEST(TableLibs, MissingTablesAssert) {
     EXPECT_EQ(Expect.Records().size(), 5u);
     EXPECT_EQ(AllocatePool(4), nullptr);
     FreePool(&Byte);
-    EXPECT_EQ(Expect.Records().size(), 7u);
+    FreePool(nullptr);
+    EXPECT_EQ(Expect.Records().size(), 9u);
   }
   gImageHandle = SavedImage;
   gST = SavedSt;
