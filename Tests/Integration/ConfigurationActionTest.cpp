@@ -34,7 +34,7 @@ protected:
 struct ActionCase {
   const char *Name;
   unsigned Action;
-  bool FailDisconnect;
+  bool FailDisconnect, FailConnect;
   EFI_STATUS Expected;
   size_t Disconnects, Connects;
 };
@@ -47,6 +47,9 @@ TEST_P(ConfigurationAction, TouchesOnlyTheControllerAndAsksForNoReset) {
   const EFI_HANDLE H = ManagedController();
   if (C.FailDisconnect) {
     Fw().ScriptDisconnect(H, EFI_DEVICE_ERROR);
+  }
+  if (C.FailConnect) {
+    Fw().ScriptConnect(H, EFI_DEVICE_ERROR);
   }
   EXPECT_EQ(QueryAndRespond(H, C.Action), C.Expected);
   const auto Disconnects = Fw().EventsOf(fake::EventKind::Disconnect);
@@ -68,12 +71,50 @@ constexpr EFI_STATUS kOk = EFI_SUCCESS, kNotFound = EFI_NOT_FOUND;
 
 INSTANTIATE_TEST_SUITE_P(
     Actions, ConfigurationAction,
-    ::testing::Values(ActionCase{"StopControllerDisconnectsTheControllerOnly", kStop, 0, kOk, 1, 0},
-                      ActionCase{"RestartControllerDisconnectsThenConnectsRecursively", kRestart, 0, kOk, 1,
-                                 1},
-                      ActionCase{"FailedDisconnectSkipsTheConnect", kRestart, 1, kNotFound, 1, 0},
-                      ActionCase{"OtherAction99ChangesNothing", 99, 0, kOk, 0, 0}),
+    ::testing::Values(ActionCase{"StopControllerDisconnectsTheControllerOnly", kStop, 0, 0, kOk, 1, 0},
+                      ActionCase{"FailedStopIsNotFound", kStop, 1, 0, kNotFound, 1, 0},
+                      ActionCase{"RestartControllerDisconnectsThenConnectsRecursively", kRestart, 0, 0, kOk,
+                                 1, 1},
+                      ActionCase{"FailedDisconnectSkipsTheConnect", kRestart, 1, 0, kNotFound, 1, 0},
+                      ActionCase{"FailedConnectIsNotFound", kRestart, 0, 1, kNotFound, 1, 1},
+                      ActionCase{"OtherAction99ChangesNothing", 99, 0, 0, kOk, 0, 0}),
     [](const ::testing::TestParamInfo<ActionCase> &I) { return I.param.Name; });
+
+// The tool has named the controller and switched itself off: neither mode hands out a command.
+TEST_F(ConfigurationActionTest, ControllerNamedByTheToolWithModeOffGetsNoCommand) {
+  const EFI_GUID ClpGuid = EFI_PLATFORM_TO_DRIVER_CONFIGURATION_CLP_GUID;
+  const EFI_HANDLE H = ManagedController();
+  std::vector<uint8_t> Location(16, 0);
+  Location[0] = 5; // bus 5, device 0
+  Fw().PutVariable(u"CLPCMD_LOCATION", ClpGuid, 7, Location);
+  Fw().PutVariable(u"CLPCMD_MODE", ClpGuid, 7, {0x00});
+  EXPECT_EQ(QueryAndRespond(H, EfiPlatformConfigurationActionNone), EFI_LOAD_ERROR) << "no command";
+  EXPECT_EQ(Fw().GetAdapterSettingsCalls(), 0u);
+  // The next controller, not named by the tool, is ManagedMode's, and so is its Response.
+  const EFI_HANDLE Other = Add(0x8086, 0x10D3, 6, 1, 1, PLATFORM_FLAG_MANAGED_MODE_ENABLED).Handle(0, 0);
+  Fw().SetDriverBound(Other, true);
+  EXPECT_EQ(QueryAndRespond(Other, EfiPlatformConfigurationActionStopController), EFI_SUCCESS);
+  EXPECT_EQ(Fw().EventsOf(fake::EventKind::Disconnect).size(), 1u);
+}
+
+// A second Response to the same command has nothing left to act on.
+TEST_F(ConfigurationActionTest, RepeatedResponseActsOnce) {
+  const EFI_HANDLE H = ManagedController();
+  UINTN Instance = 0, Size = 0;
+  EFI_GUID *Guid = nullptr;
+  EFI_CONFIGURE_CLP_PARAMETER_BLK *Block = nullptr;
+  ASSERT_EQ(Protocol->Query(Protocol, H, nullptr, &Instance, &Guid, reinterpret_cast<VOID **>(&Block), &Size),
+            EFI_SUCCESS);
+  Block->CLPReturnString = reinterpret_cast<CHAR8 *>(Reply);
+  Block->CLPReturnStringLength = sizeof(Reply) - 1;
+  for (int Time = 0; Time < 2; Time++) {
+    Fw().SetDriverBound(H, true);
+    EXPECT_EQ(Protocol->Response(Protocol, H, nullptr, &Instance, Guid, Block, Size,
+                                 EfiPlatformConfigurationActionStopController),
+              EFI_SUCCESS);
+  }
+  EXPECT_EQ(Fw().EventsOf(fake::EventKind::Disconnect).size(), 1u);
+}
 
 // Every family but QLogic8070 resets the platform cold and never returns to the caller.
 TEST_F(ConfigurationActionTest, RestartPlatformResetsColdAndDoesNotReturn) {
@@ -87,6 +128,7 @@ TEST_F(ConfigurationActionTest, RestartPlatformResetsColdAndDoesNotReturn) {
   const auto Resets = Fw().EventsOf(fake::EventKind::Reset);
   ASSERT_EQ(Resets.size(), 1u);
   EXPECT_EQ(Resets[0].ResetType, EfiResetCold);
+  EXPECT_EQ(Resets[0].ResetStatus, EFI_SUCCESS);
 }
 
 } // namespace

@@ -24,14 +24,15 @@ protected:
   void SetUp() override {
     DriverTest::SetUp();
     Fw().EnableConOut();
-    // 03:00.0 and 03:00.1 of one device, 03:00.2 beside them.
-    for (uint8_t Function = 0; Function < 3; Function++) {
-      Controllers.push_back(Fw().AddPciFunction(0, 3, 0, Function, 0x8086, 0x10D3));
-    }
+    // 03:05.0 and 03:05.1 of one device, with IDs of their own, and 03:05.2 beside them.
+    Controllers.push_back(Fw().AddPciFunction(0, 3, 5, 0, 0x8086, 0x10D3));
+    Controllers.push_back(Fw().AddPciFunction(0, 3, 5, 1, 0x10DF, 0xE200));
+    Controllers.push_back(Fw().AddPciFunction(0, 3, 5, 2, 0x8086, 0x10D3));
     ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
-    // The location is two 64-bit numbers, bus then device: 03:00. Tests overwrite what they need.
+    // The location is two 64-bit numbers, bus then device: 03:05. Tests overwrite what they need.
     std::vector<uint8_t> Location(16, 0);
     Location[0] = 3;
+    Location[8] = 5;
     Put(u"CLPCMD_LOCATION", Location);
     Put(u"CLPCMD000_0", Bytes("show /"));
   }
@@ -66,30 +67,42 @@ protected:
 };
 
 TEST_F(ToolModeTest, HandsOutTheStoredCommandsAndStoresEachReply) {
-  Put(u"CLPCMD000_0", Bytes("show /system1"));
-  Put(u"CLPCMD001_0", Bytes(std::string("set /system1 x=1") + '\0')); // a stored NUL counts in the length
+  Put(u"CLPCMD000_1", Bytes(std::string("set /system1 x=1") + '\0')); // a stored NUL counts in the length
+  Put(u"CLPCMD001_1", Bytes("show /x"));                              // shorter, and without a NUL
 
-  QueryResult First = Query(Controllers[0], 0);
+  QueryResult First = Query(Controllers[1], 0);
   ASSERT_EQ(First.Status, EFI_SUCCESS);
   EXPECT_EQ(std::memcmp(First.Guid, &ClpGuid, sizeof(EFI_GUID)), 0);
-  EXPECT_EQ(First.Block->CLPCommandLength, 13u);
-  EXPECT_STREQ(reinterpret_cast<const char *>(First.Block->CLPCommand), "show /system1");
+  EXPECT_EQ(First.Size, 32u);
+  EXPECT_STREQ(reinterpret_cast<const char *>(First.Block->CLPCommand), "set /system1 x=1");
+  // The result fields hold placeholders until the adapter driver fills them.
+  EXPECT_EQ((Fields{First.Block->CLPCommandLength, First.Block->CLPReturnString == nullptr,
+                    First.Block->CLPReturnStringLength, First.Block->CLPCmdStatus, First.Block->CLPErrorValue,
+                    First.Block->CLPMsgCode}),
+            (Fields{17, 1, 2, 1, 3, 4}));
   EXPECT_EQ(Respond(First, "retdata=ok\r\n"), EFI_SUCCESS);
 
-  QueryResult Second = Query(Controllers[0], 1);
+  QueryResult Second = Query(Controllers[1], 1);
   ASSERT_EQ(Second.Status, EFI_SUCCESS);
-  EXPECT_EQ(Second.Block->CLPCommandLength, 17u);
-  EXPECT_STREQ(reinterpret_cast<const char *>(Second.Block->CLPCommand), "set /system1 x=1");
+  EXPECT_EQ(Second.Block->CLPCommandLength, 7u);
+  EXPECT_STREQ(reinterpret_cast<const char *>(Second.Block->CLPCommand), "show /x");
   EXPECT_EQ(Respond(Second, std::string("A\0B", 3)), EFI_SUCCESS);
 
-  EXPECT_EQ(Query(Controllers[0], 2).Status, EFI_NOT_FOUND);
-  EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), Bytes("retdata=ok\r\n"));
-  EXPECT_EQ(Variable(u"CLPCMD001_0_RESULT"), Bytes(std::string("A\0B", 3)));
-  // Function 1 of the same device has no command of its own; the banner came once.
-  EXPECT_EQ(Query(Controllers[1], 0).Status, EFI_NOT_FOUND);
+  EXPECT_EQ(Query(Controllers[1], 2).Status, EFI_NOT_FOUND);
+  EXPECT_EQ(Variable(u"CLPCMD000_1_RESULT"), Bytes("retdata=ok\r\n"));
+  EXPECT_EQ(Variable(u"CLPCMD001_1_RESULT"), Bytes(std::string("A\0B", 3)));
+  EXPECT_EQ(Fw().FindVariable(u"CLPCMD000_1_RESULT", ClpGuid)->Attributes, 7u);
+  // Function 0 of the same device gets its own commands; the next Instance 0 starts over.
+  for (EFI_HANDLE Controller : {Controllers[0], Controllers[1]}) {
+    QueryResult Again = Query(Controller, 0);
+    ASSERT_EQ(Again.Status, EFI_SUCCESS);
+    EXPECT_EQ(Respond(Again, "r"), EFI_SUCCESS);
+  }
+  EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), Bytes("r"));
+  // The banner comes once, with the IDs of the first controller claimed.
   const auto Console = Fw().EventsOf(fake::EventKind::Console);
   ASSERT_EQ(Console.size(), 1u);
-  EXPECT_EQ(Console[0].Text, "\r\n!!! TOOL 'Tolvar(EFI)' IS ENABLED FOR V/D 8086/10D3, BUS/DEV 3/0 !!!\r\n");
+  EXPECT_EQ(Console[0].Text, "\r\n!!! TOOL 'Tolvar(EFI)' IS ENABLED FOR V/D 10DF/E200, BUS/DEV 3/5 !!!\r\n");
 }
 
 TEST_F(ToolModeTest, CommandOf500BytesIsHandedOutAnd501EndsTheSequence) {
@@ -107,6 +120,7 @@ struct ModeCase {
   const char *Name;
   std::vector<uint8_t> Mode; // empty: no CLPCMD_MODE variable
   EFI_STATUS Expected;
+  UINT64 Setting;
 };
 
 class ToolModeMode : public ToolModeTest, public ::testing::WithParamInterface<ModeCase> {};
@@ -120,14 +134,24 @@ TEST_P(ToolModeMode, DecidesWhetherTheLocatedDeviceGetsCommands) {
   if (Q.Status == EFI_SUCCESS) {
     EXPECT_EQ(Respond(Q, ""), EFI_SUCCESS);
   }
+  EXPECT_EQ(mModule.mToolModeSetting, GetParam().Setting);
   // The banner is shown exactly when the device gets commands.
   EXPECT_EQ(Fw().EventsOf(fake::EventKind::Console).size(), GetParam().Expected == EFI_SUCCESS ? 1u : 0u);
+  // The mode is decided once per boot: a later change of the variable counts only after a reboot.
+  Put(u"CLPCMD_MODE", {0x00});
+  Q = Query(Controllers[0], 0);
+  EXPECT_EQ(Q.Status, GetParam().Expected);
+  if (Q.Status == EFI_SUCCESS) {
+    EXPECT_EQ(Respond(Q, ""), EFI_SUCCESS);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Modes, ToolModeMode,
-    ::testing::Values(ModeCase{"absent", {}, EFI_SUCCESS}, ModeCase{"oneByteOff", {0x00}, EFI_NOT_FOUND},
-                      ModeCase{"nineBytesCountAsOn", std::vector<uint8_t>(9, 0), EFI_SUCCESS}),
+    ::testing::Values(ModeCase{"absent", {}, EFI_SUCCESS, 1},
+                      ModeCase{"oneByteOff", {0x00}, EFI_NOT_FOUND, 0},
+                      ModeCase{"twoBytesAreTheLowOnes", {0x00, 0x01}, EFI_SUCCESS, 0x100},
+                      ModeCase{"nineBytesCountAsOn", std::vector<uint8_t>(9, 0), EFI_SUCCESS, 1}),
     [](const ::testing::TestParamInfo<ModeCase> &Info) { return Info.param.Name; });
 
 TEST_F(ToolModeTest, SixtyFourCommandsAtMostThenManagedModeIsAsked) {
@@ -143,6 +167,31 @@ TEST_F(ToolModeTest, SixtyFourCommandsAtMostThenManagedModeIsAsked) {
   EXPECT_EQ(Variable(u"CLPCMD063_0_RESULT"), Bytes("r"));
   // No settings protocol on the controller: ManagedMode refuses as well.
   EXPECT_EQ(Query(Controllers[0], 64).Status, EFI_NOT_FOUND);
+  EXPECT_TRUE(mModule.mToolModeDeclined);
+}
+
+// A decline lasts for the rest of that controller's run; the next Instance 0 decides again.
+TEST_F(ToolModeTest, DeclineLastsUntilTheNextInstanceZero) {
+  const EFI_HANDLE Other = Fw().AddPciFunction(0, 4, 5, 0, 0x8086, 0x10D3);
+  for (UINTN Instance : {0, 1}) {
+    EXPECT_EQ(Query(Other, Instance).Status, EFI_NOT_FOUND);
+    EXPECT_TRUE(mModule.mToolModeDeclined) << Instance;
+  }
+  QueryResult Q = Query(Controllers[0], 0);
+  ASSERT_EQ(Q.Status, EFI_SUCCESS);
+  EXPECT_EQ(Respond(Q, ""), EFI_SUCCESS);
+  EXPECT_FALSE(mModule.mToolModeDeclined);
+}
+
+// A Query repeated without its Response, or refused for want of pool, leaves no copy behind and
+// frees none twice (TearDown checks both).
+TEST_F(ToolModeTest, RepeatedQueriesReleaseTheirCopies) {
+  ASSERT_EQ(Query(Controllers[0], 0).Status, EFI_SUCCESS);
+  Fw().FailNextAllocations(1);
+  EXPECT_EQ(Query(Controllers[0], 0).Status, EFI_NOT_FOUND);
+  QueryResult Q = Query(Controllers[0], 0);
+  ASSERT_EQ(Q.Status, EFI_SUCCESS);
+  EXPECT_EQ(Respond(Q, ""), EFI_SUCCESS);
 }
 
 // Only functions 0 and 1 of the named device, without a child handle, and only a location of
@@ -151,7 +200,11 @@ TEST_F(ToolModeTest, RefusesWhatTheToolDidNotName) {
   Put(u"CLPCMD000_2", Bytes("show /"));
   EXPECT_EQ(Query(Controllers[2], 0).Status, EFI_NOT_FOUND);
   EXPECT_EQ(Query(Controllers[0], 0, Controllers[1]).Status, EFI_NOT_FOUND);
-  EXPECT_EQ(Query(Fw().AddPciFunction(0, 4, 0, 0, 0x8086, 0x10D3), 0).Status, EFI_NOT_FOUND);
+  EXPECT_EQ(Query(Fw().AddPciFunction(0, 4, 5, 0, 0x8086, 0x10D3), 0).Status, EFI_NOT_FOUND);
+  EXPECT_EQ(Query(Fw().AddPciFunction(0, 3, 4, 0, 0x8086, 0x10D3), 0).Status, EFI_NOT_FOUND);
+  EFI_HANDLE NoPciIo = nullptr;
+  ASSERT_EQ(Fw().InstallProtocol(&NoPciIo, EFI_GUID EFI_PCI_IO_PROTOCOL_GUID, nullptr), EFI_SUCCESS);
+  EXPECT_EQ(Query(NoPciIo, 0).Status, EFI_NOT_FOUND);
   EFI_HANDLE Zero = Fw().AddPciFunction(0, 0, 0, 0, 0x8086, 0x29C0);
   for (size_t Size : {8, 17}) {
     Put(u"CLPCMD_LOCATION", std::vector<uint8_t>(Size, 0));
@@ -164,21 +217,45 @@ TEST_F(ToolModeTest, RefusesWhatTheToolDidNotName) {
 TEST_F(ToolModeTest, ResponseIgnoresTheConfigurationAction) {
   QueryResult Q = Query(Controllers[0], 0);
   ASSERT_EQ(Q.Status, EFI_SUCCESS);
-  EXPECT_EQ(Respond(Q, "", EfiPlatformConfigurationActionRestartPlatform), EFI_SUCCESS);
+  EXPECT_EQ(Respond(Q, "ok", EfiPlatformConfigurationActionRestartPlatform), EFI_SUCCESS);
+  // A second Response for the same command belongs to no mode: no result, no action.
+  EFI_CONFIGURE_CLP_PARAMETER_BLK Stray{};
+  Q.Block = &Stray;
+  EXPECT_EQ(Respond(Q, "stray", EfiPlatformConfigurationActionStopController), EFI_SUCCESS);
+  EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), Bytes("ok"));
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Reset).empty());
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Disconnect).empty());
 }
 
-TEST_F(ToolModeTest, ResponseWithoutReplyStringWritesNoResultButFreesTheCopies) {
-  QueryResult Q = Query(Controllers[0], 0);
-  ASSERT_EQ(Q.Status, EFI_SUCCESS);
-  Q.Block->CLPReturnString = nullptr;
-  Q.Block->CLPReturnStringLength = 5;
-  EXPECT_EQ(Protocol->Response(Protocol, Controllers[0], nullptr, &Q.Instance, Q.Guid, Q.Block, Q.Size,
-                               EfiPlatformConfigurationActionNone),
-            EFI_SUCCESS);
-  EXPECT_EQ(Fw().FindVariable(u"CLPCMD000_0_RESULT", ClpGuid), nullptr);
-  // TearDown fails the test if the two pool copies were not freed.
+// The result is exactly the bytes the adapter driver gave: none deletes an older result, a length
+// without a string stores nothing, and Instances past 63 have no result variable.
+TEST_F(ToolModeTest, ResultVariableHoldsExactlyTheGivenBytes) {
+  struct Case {
+    bool WithString;
+    UINT32 Length;
+    UINTN Instance;
+    std::vector<uint8_t> Expected; // of CLPCMD000_0_RESULT, which holds "old" before
+  };
+  const Case Cases[] = {
+      {true, 2, 0, Bytes("ab")},
+      {false, 0, 0, {0xEE}},
+      {false, 5, 0, Bytes("old")},
+      {true, 2, 64, Bytes("old")},
+  };
+  for (const Case &C : Cases) {
+    Put(u"CLPCMD000_0_RESULT", Bytes("old"));
+    QueryResult Q = Query(Controllers[0], 0);
+    ASSERT_EQ(Q.Status, EFI_SUCCESS);
+    ReplyText = "abc";
+    Q.Block->CLPReturnString = C.WithString ? reinterpret_cast<CHAR8 *>(ReplyText.data()) : nullptr;
+    Q.Block->CLPReturnStringLength = C.Length;
+    UINTN Instance = C.Instance;
+    EXPECT_EQ(Protocol->Response(Protocol, Controllers[0], nullptr, &Instance, Q.Guid, Q.Block, Q.Size,
+                                 EfiPlatformConfigurationActionNone),
+              EFI_SUCCESS);
+    EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), C.Expected) << C.Length << " " << C.Instance;
+    EXPECT_EQ(Fw().FindVariable(u"CLPCMD064_0_RESULT", ClpGuid), nullptr);
+  }
 }
 
 TEST_F(ToolModeTest, NullArgumentsAreRefusedWithoutChangingAnything) {
@@ -225,6 +302,9 @@ TEST_F(DriverLoadTest, InstallsExactlyOneInstanceOnItsImageHandle) {
   ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
   EXPECT_EQ(Fw().HandlesWith(EFI_GUID EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL_GUID),
             std::vector<EFI_HANDLE>{Fw().ImageHandle()});
+  // The constructors found the platform's protocols that were there at load time.
+  EXPECT_EQ(mModule.mConsoleMessage, Fw().ConsoleMessageProtocol());
+  EXPECT_EQ(mModule.mIpmiTransport, Fw().IpmiProtocol());
 }
 
 TEST_F(DriverLoadTest, ConsoleMessageIsFoundWhenItArrivesLater) {

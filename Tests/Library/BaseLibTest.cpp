@@ -24,15 +24,18 @@ TEST(AsciiStrToUintn, DecimalAndHexEdgeCases) {
       {Dec, "\n5", 0},
       {Dec, "000", 0},
       {Dec, "18446744073709551615", ~(UINTN)0},
+      {Dec, "18446744073709551614", ~(UINTN)0 - 1}, // the last digit that still fits
       {Hex, "19", 0x19},
       {Hex, "  00x1f", 0x1F},
       {Hex, "0X19", 0x19},
       {Hex, "x19", 0},
       {Hex, "aBcD", 0xABCD},
+      {Hex, "FfA0", 0xFFA0},
       {Hex, "12g4", 0x12},
       {Hex, "0x", 0},
       {Hex, "0xx1", 0},
       {Hex, "FFFFFFFFFFFFFFFF", ~(UINTN)0},
+      {Hex, "FFFFFFFFFFFFFFFE", ~(UINTN)0 - 1},
       {Hex, "00000000000000000001", 1},
   };
   for (const Case &C : Cases) {
@@ -40,11 +43,22 @@ TEST(AsciiStrToUintn, DecimalAndHexEdgeCases) {
   }
 }
 
-TEST(AsciiStrToUintn, OverflowAssertsAndSaturates) {
+TEST(AsciiStrToUintn, OverflowSaturatesAndOverflowOrNullAsserts) {
   ExpectAsserts Expect;
   EXPECT_EQ(AsciiStrDecimalToUintn(A("18446744073709551616")), ~(UINTN)0);
   EXPECT_EQ(AsciiStrHexToUintn(A("10000000000000000")), ~(UINTN)0);
-  EXPECT_EQ(Expect.Records().size(), 2u);
+  AsciiStrDecimalToUintn(nullptr);
+  AsciiStrHexToUintn(nullptr);
+  EXPECT_EQ(Expect.Records().size(), 4u);
+  // A string at the platform's length limit converts quietly; one more character asserts in the
+  // length count and in the conversion.
+  std::string Zeros(1000000, '0');
+  EXPECT_EQ(AsciiStrDecimalToUintn(A(Zeros.c_str())) + AsciiStrHexToUintn(A(Zeros.c_str())), 0u);
+  EXPECT_EQ(Expect.Records().size(), 4u);
+  Zeros.push_back('0');
+  AsciiStrDecimalToUintn(A(Zeros.c_str()));
+  AsciiStrHexToUintn(A(Zeros.c_str()));
+  EXPECT_EQ(Expect.Records().size(), 8u);
 }
 
 TEST(AsciiStrCompare, UnsignedBytesAndCaseFolding) {
@@ -58,6 +72,29 @@ TEST(AsciiStrCompare, UnsignedBytesAndCaseFolding) {
   EXPECT_NE(AsciiStrnCmp(A("abcX"), A("abcY"), 4), 0);
   EXPECT_EQ(AsciiStrnCmp(A("a"), A("b"), 0), 0);
   EXPECT_LT(AsciiStrnCmp(A("ab"), A("abc"), 5), 0);
+  EXPECT_LT(AsciiStrCmp(A("ab"), A("abc")), 0);
+  EXPECT_EQ(AsciiStriCmp(A("az"), A("AZ")), 0);
+}
+
+// Every argument that EDK II documents as asserted is asserted, and nothing else.
+TEST(AsciiStrCompare, NullArgumentsOverlongLengthsAndOverlappingCopiesAssert) {
+  CHAR8 Buffer[8] = {'a', 'b', 'c', 0, 'Q', 'Q', 'Q', 'Q'};
+  ExpectAsserts Expect;
+  AsciiStrnCmp(A("a"), A("a"), 1000000);
+  AsciiStrCpy(Buffer + 4, Buffer);
+  EXPECT_EQ(Expect.Records().size(), 0u);
+  AsciiStrCmp(nullptr, A("a"));
+  AsciiStrCmp(A("a"), nullptr);
+  AsciiStriCmp(nullptr, A("a"));
+  AsciiStriCmp(A("a"), nullptr);
+  AsciiStrnCmp(nullptr, A("a"), 1);
+  AsciiStrnCmp(A("a"), nullptr, 1);
+  AsciiStrnCmp(A("a"), A("a"), 1000001);
+  AsciiStrCpy(nullptr, A("a"));
+  AsciiStrCpy(Buffer, nullptr);
+  EXPECT_EQ(Expect.Records().size(), 9u);
+  AsciiStrCpy(Buffer + 3, Buffer); // its terminator would land on the source's
+  EXPECT_EQ(Expect.Records().size(), 10u);
 }
 
 TEST(AsciiStrLen, CopyAndTheLengthLimit) {
@@ -65,8 +102,9 @@ TEST(AsciiStrLen, CopyAndTheLengthLimit) {
   EXPECT_EQ(AsciiStrCpy(Buffer, A("abc")), Buffer);
   EXPECT_EQ(Narrow(Buffer), "abc");
   EXPECT_EQ(Buffer[4], 'Q');
-  std::string Limit(PCD_MAXIMUM_ASCII_STRING_LENGTH, 'a');
-  EXPECT_EQ(AsciiStrLen(A(Limit.c_str())), (UINTN)PCD_MAXIMUM_ASCII_STRING_LENGTH);
+  EXPECT_EQ(AsciiStrLen(A("\0abc")), 0u);
+  std::string Limit(1000000, 'a'); // the platform's maximum ASCII string length
+  EXPECT_EQ(AsciiStrLen(A(Limit.c_str())), 1000000u);
   ExpectAsserts Expect;
   EXPECT_EQ(AsciiStrLen(nullptr), 0u);
   Limit.push_back('a');

@@ -73,6 +73,7 @@ TEST(CopyRoutines, StopWhereTheValueEndsAndTerminateAtMax) {
       {CopyLine, "\nx", 2, string("\0QQQQQ", 6)},
       {CopyChars, "a\r\nb", 6, string("a\r\nb\0\0\0QQQ", 10)},
       {CopyChars, "abcdef", 3, string("abc\0QQQ", 7)},
+      {CopyChars, "\0X", 3, string("\0\0\0\0QQQ", 7)}, // nothing after the terminator is read
       {CopyCharsUpper, "iqn.x-Z9", 8, string("IQN.X-Z9\0QQQ", 12)},
   };
   for (const Case &C : Cases) {
@@ -133,6 +134,7 @@ TEST(ParseDottedVersion, ComponentsToBytesWithinTheWalkAndOutputLimits) {
       // 32 characters without a terminator: the unfinished last component is not stored.
       {"1.2.3.4.5.6.7.8.9.10.11.12.13.14.15", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13}},
       {"1.1.1.1.1.1.1.1.1.1.1.1.1.1.1.1.1", {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}},
+      {"....................", std::vector<UINT8>(16, 0)}, // Out holds sixteen components
   };
   for (const Case &C : Cases) {
     UINT8 Out[20];

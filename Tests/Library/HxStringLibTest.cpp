@@ -61,7 +61,8 @@ TEST(HxStrnDecimalToUint, DigitLimitAndFirstNonDigit) {
     UINT8 MaxDigits;
     UINTN Expected;
   };
-  const Case Cases[] = {{"123", 2, 12}, {"7x", 5, 7}, {"x7", 5, 0}, {"123", 0, 0}, {" 5", 3, 0}};
+  const Case Cases[] = {{"123", 2, 12}, {"2090", 4, 2090}, {"7x", 5, 7},
+                        {"x7", 5, 0},   {"123", 0, 0},     {" 5", 3, 0}};
   for (const Case &C : Cases) {
     EXPECT_EQ(HxStrnDecimalToUint(A(C.Text), C.MaxDigits), C.Expected) << C.Text;
   }
@@ -73,6 +74,10 @@ TEST(HxStrDecimalToUintnAdvance, AdvancesPastDigitsOrLeavesEverything) {
   UINTN Value = 0;
   EXPECT_EQ(HxStrDecimalToUintnAdvance(&Cursor, &Value), EFI_SUCCESS);
   EXPECT_EQ(Value, 42u);
+  EXPECT_EQ(Cursor, Text + 2);
+  Cursor = Text = A("90x");
+  EXPECT_EQ(HxStrDecimalToUintnAdvance(&Cursor, &Value), EFI_SUCCESS);
+  EXPECT_EQ(Value, 90u);
   EXPECT_EQ(Cursor, Text + 2);
   Cursor = A("18446744073709551615");
   EXPECT_EQ(HxStrDecimalToUintnAdvance(&Cursor, &Value), EFI_SUCCESS);

@@ -2,6 +2,9 @@
 
 #include "Library/BaseMemoryLib.h"
 #include "Library/DebugLib.h"
+#include "Library/MemoryAllocationLib.h"
+#include "Library/UefiBootServicesTableLib.h"
+#include "Library/UefiRuntimeServicesTableLib.h"
 #include "LibraryTestSupport.h"
 
 using namespace LibraryTest;
@@ -51,6 +54,50 @@ TEST(CompareMem, UnsignedOrderAndGuids) {
   EXPECT_FALSE(CompareGuid(&First, &Second));
 }
 
+// A NULL buffer asserts only where bytes would be read or written through it.
+TEST(MemoryLib, NullBuffersAssertOnlyWithALength) {
+  UINT8 Byte = 1;
+  EFI_GUID Guid = {};
+  ExpectAsserts Expect;
+  CopyMem(nullptr, &Byte, 0);
+  CopyMem(&Byte, nullptr, 0);
+  SetMem(nullptr, 0, 0);
+  CompareMem(nullptr, &Byte, 0);
+  EXPECT_EQ(Expect.Records().size(), 0u);
+  CopyMem(nullptr, &Byte, 1);
+  CopyMem(&Byte, nullptr, 1);
+  SetMem(nullptr, 1, 0);
+  CompareMem(&Byte, nullptr, 1);
+  CompareGuid(nullptr, &Guid);
+  CompareGuid(&Guid, nullptr);
+  EXPECT_EQ(Expect.Records().size(), 6u);
+  EXPECT_EQ(Byte, 1);
+}
+
+// Without a system table the table libraries and the pool routines assert, and nothing is called
+// through a missing table.
+TEST(TableLibs, MissingTablesAssert) {
+  const EFI_HANDLE SavedImage = gImageHandle;
+  EFI_SYSTEM_TABLE *const SavedSt = gST;
+  EFI_BOOT_SERVICES *const SavedBs = gBS;
+  EFI_RUNTIME_SERVICES *const SavedRt = gRT;
+  UINT8 Byte = 0;
+  {
+    ExpectAsserts Expect;
+    UefiBootServicesTableLibConstructor(nullptr, nullptr);
+    UefiRuntimeServicesTableLibConstructor(nullptr, nullptr);
+    EXPECT_EQ(Expect.Records().size(), 5u);
+    EXPECT_EQ(AllocatePool(4), nullptr);
+    FreePool(&Byte);
+    FreePool(nullptr);
+    EXPECT_EQ(Expect.Records().size(), 9u);
+  }
+  gImageHandle = SavedImage;
+  gST = SavedSt;
+  gBS = SavedBs;
+  gRT = SavedRt;
+}
+
 TEST(DebugPrint, PrintsOnlyLevelsInTheMaskAndCutsLongMessages) {
   CaptureSerial Serial;
   DEBUG((DEBUG_INFO, "info %d\n", 1));
@@ -66,12 +113,21 @@ TEST(DebugPrint, PrintsOnlyLevelsInTheMaskAndCutsLongMessages) {
 TEST(DebugAssert, PrintsFileLineAndDescriptionThenCallsHandler) {
   CaptureSerial Serial;
   ExpectAsserts Expect;
-  DebugAssert("HxStringLib", 57, "0");
-  EXPECT_EQ(Serial.Text(), "ASSERT HxStringLib(57): 0\r\n");
+  DebugAssert("HxStringLib", 4096, "0");
+  EXPECT_EQ(Serial.Text(), "ASSERT HxStringLib(4096): 0\r\n");
   ASSERT_EQ(Expect.Records().size(), 1u);
   EXPECT_EQ(Expect.Records()[0].File, "HxStringLib");
-  EXPECT_EQ(Expect.Records()[0].Line, 57u);
+  EXPECT_EQ(Expect.Records()[0].Line, 4096u);
   EXPECT_EQ(Expect.Records()[0].Description, "0");
+}
+
+// The report shares the 255 characters of a debug message.
+TEST(DebugAssert, LongReportIsCutLikeADebugMessage) {
+  CaptureSerial Serial;
+  ExpectAsserts Expect;
+  const std::string Long(600, 'z');
+  DebugAssert("F", 1, Long.c_str());
+  EXPECT_EQ(Serial.Text(), "ASSERT F(1): " + std::string(255 - 13, 'z'));
 }
 
 } // namespace

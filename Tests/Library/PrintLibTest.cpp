@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "Library/PrintLib.h"
 #include "LibraryTestSupport.h"
@@ -22,6 +25,9 @@ TEST(AsciiSPrint, NumbersWidthsAndFlags) {
       {"%4X", 0x5, "0005"},       {"%u", 4294967295u, "4294967295"},
       {"%4d", 12, "  12"},        {"%-4d|", 12, "12  |"},
       {"%-04d|", 12, "12  |"}, // left justification wins over zero padding
+      {"%10d", 5, "         5"},  {"%9u", 7, "        7"},
+      {"%.3d", 7, "007"},         {"%.1d", 123, "123"}, // precision: the fewest digits
+      {"ab%", 0, "ab"},                                 // a lone '%' at the end prints nothing
   };
   for (const Case &C : Cases) {
     CHAR8 Buffer[64];
@@ -44,6 +50,10 @@ TEST(AsciiSPrint, SignedLongStringsAndOddTypes) {
   EXPECT_EQ(Narrow(Buffer), "[ab][cd][Z][%][    x][y    ][xy]");
   AsciiSPrint(Buffer, sizeof(Buffer), "%a|%S", (const CHAR8 *)nullptr, (const CHAR16 *)nullptr);
   EXPECT_EQ(Narrow(Buffer), "<null string>|<null string>");
+  // Width and precision from the argument list; "l"/"L" only widen the argument.
+  AsciiSPrint(Buffer, sizeof(Buffer), "%*d|%.*a|%-3d|%5Ld|%p", 4, 7, 2, A("xyz"), -5, (INT64)42,
+              (VOID *)(UINTN)0xABCDEF);
+  EXPECT_EQ(Narrow(Buffer), "   7|xy|-5 |   42|0000000000ABCDEF");
   // An unknown type prints as itself and consumes no argument.
   AsciiSPrint(Buffer, sizeof(Buffer), "%q%d", 3);
   EXPECT_EQ(Narrow(Buffer), "q3");
@@ -69,28 +79,35 @@ TEST(AsciiSPrint, LineEndsOfTheFormatBecomeCrLf) {
   EXPECT_EQ(Narrow(Buffer), "x\ny") << "arguments are not translated";
 }
 
-// The ends of both name tables and the values just past them.
+// Every name of both tables, and the values past them, which print as hexadecimal.
 TEST(AsciiSPrint, StatusNames) {
   const EFI_STATUS Error = (EFI_STATUS)1 << 63;
-  struct Case {
-    EFI_STATUS Status;
-    const char *Expected;
-  };
-  const Case Cases[] = {
+  const char *const Errors[] = {"Load Error",       "Invalid Parameter", "Unsupported",   "Bad Buffer Size",
+                                "Buffer Too Small", "Not Ready",         "Device Error",  "Write Protected",
+                                "Out of Resources", "Volume Corrupt",    "Volume Full",   "No Media",
+                                "Media changed",    "Not Found",         "Access Denied", "No Response",
+                                "No mapping",       "Time out",          "Not started",   "Already started",
+                                "Aborted",          "ICMP Error",        "TFTP Error",    "Protocol Error"};
+  const char *const Warnings[] = {"Warning Unknown Glyph", "Warning Delete Failure", "Warning Write Failure",
+                                  "Warning Buffer Too Small"};
+  std::vector<std::pair<EFI_STATUS, std::string>> Cases = {
       {0, "Success"},
-      {Error | 1, "Load Error"},
-      {Error | 14, "Not Found"},
-      {Error | 24, "Protocol Error"},
-      {Error | 25, "8000000000000019"},
       {Error, "8000000000000000"},
-      {1, "Warning Unknown Glyph"},
-      {4, "Warning Buffer Too Small"},
+      {Error | 25, "8000000000000019"},
+      {Error | 26, "800000000000001A"},
+      {Error | 0x1000000, "8000000001000000"},
       {5, "00000005"},
   };
-  for (const Case &C : Cases) {
+  for (EFI_STATUS Index = 1; Index <= 24; Index++) {
+    Cases.emplace_back(Error | Index, Errors[Index - 1]);
+  }
+  for (EFI_STATUS Index = 1; Index <= 4; Index++) {
+    Cases.emplace_back(Index, Warnings[Index - 1]);
+  }
+  for (const auto &C : Cases) {
     CHAR8 Buffer[64];
-    AsciiSPrint(Buffer, sizeof(Buffer), "%r", C.Status);
-    EXPECT_EQ(Narrow(Buffer), C.Expected);
+    AsciiSPrint(Buffer, sizeof(Buffer), "%r", C.first);
+    EXPECT_EQ(Narrow(Buffer), C.second);
   }
 }
 
@@ -114,6 +131,13 @@ TEST(AsciiSPrint, CapacityCutsAndAlwaysTerminates) {
       EXPECT_EQ(Buffer[C.Count + 1], 'Q') << "no byte after the terminator";
     }
   }
+}
+
+TEST(AsciiSPrint, MissingFormatAsserts) {
+  ExpectAsserts Expect;
+  CHAR8 Buffer[4] = {'Q', 'Q', 'Q', 0};
+  EXPECT_EQ(AsciiSPrint(Buffer, sizeof(Buffer), nullptr), 0u);
+  EXPECT_EQ(Expect.Records().size(), 1u);
 }
 
 TEST(UnicodeSPrint, SizeInBytesAndSameRulesAsAscii) {

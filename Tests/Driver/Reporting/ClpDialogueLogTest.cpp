@@ -83,7 +83,8 @@ std::vector<size_t> Pieces(size_t Full, size_t Last) {
 
 INSTANTIATE_TEST_SUITE_P(Lengths, ClpLogChunkTest,
                          ::testing::Values(ChunkCase{0, {0}}, ChunkCase{61, {61}}, ChunkCase{62, {61, 1}},
-                                           ChunkCase{4147, Pieces(67, 60)}, ChunkCase{4148, Pieces(68, 0)},
+                                           ChunkCase{122, {61, 61}}, ChunkCase{4147, Pieces(67, 60)},
+                                           ChunkCase{4148, Pieces(68, 0)},
                                            // The last 852 characters never reach the controller.
                                            ChunkCase{5000, Pieces(68, 0)}));
 
@@ -95,7 +96,7 @@ TEST_F(ClpDialogueLog, NullTextSendsNothing) {
 TEST_F(ClpDialogueLog, WholeDialogueOfAKnownRecord) {
   FUNCTION_SETTINGS Settings = KnownRecord();
   const std::string Request = "set /hw1/port0/pf0 OEMVDR_PortEnable=1";
-  const std::string Response = PatternText(62);
+  const std::string Response = PatternText(68 * 61 + 1); // its last character is not sent
 
   LogClpDialogue(&Settings, ASTR(Request.c_str()), ASTR(Response.c_str()));
 
@@ -103,14 +104,15 @@ TEST_F(ClpDialogueLog, WholeDialogueOfAKnownRecord) {
   // after 60 characters, in the middle of "PortI".
   const std::string Header = "\r\n_VID/DID/PFA 0x10DF/E200/300, FW 12.8.340.8, NaloI/CardI/P";
   ASSERT_EQ(Header.size(), 60u);
-  const std::vector<std::vector<UINT8>> Expected = {
+  std::vector<std::vector<UINT8>> Expected = {
       LogMessage(kRequestBanner),
       LogMessage(Header),
       LogMessage(Request),
       LogMessage(kResponseBanner),
-      LogMessage(Response.substr(0, 61)),
-      LogMessage(Response.substr(61)),
   };
+  for (size_t Piece = 0; Piece < 68; Piece++) {
+    Expected.push_back(LogMessage(Response.substr(Piece * 61, 61)));
+  }
   const std::vector<fake::Event> Sent = Requests();
   ASSERT_EQ(Sent.size(), Expected.size());
   for (size_t Index = 0; Index < Expected.size(); Index++) {

@@ -102,6 +102,11 @@ TEST_F(IpmiTransport, RequestSizesAtTheLimits) {
     ASSERT_EQ(Requests().size(), Before + 1) << "size " << unsigned(Size);
     EXPECT_EQ(Requests().back().Data, std::vector<UINT8>(Request, Request + Size));
   }
+  UINT8 ResponseSize = 0;
+  EXPECT_EQ(hxIpmiSendCommandCc(nullptr, 6, 0, 1, nullptr, 0, nullptr, &ResponseSize, nullptr), EFI_SUCCESS)
+      << "no request data is needed for an empty request";
+  ASSERT_EQ(Requests().size(), 4u);
+  EXPECT_TRUE(Requests().back().Data.empty());
 }
 
 TEST_F(IpmiTransport, UnknownTransportWithoutSystemTableIsAnInvalidParameter) {

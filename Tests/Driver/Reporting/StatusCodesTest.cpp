@@ -1,5 +1,6 @@
 // Status codes of failed CLP commands: selection, instance bytes and the ErrorReported flag.
 #include "Driver/Reporting/ReportingTest.h"
+#include "Library/ReportStatusCodeLib.h"
 
 namespace {
 
@@ -81,6 +82,21 @@ TEST_F(StatusCodes, FlagIsSetWithoutAStatusCodeService) {
   ReportClpFailure(&Settings, 2, 0);
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::StatusCode).empty());
   EXPECT_EQ(Settings.ErrorFlags, ERROR_FLAG_ERROR_REPORTED);
+}
+
+// The library beneath: extended data travels behind the header, and data and size must agree.
+TEST_F(StatusCodes, ExtendedDataFollowsTheHeaderAndAMismatchAsserts) {
+  Fw().SetAssertCallback([](const std::string &, uint64_t, const std::string &) {});
+  const UINT8 Byte = 0x5A;
+  ReportStatusCodeEx(0x80000002, 0x03808010, 7, nullptr, nullptr, &Byte, 1);
+  ASSERT_TRUE(Fw().Assertions().empty());
+  const std::vector<fake::Event> Reports = Fw().EventsOf(fake::EventKind::StatusCode);
+  ASSERT_EQ(Reports.size(), 1u);
+  EXPECT_EQ(Reports[0].DataSize, 1);
+  EXPECT_EQ(Reports[0].Data, std::vector<uint8_t>{0x5A});
+  ReportStatusCodeEx(0x80000002, 0x03808010, 7, nullptr, nullptr, nullptr, 4);
+  ReportStatusCodeEx(0x80000002, 0x03808010, 7, nullptr, nullptr, &Byte, 0);
+  EXPECT_EQ(Fw().Assertions().size(), 2u);
 }
 
 } // namespace
