@@ -821,27 +821,29 @@ def main():
         return 0
 
     t_start = time.monotonic()
-    jobs = max(1, args.jobs)
+    pending = [m for m in mutants if not m.status]
+    by_file = {}
+    for m in pending:
+        by_file.setdefault(m.file, []).append(m)
+    # Nothing to run (all resumed or equivalent): no build either.
+    jobs = max(1, args.jobs) if pending else 0
     os.makedirs(args.work, exist_ok=True)
     trees = []
     for k in range(jobs):
         path = os.path.join(os.path.abspath(args.work), "tree%d" % k)
         sync_tree(files, path)
         trees.append(Tree(path, ninja_jobs=max(1, 2 // jobs)))
-    # Configure and build the clean trees one after the other with both cores; the later ones
-    # then mostly rebuild nothing. (Each has its own absolute paths, so they build in full.)
+    # The trees are configured and built one after the other with both cores (each has its own
+    # absolute paths, so each builds in full the first time).
     for tree in trees:
         tree.ninja_jobs = 2
         tree.configure()
         tree.baseline()
         tree.ninja_jobs = max(1, 2 // jobs)
     t_ready = time.monotonic()
-    print("clean build and tests pass (%.0f s)" % (t_ready - t_start), file=sys.stderr)
+    if trees:
+        print("clean build and tests pass (%.0f s)" % (t_ready - t_start), file=sys.stderr)
 
-    pending = [m for m in mutants if not m.status]
-    by_file = {}
-    for m in pending:
-        by_file.setdefault(m.file, []).append(m)
     done = [0]
 
     def progress(m):
@@ -864,7 +866,7 @@ def main():
             write_survivors(args.survivors, mutants, finished)
         if not args.report:
             return
-        tested = [m for m in pending if m.status]
+        tested = [m for m in mutants if m.status in ("killed", "survived", "stillborn")]
         per_mutant = sum(m.seconds for m in tested) / len(tested) if tested else 0.0
         commit = subprocess.run(
             ["git", "-C", ROOT, "rev-parse", "--short", "HEAD"], capture_output=True, text=True
@@ -901,7 +903,8 @@ def main():
     t_end = time.monotonic()
 
     totals = print_report(mutants, stale)
-    per_mutant = sum(m.seconds for m in pending) / len(pending) if pending else 0.0
+    tested = [m for m in mutants if m.status in ("killed", "survived", "stillborn")]
+    per_mutant = sum(m.seconds for m in tested) / len(tested) if tested else 0.0
     print(
         "wall time %.0f s (clean build %.0f s, mutants %.0f s); %.2f s per mutant per tree"
         % (t_end - t_start, t_ready - t_start, t_end - t_ready, per_mutant)
