@@ -174,14 +174,32 @@ def tokenize(src):
                 break
         else:
             i += 1  # stray character (e.g. '@' in a comment-less context); not a site
-    return drop_static_asserts(tokens)
+    return drop_unevaluated(tokens)
 
 
-def drop_static_asserts(tokens):
+def drop_unevaluated(tokens):
+    """Drops static_assert(...) whole and the operand of sizeof(...): neither is evaluated, so a
+    fault there cannot change what the code does (an index in sizeof(Table[0]), say)."""
     out = []
     i = 0
     while i < len(tokens):
         t = tokens[i]
+        if t.kind == "ident" and t.text == "sizeof" and i + 1 < len(tokens) and tokens[i + 1].text == "(":
+            depth = 0
+            j = i + 1
+            while j < len(tokens):
+                if tokens[j].text == "(":
+                    depth += 1
+                elif tokens[j].text == ")":
+                    depth -= 1
+                    if depth == 0:
+                        break
+                j += 1
+            out.append(t)
+            out.append(tokens[i + 1])
+            out.append(tokens[j])
+            i = j + 1
+            continue
         if t.kind == "ident" and t.text == "static_assert":
             depth = 0
             j = i + 1
@@ -429,14 +447,14 @@ def mutants_of(path, src):
     for m in out:
         key = "\0".join([m.line_text, str(m.col), m.original, m.mutated])
         m.id = "%s@%s" % (path, hashlib.sha1(key.encode()).hexdigest()[:10])
-    # The same id twice would only come from identical lines at the same column; keep the first.
-    seen = set()
-    unique = []
+    # Identical lines give identical hashes: the second and later ones are numbered in file order.
+    seen = {}
     for m in out:
-        if m.id not in seen:
-            seen.add(m.id)
-            unique.append(m)
-    return unique
+        n = seen.get(m.id, 0) + 1
+        seen[m.id] = n
+        if n > 1:
+            m.id = "%s-%d" % (m.id, n)
+    return out
 
 
 # ---------------------------------------------------------------------------------------------
@@ -616,9 +634,13 @@ def run_mutants(trees, by_file, originals, progress, rank, file_done):
     work = queue.Queue()
     # Files in the order of the --files patterns that matched them; within that, larger files
     # first so that the trees finish together, and headers last (they rebuild the most).
+    # A header rebuilds most objects whichever tree it is in, so its mutants are shared out in
+    # small chunks; a source file stays in one tree, where only it recompiles between mutants.
     order = sorted(by_file, key=lambda f: (rank(f), f.endswith(".h"), -len(by_file[f]), f))
     for f in order:
-        work.put(f)
+        step = 4 if f.endswith(".h") and len(trees) > 1 else len(by_file[f])
+        for k in range(0, len(by_file[f]), step):
+            work.put((f, by_file[f][k : k + step]))
     lock = threading.Lock()
     errors = []
 
@@ -626,13 +648,13 @@ def run_mutants(trees, by_file, originals, progress, rank, file_done):
         try:
             while True:
                 try:
-                    path = work.get_nowait()
+                    path, chunk = work.get_nowait()
                 except queue.Empty:
                     return
                 target = os.path.join(tree.src, path)
                 original = originals[path]
                 try:
-                    for m in by_file[path]:
+                    for m in chunk:
                         text = original[: m.start] + m.mutated + original[m.end :]
                         write_source(target, text)
                         t0 = time.monotonic()
@@ -749,6 +771,11 @@ def main():
     ap.add_argument("--survivors", help="write the survivors grouped by file as text")
     ap.add_argument("--min-score", type=float, default=0.0, help="exit 1 below this score (percent)")
     ap.add_argument("--equivalents", default=EQUIVALENTS)
+    ap.add_argument(
+        "--resume",
+        metavar="REPORT.json",
+        help="take the outcome of every mutant already in this report (same sources) and run only the rest",
+    )
     args = ap.parse_args()
 
     files = checkout_files()
@@ -771,6 +798,14 @@ def main():
         if m.id in equivalents:
             m.status, m.detail = "equivalent", equivalents[m.id]
 
+    if args.resume:
+        with open(args.resume, encoding="utf-8") as f:
+            earlier = {m["id"]: m for m in json.load(f)["mutants"]}
+        for m in mutants:
+            e = earlier.get(m.id)
+            if not m.status and e and e["status"] in ("killed", "survived", "stillborn"):
+                m.status, m.detail, m.seconds = e["status"], e["detail"], e["seconds"]
+
     if args.sample is not None and args.sample < len(mutants):
         chosen = random.Random(args.seed).sample(range(len(mutants)), args.sample)
         mutants = [mutants[k] for k in sorted(chosen)]
@@ -786,27 +821,29 @@ def main():
         return 0
 
     t_start = time.monotonic()
-    jobs = max(1, args.jobs)
+    pending = [m for m in mutants if not m.status]
+    by_file = {}
+    for m in pending:
+        by_file.setdefault(m.file, []).append(m)
+    # Nothing to run (all resumed or equivalent): no build either.
+    jobs = max(1, args.jobs) if pending else 0
     os.makedirs(args.work, exist_ok=True)
     trees = []
     for k in range(jobs):
         path = os.path.join(os.path.abspath(args.work), "tree%d" % k)
         sync_tree(files, path)
         trees.append(Tree(path, ninja_jobs=max(1, 2 // jobs)))
-    # Configure and build the clean trees one after the other with both cores; the later ones
-    # then mostly rebuild nothing. (Each has its own absolute paths, so they build in full.)
+    # The trees are configured and built one after the other with both cores (each has its own
+    # absolute paths, so each builds in full the first time).
     for tree in trees:
         tree.ninja_jobs = 2
         tree.configure()
         tree.baseline()
         tree.ninja_jobs = max(1, 2 // jobs)
     t_ready = time.monotonic()
-    print("clean build and tests pass (%.0f s)" % (t_ready - t_start), file=sys.stderr)
+    if trees:
+        print("clean build and tests pass (%.0f s)" % (t_ready - t_start), file=sys.stderr)
 
-    pending = [m for m in mutants if m.status != "equivalent"]
-    by_file = {}
-    for m in pending:
-        by_file.setdefault(m.file, []).append(m)
     done = [0]
 
     def progress(m):
@@ -829,7 +866,7 @@ def main():
             write_survivors(args.survivors, mutants, finished)
         if not args.report:
             return
-        tested = [m for m in pending if m.status]
+        tested = [m for m in mutants if m.status in ("killed", "survived", "stillborn")]
         per_mutant = sum(m.seconds for m in tested) / len(tested) if tested else 0.0
         commit = subprocess.run(
             ["git", "-C", ROOT, "rev-parse", "--short", "HEAD"], capture_output=True, text=True
@@ -866,7 +903,8 @@ def main():
     t_end = time.monotonic()
 
     totals = print_report(mutants, stale)
-    per_mutant = sum(m.seconds for m in pending) / len(pending) if pending else 0.0
+    tested = [m for m in mutants if m.status in ("killed", "survived", "stillborn")]
+    per_mutant = sum(m.seconds for m in tested) / len(tested) if tested else 0.0
     print(
         "wall time %.0f s (clean build %.0f s, mutants %.0f s); %.2f s per mutant per tree"
         % (t_end - t_start, t_ready - t_start, t_end - t_ready, per_mutant)
