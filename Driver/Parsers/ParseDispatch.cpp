@@ -84,6 +84,12 @@ const CHAR8 *FindKeyword(const CHAR8 *Value, UINTN Length, const char *Key) {
   return FindInValue(Value, Length, Length, Key);
 }
 
+VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
+  mModule.mCurrentVlanId = VlanId;
+  mModule.mTargetVlanId = VlanId;
+  Settings->VlanId = VlanId == VLAN_ID_NONE ? 0 : VlanId;
+}
+
 UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
   const UINTN Count = Length < Max ? Length : Max;
   if (Count > 0) {
@@ -450,10 +456,7 @@ static VOID ParsePxeVlanIdMellanox1013(const PARSE_VIEW *View) {
   StageValue(Staged, View->Value, View->Length, PXE_VLAN_DIGITS);
   CHAR8 Digits[PXE_VLAN_DIGITS + 1];
   CopyChars(Digits, Staged, PXE_VLAN_DIGITS);
-  const UINT16 VlanId = (UINT16)AsciiStrDecimalToUintn(Digits);
-  mModule.mCurrentVlanId = VlanId;
-  mModule.mTargetVlanId = VlanId;
-  View->Settings->VlanId = VlanId == VLAN_ID_NONE ? 0 : VlanId;
+  StoreVlanId(View->Settings, (UINT16)AsciiStrDecimalToUintn(Digits));
 }
 
 static BOOLEAN IsQLogic8070PxeDevice(VOID) {

@@ -18,7 +18,6 @@
 #define LIST_COPY_MAX 255
 #define NAME_COPY_MAX 254
 #define PF_INFO_SCRATCH_SIZE (LIST_COPY_MAX + 1)
-#define VLAN_ID_NONE 4095
 // ParseDottedVersion fills at most 16 component bytes.
 #define DOTTED_VERSION_OUT_SIZE 16
 
@@ -189,12 +188,6 @@ static constexpr PF_INFO_CONDITION FirstFunctionOfAdapter() {
 
 static BOOLEAN WordIs(const PF_INFO_VALUE *Value, const char *Text) {
   return AsciiStrCmp(Value->Word, ASTR(Text)) == 0;
-}
-
-static VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
-  mModule.mCurrentVlanId = VlanId;
-  mModule.mTargetVlanId = VlanId;
-  Settings->VlanId = VlanId == VLAN_ID_NONE ? 0 : VlanId;
 }
 
 static VOID SaveVlanIdNumber(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
