@@ -636,9 +636,9 @@ template <UINTN Rows> static constexpr BOOLEAN FlagWordsKnown(const PF_INFO_ROW 
   }
   return TRUE;
 }
-static_assert(FlagWordsKnown(mEmulex0710Keys) && FlagWordsKnown(mEmulex0720Keys) &&
-                  FlagWordsKnown(mQLogic2031Keys),
-              "a flag row names a word that kFlagWords lacks");
+static_assert(FlagWordsKnown(mEmulex0710Keys), "a flag row names a word that kFlagWords lacks");
+static_assert(FlagWordsKnown(mEmulex0720Keys), "a flag row names a word that kFlagWords lacks");
+static_assert(FlagWordsKnown(mQLogic2031Keys), "a flag row names a word that kFlagWords lacks");
 static_assert(TABLE_ROWS(mEmulex0710Keys) <= PF_INFO_MAX_ROWS, "key table too long");
 static_assert(TABLE_ROWS(mEmulex0720Keys) <= PF_INFO_MAX_ROWS, "key table too long");
 static_assert(TABLE_ROWS(mQLogic2031Keys) <= PF_INFO_MAX_ROWS, "key table too long");
