@@ -99,20 +99,21 @@ UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
   return Count;
 }
 
-// A NULL entry ends the list even when the count says more.
-static FUNCTION_SETTINGS *ListEntry(FUNCTION_SETTINGS *const *List, UINTN Count, UINTN Index) {
-  if (Index >= Count || Index >= FUNCTION_LIST_ENTRIES) {
+// A NULL entry ends the list even when the count says more. The lists are read as members of the
+// packed record, never through a pointer to their first entry: the platform's record need not be
+// 8-byte aligned, and only the member access tells the compiler so.
+FUNCTION_SETTINGS *FunctionListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
+  if (Index >= Settings->FunctionCount || Index >= FUNCTION_LIST_ENTRIES) {
     return nullptr;
   }
-  return List[Index];
-}
-
-FUNCTION_SETTINGS *FunctionListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
-  return ListEntry(Settings->Functions, Settings->FunctionCount, Index);
+  return Settings->Functions[Index];
 }
 
 FUNCTION_SETTINGS *PortListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
-  return ListEntry(Settings->Ports, Settings->PortCount, Index);
+  if (Index >= Settings->PortCount || Index >= FUNCTION_LIST_ENTRIES) {
+    return nullptr;
+  }
+  return Settings->Ports[Index];
 }
 
 VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
