@@ -441,17 +441,22 @@ static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, 
   ConvertAddressRun(Bytes, Row->Conversion.Bytes, ValueText, Remaining);
 }
 
-// Copies the value's line, with the CR, LF or NUL that ends it, at most Max characters and never
-// past the reply, and terminates the copy: CopyLine then stops where it would in the reply.
-static VOID StageLine(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
+// Copies the value's line up to the CR, LF or NUL that ends it, at most Max characters and never
+// past the reply, and terminates the copy. With KeepEnd the copy holds that last character too, so
+// that CopyLine, which leaves its destination alone past a line end, stops where it would in the
+// reply.
+static VOID StageLine(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max, BOOLEAN KeepEnd) {
   const UINTN Limit = Length < Max ? Length : Max;
   UINTN Count = 0;
   while (Count < Limit) {
     const CHAR8 Char = Text[Count];
-    Dest[Count++] = Char;
     if (Char == '\r' || Char == '\n' || Char == 0) {
+      if (KeepEnd) {
+        Dest[Count++] = Char;
+      }
       break;
     }
+    Dest[Count++] = Char;
   }
   Dest[Count] = 0;
 }
@@ -469,13 +474,13 @@ static VOID StageForConversion(CHAR8 *Dest, const PF_INFO_CONVERSION &Conversion
     Dest[0] = 0; // searched in the reply itself
     return;
   case PfInfoList:
-    StageLine(Dest, Text, Length, LIST_COPY_MAX);
+    StageLine(Dest, Text, Length, LIST_COPY_MAX, FALSE);
     return;
   case PfInfoName:
-    StageLine(Dest, Text, Length, NAME_COPY_MAX);
+    StageLine(Dest, Text, Length, NAME_COPY_MAX, TRUE);
     return;
   default:
-    StageLine(Dest, Text, Length, WORD_COPY_MAX);
+    StageLine(Dest, Text, Length, WORD_COPY_MAX, FALSE);
     return;
   }
 }
@@ -564,25 +569,20 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
 
   CHAR8 Staged[PF_INFO_SCRATCH_SIZE];
   StageForConversion(Staged, Row->Conversion, ValueText, Remaining);
-  CHAR8 Scratch[PF_INFO_SCRATCH_SIZE];
-  PF_INFO_VALUE Result = {Scratch, 0};
+  PF_INFO_VALUE Result = {Staged, 0};
   const PF_INFO_CONVERSION &Conversion = Row->Conversion;
   switch (Conversion.Kind) {
   case PfInfoWord:
-    CopyLine(Scratch, Staged, WORD_COPY_MAX);
     break;
   case PfInfoList:
-    CopyLine(Scratch, Staged, LIST_COPY_MAX);
-    SplitVersionList(Conversion.Size, Scratch, Settings);
+    SplitVersionList(Conversion.Size, Staged, Settings);
     break;
   case PfInfoDecimal2:
-    CopyLine(Scratch, Staged, WORD_COPY_MAX);
-    Result.Number = HxStrnDecimalToUint(Scratch, Conversion.Size);
+    Result.Number = HxStrnDecimalToUint(Staged, Conversion.Size);
     break;
   case PfInfoDecimal: {
-    CopyLine(Scratch, Staged, WORD_COPY_MAX);
     mModule.mByteLength = 0;
-    const CHAR8 *Cursor = Scratch;
+    const CHAR8 *Cursor = Staged;
     HxStrDecimalToUintnAdvance(&Cursor, &mModule.mByteLength);
     Result.Number = mModule.mByteLength;
     break;
@@ -591,11 +591,10 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     ConvertAddress(Row, Settings, Staged, ValueText, Remaining);
     return;
   case PfInfoHex: {
-    CopyChars(Scratch, Staged, Conversion.Size);
     UINT8 Number[2] = {0, 0};
     mModule.mDestPtr = Number;
     mModule.mByteLength = Conversion.Bytes;
-    if (AsciiHexStringToBuf(Number, &mModule.mByteLength, Scratch, &mModule.mScanLength) != EFI_SUCCESS) {
+    if (AsciiHexStringToBuf(Number, &mModule.mByteLength, Staged, &mModule.mScanLength) != EFI_SUCCESS) {
       mModule.mByteLength = 0;
     }
     // A one-byte result goes straight into its field, which keeps its value without a digit.
