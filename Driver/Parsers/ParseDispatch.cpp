@@ -42,7 +42,23 @@ typedef struct {
   BOOLEAN PrefixFound;
 } PARSE_VIEW;
 
-typedef VOID (*PARSE_STEP)(const PARSE_VIEW *View);
+// The parse steps below, named in the dispatch table by number so that it holds no pointers.
+typedef enum : UINT8 {
+  StepPfInfo,
+  StepVersion,
+  StepPfType,
+  StepPortEnable,
+  StepBootEnable,
+  StepAddress,
+  StepSriov,
+  StepLinkConfig,
+  StepUmc,
+  StepBandwidth,
+  StepRateLimit,
+  StepMaxLinkSpeed,
+  StepPxeVlanId,
+  StepPxeVlan,
+} PARSE_STEP;
 
 // ---------------------------------------------------------------------------------------------
 // Helpers shared with the family parsers
@@ -68,6 +84,12 @@ const CHAR8 *FindKeyword(const CHAR8 *Value, UINTN Length, const char *Key) {
   return FindInValue(Value, Length, Length, Key);
 }
 
+VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
+  mModule.mCurrentVlanId = VlanId;
+  mModule.mTargetVlanId = VlanId;
+  Settings->VlanId = VlanId == VLAN_ID_NONE ? 0 : VlanId;
+}
+
 UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
   const UINTN Count = Length < Max ? Length : Max;
   if (Count > 0) {
@@ -77,20 +99,21 @@ UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
   return Count;
 }
 
-// A NULL entry ends the list even when the count says more.
-static FUNCTION_SETTINGS *ListEntry(FUNCTION_SETTINGS *const *List, UINTN Count, UINTN Index) {
-  if (Index >= Count || Index >= FUNCTION_LIST_ENTRIES) {
+// A NULL entry ends the list even when the count says more. The lists are read as members of the
+// packed record, never through a pointer to their first entry: the platform's record need not be
+// 8-byte aligned, and only the member access tells the compiler so.
+FUNCTION_SETTINGS *FunctionListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
+  if (Index >= Settings->FunctionCount || Index >= FUNCTION_LIST_ENTRIES) {
     return nullptr;
   }
-  return List[Index];
-}
-
-FUNCTION_SETTINGS *FunctionListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
-  return ListEntry(Settings->Functions, Settings->FunctionCount, Index);
+  return Settings->Functions[Index];
 }
 
 FUNCTION_SETTINGS *PortListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
-  return ListEntry(Settings->Ports, Settings->PortCount, Index);
+  if (Index >= Settings->PortCount || Index >= FUNCTION_LIST_ENTRIES) {
+    return nullptr;
+  }
+  return Settings->Ports[Index];
 }
 
 VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
@@ -434,10 +457,7 @@ static VOID ParsePxeVlanIdMellanox1013(const PARSE_VIEW *View) {
   StageValue(Staged, View->Value, View->Length, PXE_VLAN_DIGITS);
   CHAR8 Digits[PXE_VLAN_DIGITS + 1];
   CopyChars(Digits, Staged, PXE_VLAN_DIGITS);
-  const UINT16 VlanId = (UINT16)AsciiStrDecimalToUintn(Digits);
-  mModule.mCurrentVlanId = VlanId;
-  mModule.mTargetVlanId = VlanId;
-  View->Settings->VlanId = VlanId == VLAN_ID_NONE ? 0 : VlanId;
+  StoreVlanId(View->Settings, (UINT16)AsciiStrDecimalToUintn(Digits));
 }
 
 static BOOLEAN IsQLogic8070PxeDevice(VOID) {
@@ -469,26 +489,73 @@ typedef struct {
 
 // Codes not listed here have no reply worth reading, even when a builder asked for parsing.
 static const PARSE_DISPATCH_ENTRY mParseDispatch[] = {
-    {SHOW_PF_INFO, ParsePfInfoStep},
-    {SHOW_VERSION, ParseVersionStep},
-    {SHOW_PF_TYPE, ParsePfTypeStep},
-    {SHOW_PORT_EN, ParsePortEnableStep},
-    {SHOW_BOOT_EN, ParseBootEnableStep},
-    {SHOW_PF_MFG_MAC, ParseAddressStep},
-    {SHOW_PF_MAC, ParseAddressStep},
-    {SHOW_PF_MFG_WWNN, ParseAddressStep},
-    {SHOW_PF_WWNN, ParseAddressStep},
-    {SHOW_PF_MFG_WWPN, ParseAddressStep},
-    {SHOW_PF_WWPN, ParseAddressStep},
-    {SHOW_SRIOV, ParseSriovStep},
-    {SHOW_LINK_CONFIG, ParseLinkConfigStep},
-    {SHOW_UMC, ParseUmcStep},
-    {SHOW_PF_BANDWIDTH, ParseBandwidthStep},
-    {SHOW_PF_RATE_LIMIT, ParseRateLimitStep},
-    {SHOW_MAX_LINK_SPEED, ParseMaxLinkSpeedStep},
-    {SHOW_PXE_VLANID, ParsePxeVlanIdStep},
-    {SHOW_PXE_VLAN, ParsePxeVlanStep},
+    {SHOW_PF_INFO, StepPfInfo},
+    {SHOW_VERSION, StepVersion},
+    {SHOW_PF_TYPE, StepPfType},
+    {SHOW_PORT_EN, StepPortEnable},
+    {SHOW_BOOT_EN, StepBootEnable},
+    {SHOW_PF_MFG_MAC, StepAddress},
+    {SHOW_PF_MAC, StepAddress},
+    {SHOW_PF_MFG_WWNN, StepAddress},
+    {SHOW_PF_WWNN, StepAddress},
+    {SHOW_PF_MFG_WWPN, StepAddress},
+    {SHOW_PF_WWPN, StepAddress},
+    {SHOW_SRIOV, StepSriov},
+    {SHOW_LINK_CONFIG, StepLinkConfig},
+    {SHOW_UMC, StepUmc},
+    {SHOW_PF_BANDWIDTH, StepBandwidth},
+    {SHOW_PF_RATE_LIMIT, StepRateLimit},
+    {SHOW_MAX_LINK_SPEED, StepMaxLinkSpeed},
+    {SHOW_PXE_VLANID, StepPxeVlanId},
+    {SHOW_PXE_VLAN, StepPxeVlan},
 };
+
+static VOID RunParseStep(PARSE_STEP Step, const PARSE_VIEW *View) {
+  switch (Step) {
+  case StepPfInfo:
+    ParsePfInfoStep(View);
+    return;
+  case StepVersion:
+    ParseVersionStep(View);
+    return;
+  case StepPfType:
+    ParsePfTypeStep(View);
+    return;
+  case StepPortEnable:
+    ParsePortEnableStep(View);
+    return;
+  case StepBootEnable:
+    ParseBootEnableStep(View);
+    return;
+  case StepAddress:
+    ParseAddressStep(View);
+    return;
+  case StepSriov:
+    ParseSriovStep(View);
+    return;
+  case StepLinkConfig:
+    ParseLinkConfigStep(View);
+    return;
+  case StepUmc:
+    ParseUmcStep(View);
+    return;
+  case StepBandwidth:
+    ParseBandwidthStep(View);
+    return;
+  case StepRateLimit:
+    ParseRateLimitStep(View);
+    return;
+  case StepMaxLinkSpeed:
+    ParseMaxLinkSpeedStep(View);
+    return;
+  case StepPxeVlanId:
+    ParsePxeVlanIdStep(View);
+    return;
+  case StepPxeVlan:
+    ParsePxeVlanStep(View);
+    return;
+  }
+}
 
 // What an empty reply is read as when the adapter driver passes no string at all.
 static const CHAR8 mEmptyReply[1] = {0};
@@ -515,21 +582,15 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
     Text = mEmptyReply;
   }
 
-  PARSE_STEP Step = nullptr;
   for (const PARSE_DISPATCH_ENTRY &Entry : mParseDispatch) {
     if (Entry.Code == CommandCode) {
-      Step = Entry.Step;
+      PARSE_VIEW View;
+      FindValueStart(Settings, Text, ReplyLength, &View);
+      View.CommandCode = CommandCode;
+      RunParseStep(Entry.Step, &View);
       break;
     }
   }
-  if (Step == nullptr) {
-    return mModule.mConfigStatus;
-  }
-
-  PARSE_VIEW View;
-  FindValueStart(Settings, Text, ReplyLength, &View);
-  View.CommandCode = CommandCode;
-  Step(&View);
   return mModule.mConfigStatus;
 }
 

@@ -18,7 +18,6 @@
 #define LIST_COPY_MAX 255
 #define NAME_COPY_MAX 254
 #define PF_INFO_SCRATCH_SIZE (LIST_COPY_MAX + 1)
-#define VLAN_ID_NONE 4095
 // ParseDottedVersion fills at most 16 component bytes.
 #define DOTTED_VERSION_OUT_SIZE 16
 
@@ -26,7 +25,7 @@
 // Row model
 // ---------------------------------------------------------------------------------------------
 
-typedef enum {
+typedef enum : UINT8 {
   PfInfoWord,     // the line, at most 32 characters, compared whole and case-sensitively
   PfInfoList,     // the line, at most 255 characters, split into Size firmware version strings
   PfInfoDecimal2, // at most 2 leading decimal digits of the line
@@ -37,11 +36,15 @@ typedef enum {
   PfInfoFlag,     // whether Keyword lies within the first Size characters of the value
 } PF_INFO_KIND;
 
+// The words a flag conversion looks for, one pool; a row names its word by offset. The tables
+// hold no pointers, so the image carries no load-time relocation for them.
+static constexpr char kFlagWords[] = "Disabl";
+
 typedef struct {
   PF_INFO_KIND Kind;
   UINT8 Size;
   UINT8 Bytes;
-  const char *Keyword;
+  UINT8 Keyword; // flag conversions: offset of the word in kFlagWords
 } PF_INFO_CONVERSION;
 
 // What a conversion hands to the store action.
@@ -50,7 +53,25 @@ typedef struct {
   UINTN Number;
 } PF_INFO_VALUE;
 
-typedef VOID (*PF_INFO_STORE)(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value);
+// Where a word, number or list result goes: one of the store actions below (PfInfoStore).
+typedef enum : UINT8 {
+  StoreNone,
+  StorePortEnable0710,
+  StoreBootEnable0710,
+  StoreSriov0710,
+  StorePfCount0710,
+  StorePfType0710,
+  StorePfType0720,
+  StorePortEnable0720,
+  StoreBootEnable0720,
+  StoreSriov0720,
+  StoreUmc0720,
+  StoreMinBandwidth,
+  StoreMaxBandwidth,
+  StoreVlanIdNumber,
+  StoreFcIovSupport2031,
+  StoreBootEnableToApply2031,
+} PF_INFO_STORE;
 
 typedef struct {
   PF_INFO_STORE Store;  // word, number and list results
@@ -58,35 +79,32 @@ typedef struct {
   BOOLEAN Manufacturer; // address results: MfgAddress(Text) instead of CurrentAddress(Text)
 } PF_INFO_ACTION;
 
-// A key with what its search needs, worked out when the table is compiled.
+// A key with what its search needs, worked out when the table is compiled. The longest key,
+// "InitiatorIscsiName=", fills the text but for its terminator.
+#define PF_INFO_KEY_SIZE 20
+
 typedef struct {
-  const char *Text;
+  char Text[PF_INFO_KEY_SIZE];
   UINT8 Length;
   UINT8 Anchor; // position of the key's first '=', Length when it has none
 } PF_INFO_KEY;
 
-static constexpr UINT8 KeyLength(const char *Text) {
-  UINT8 Length = 0;
-  while (Text[Length] != 0) {
-    Length++;
+template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size]) {
+  static_assert(Size <= PF_INFO_KEY_SIZE, "key text too long for a key row");
+  PF_INFO_KEY Result = {};
+  Result.Length = (UINT8)(Size - 1);
+  Result.Anchor = Result.Length;
+  for (UINTN Index = 0; Index + 1 < Size; Index++) {
+    Result.Text[Index] = Text[Index];
+    if (Text[Index] == '=' && Result.Anchor == Result.Length) {
+      Result.Anchor = (UINT8)Index;
+    }
   }
-  return Length;
-}
-
-static constexpr UINT8 KeyAnchor(const char *Text) {
-  UINT8 Anchor = 0;
-  while (Text[Anchor] != 0 && Text[Anchor] != '=') {
-    Anchor++;
-  }
-  return Anchor;
-}
-
-static constexpr PF_INFO_KEY Key(const char *Text) {
-  return {Text, KeyLength(Text), KeyAnchor(Text)};
+  return Result;
 }
 
 typedef struct {
-  const PF_INFO_KEY *UnlessKey;       // the row is skipped when this key is in the reply
+  INT8 UnlessRow;                     // the row is skipped when the key of this row (>= 0) is in the reply
   BOOLEAN FirstFunctionOfAdapterOnly; // the row is read only on the adapter's first function
 } PF_INFO_CONDITION;
 
@@ -98,51 +116,70 @@ typedef struct {
 } PF_INFO_ROW;
 
 static constexpr PF_INFO_CONVERSION Word() {
-  return {PfInfoWord, WORD_COPY_MAX, 0, nullptr};
+  return {PfInfoWord, WORD_COPY_MAX, 0, 0};
 }
 static constexpr PF_INFO_CONVERSION List(UINT8 Count) {
-  return {PfInfoList, Count, 0, nullptr};
+  return {PfInfoList, Count, 0, 0};
 }
 static constexpr PF_INFO_CONVERSION Decimal2() {
-  return {PfInfoDecimal2, 2, 0, nullptr};
+  return {PfInfoDecimal2, 2, 0, 0};
 }
 static constexpr PF_INFO_CONVERSION Decimal() {
-  return {PfInfoDecimal, 0, 0, nullptr};
+  return {PfInfoDecimal, 0, 0, 0};
 }
 static constexpr PF_INFO_CONVERSION Address(UINT8 Digits, UINT8 Bytes) {
-  return {PfInfoAddress, Digits, Bytes, nullptr};
+  return {PfInfoAddress, Digits, Bytes, 0};
 }
 static constexpr PF_INFO_CONVERSION Hex(UINT8 Digits, UINT8 Bytes) {
-  return {PfInfoHex, Digits, Bytes, nullptr};
+  return {PfInfoHex, Digits, Bytes, 0};
 }
 static constexpr PF_INFO_CONVERSION Name() {
-  return {PfInfoName, NAME_COPY_MAX, 0, nullptr};
-}
-static constexpr PF_INFO_CONVERSION FoundWithin(UINT8 Window, const char *Keyword) {
-  return {PfInfoFlag, Window, 0, Keyword};
+  return {PfInfoName, NAME_COPY_MAX, 0, 0};
 }
 
-static constexpr PF_INFO_ACTION Store(PF_INFO_STORE Function) {
-  return {Function, -1, FALSE};
+#define FLAG_WORD_UNKNOWN 0xFF
+
+// Offset of Word in kFlagWords; FLAG_WORD_UNKNOWN for a word the pool lacks, which the tables'
+// checks below refuse.
+template <UINTN Size> static constexpr UINT8 FlagWordOffset(const char (&Word)[Size]) {
+  for (UINTN Start = 0; Start + Size <= sizeof(kFlagWords); Start++) {
+    UINTN Index = 0;
+    while (Index + 1 < Size && kFlagWords[Start + Index] == Word[Index]) {
+      Index++;
+    }
+    if (Index + 1 == Size && kFlagWords[Start + Index] == 0) {
+      return (UINT8)Start;
+    }
+  }
+  return FLAG_WORD_UNKNOWN;
+}
+template <UINTN Size>
+static constexpr PF_INFO_CONVERSION FoundWithin(UINT8 Window, const char (&Keyword)[Size]) {
+  return {PfInfoFlag, Window, 0, FlagWordOffset(Keyword)};
+}
+
+static constexpr PF_INFO_ACTION Store(PF_INFO_STORE Action) {
+  return {Action, -1, FALSE};
 }
 static constexpr PF_INFO_ACTION Nothing() {
-  return {nullptr, -1, FALSE};
+  return {StoreNone, -1, FALSE};
 }
 static constexpr PF_INFO_ACTION CurrentSlot(INT8 Slot) {
-  return {nullptr, Slot, FALSE};
+  return {StoreNone, Slot, FALSE};
 }
 static constexpr PF_INFO_ACTION MfgSlot(INT8 Slot) {
-  return {nullptr, Slot, TRUE};
+  return {StoreNone, Slot, TRUE};
 }
 
 static constexpr PF_INFO_CONDITION Always() {
-  return {nullptr, FALSE};
+  return {-1, FALSE};
 }
-static constexpr PF_INFO_CONDITION UnlessKey(const PF_INFO_KEY *Key) {
-  return {Key, FALSE};
+// Row: the row of the same table whose key, when present, skips this row.
+static constexpr PF_INFO_CONDITION UnlessKeyOfRow(INT8 Row) {
+  return {Row, FALSE};
 }
 static constexpr PF_INFO_CONDITION FirstFunctionOfAdapter() {
-  return {nullptr, TRUE};
+  return {-1, TRUE};
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -153,44 +190,38 @@ static BOOLEAN WordIs(const PF_INFO_VALUE *Value, const char *Text) {
   return AsciiStrCmp(Value->Word, ASTR(Text)) == 0;
 }
 
-static VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
-  mModule.mCurrentVlanId = VlanId;
-  mModule.mTargetVlanId = VlanId;
-  Settings->VlanId = VlanId == VLAN_ID_NONE ? 0 : VlanId;
-}
-
-static VOID StoreVlanIdNumber(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveVlanIdNumber(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   StoreVlanId(Settings, (UINT16)Value->Number);
 }
 
-static VOID StoreMinBandwidth(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveMinBandwidth(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   Settings->MinBandwidth = (UINT8)Value->Number;
 }
 
-static VOID StoreMaxBandwidth(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveMaxBandwidth(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   Settings->MaxBandwidth = (UINT8)Value->Number;
 }
 
 // Emulex0710 spells its states in lower case.
-static VOID StorePortEnable0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SavePortEnable0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   const UINT8 Enabled = WordIs(Value, "disabled") ? 0 : 1;
   Settings->PortEnable = Enabled;
   Settings->PortEnableToApply = Enabled;
 }
 
-static VOID StoreBootEnable0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveBootEnable0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   const UINT8 Enabled = WordIs(Value, "disabled") ? 0 : 1;
   Settings->BootEnable = Enabled;
   Settings->BootEnableToApply = Enabled;
 }
 
-static VOID StoreSriov0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveSriov0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   Settings->SriovEnabled = WordIs(Value, "enabled") ? 1 : 0;
 }
 
 // The function count is the record's Functions count too, which never exceeds the 16 list slots;
 // the discovered count keeps what the adapter said so the planner still sees the difference.
-static VOID StorePfCount0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SavePfCount0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   const UINT8 Count = (UINT8)Value->Number;
   mModule.mCurrentPfCount = Count;
   mModule.mTargetPfCount = Count;
@@ -198,7 +229,7 @@ static VOID StorePfCount0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *V
 }
 
 // The storage personality of the adapter is the type of its PCI function 2.
-static VOID StorePfType0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SavePfType0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   UINT32 Type = PF_TYPE_NIC;
   if (WordIs(Value, "FCoE")) {
     Type = PF_TYPE_FCOE;
@@ -213,7 +244,7 @@ static VOID StorePfType0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Va
 }
 
 typedef struct {
-  const char *Word;
+  char Word[8];
   UINT32 Type;
 } PF_TYPE_WORD;
 
@@ -223,7 +254,7 @@ static const PF_TYPE_WORD mPfTypeWords0720[] = {
     {"RoCE", PF_TYPE_ROCE}, {"FC", PF_TYPE_FC},     {"Disable", PF_TYPE_DISABLED},
 };
 
-static VOID StorePfType0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SavePfType0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   UINT32 Type = PF_TYPE_UNKNOWN;
   for (const PF_TYPE_WORD &Candidate : mPfTypeWords0720) {
     if (WordIs(Value, Candidate.Word)) {
@@ -238,7 +269,7 @@ static VOID StorePfType0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Va
 }
 
 // A platform decision to disable (0) is never turned back on by what the adapter reports.
-static VOID StorePortEnable0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SavePortEnable0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   const UINT8 Enabled = WordIs(Value, "Disabled") ? 0 : 1;
   Settings->PortEnable = Enabled;
   if (Settings->PortEnableToApply != 0) {
@@ -246,7 +277,7 @@ static VOID StorePortEnable0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE
   }
 }
 
-static VOID StoreBootEnable0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveBootEnable0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   const UINT8 Enabled = WordIs(Value, "Disabled") ? 0 : 1;
   Settings->BootEnable = Enabled;
   if (Settings->BootEnableToApply != 0) {
@@ -254,11 +285,11 @@ static VOID StoreBootEnable0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE
   }
 }
 
-static VOID StoreSriov0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveSriov0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   Settings->SriovEnabled = WordIs(Value, "Enabled") ? 1 : 0;
 }
 
-static VOID StoreUmc0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveUmc0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   (void)Settings;
   const UINT8 Partitioned = WordIs(Value, "Enabled") ? 1 : 0;
   mModule.mCurrentUmc = Partitioned;
@@ -266,7 +297,7 @@ static VOID StoreUmc0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value
 }
 
 // Virtual-address (IOV) commands need firmware 6.7 or later in the fourth version slot.
-static VOID StoreFcIovSupport2031(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveFcIovSupport2031(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   (void)Value;
   if (!mModule.mFamily.QLogic2261) {
     return;
@@ -279,15 +310,67 @@ static VOID StoreFcIovSupport2031(FUNCTION_SETTINGS *Settings, const PF_INFO_VAL
 }
 
 // Number is 1 when "Disabl" was found at the start of the value.
-static VOID StoreBootEnableToApply2031(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+static VOID SaveBootEnableToApply2031(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   Settings->BootEnableToApply = Value->Number != 0 ? 0 : 1;
+}
+
+// One switch instead of a table of function pointers: each action is small and used by one row
+// or two, so the compiler folds it in here.
+static VOID SaveResult(PF_INFO_STORE Action, FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
+  switch (Action) {
+  case StorePortEnable0710:
+    SavePortEnable0710(Settings, Value);
+    return;
+  case StoreBootEnable0710:
+    SaveBootEnable0710(Settings, Value);
+    return;
+  case StoreSriov0710:
+    SaveSriov0710(Settings, Value);
+    return;
+  case StorePfCount0710:
+    SavePfCount0710(Settings, Value);
+    return;
+  case StorePfType0710:
+    SavePfType0710(Settings, Value);
+    return;
+  case StorePfType0720:
+    SavePfType0720(Settings, Value);
+    return;
+  case StorePortEnable0720:
+    SavePortEnable0720(Settings, Value);
+    return;
+  case StoreBootEnable0720:
+    SaveBootEnable0720(Settings, Value);
+    return;
+  case StoreSriov0720:
+    SaveSriov0720(Settings, Value);
+    return;
+  case StoreUmc0720:
+    SaveUmc0720(Settings, Value);
+    return;
+  case StoreMinBandwidth:
+    SaveMinBandwidth(Settings, Value);
+    return;
+  case StoreMaxBandwidth:
+    SaveMaxBandwidth(Settings, Value);
+    return;
+  case StoreVlanIdNumber:
+    SaveVlanIdNumber(Settings, Value);
+    return;
+  case StoreFcIovSupport2031:
+    SaveFcIovSupport2031(Settings, Value);
+    return;
+  case StoreBootEnableToApply2031:
+    SaveBootEnableToApply2031(Settings, Value);
+    return;
+  case StoreNone:
+    return;
+  }
 }
 
 // ---------------------------------------------------------------------------------------------
 // Key tables
 // ---------------------------------------------------------------------------------------------
-
-static constexpr PF_INFO_KEY kVlanIdHexKey = Key("PfVLANID=0x");
 
 static constexpr PF_INFO_ROW mEmulex0710Keys[] = {
     {Key("PortEn="), Word(), Store(StorePortEnable0710), Always()},
@@ -305,7 +388,7 @@ static constexpr PF_INFO_ROW mEmulex0710Keys[] = {
     {Key("PfBandwidth="), Hex(2, 1), Store(StoreMinBandwidth), Always()},
     {Key("PfRateLimit="), Hex(2, 1), Store(StoreMaxBandwidth), Always()},
     {Key("PfVLANID=0x"), Hex(4, 2), Store(StoreVlanIdNumber), Always()},
-    {Key("PfVLANID="), Hex(4, 2), Store(StoreVlanIdNumber), UnlessKey(&kVlanIdHexKey)},
+    {Key("PfVLANID="), Hex(4, 2), Store(StoreVlanIdNumber), UnlessKeyOfRow(14)},
     {Key("InitiatorIscsiName="), Name(), Nothing(), Always()},
 };
 
@@ -327,6 +410,9 @@ static constexpr PF_INFO_ROW mEmulex0720Keys[] = {
     {Key("MFG_WWPN="), Address(16, 8), MfgSlot(2), Always()},
     {Key("InitiatorIscsiName="), Name(), Nothing(), Always()},
 };
+
+static_assert(mEmulex0710Keys[14].Key.Length == 11 && mEmulex0710Keys[14].Key.Text[10] == 'x',
+              "the PfVLANID= row is skipped by the PfVLANID=0x row");
 
 // A Fibre Channel family: slot 0 holds the WWNN, slot 1 the WWPN, and the manufacturer slots are
 // filled from the same (current) values.
@@ -355,17 +441,22 @@ static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, 
   ConvertAddressRun(Bytes, Row->Conversion.Bytes, ValueText, Remaining);
 }
 
-// Copies the value's line, with the CR, LF or NUL that ends it, at most Max characters and never
-// past the reply, and terminates the copy: CopyLine then stops where it would in the reply.
-static VOID StageLine(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
+// Copies the value's line up to the CR, LF or NUL that ends it, at most Max characters and never
+// past the reply, and terminates the copy. With KeepEnd the copy holds that last character too, so
+// that CopyLine, which leaves its destination alone past a line end, stops where it would in the
+// reply.
+static VOID StageLine(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max, BOOLEAN KeepEnd) {
   const UINTN Limit = Length < Max ? Length : Max;
   UINTN Count = 0;
   while (Count < Limit) {
     const CHAR8 Char = Text[Count];
-    Dest[Count++] = Char;
     if (Char == '\r' || Char == '\n' || Char == 0) {
+      if (KeepEnd) {
+        Dest[Count++] = Char;
+      }
       break;
     }
+    Dest[Count++] = Char;
   }
   Dest[Count] = 0;
 }
@@ -383,13 +474,13 @@ static VOID StageForConversion(CHAR8 *Dest, const PF_INFO_CONVERSION &Conversion
     Dest[0] = 0; // searched in the reply itself
     return;
   case PfInfoList:
-    StageLine(Dest, Text, Length, LIST_COPY_MAX);
+    StageLine(Dest, Text, Length, LIST_COPY_MAX, FALSE);
     return;
   case PfInfoName:
-    StageLine(Dest, Text, Length, NAME_COPY_MAX);
+    StageLine(Dest, Text, Length, NAME_COPY_MAX, TRUE);
     return;
   default:
-    StageLine(Dest, Text, Length, WORD_COPY_MAX);
+    StageLine(Dest, Text, Length, WORD_COPY_MAX, FALSE);
     return;
   }
 }
@@ -405,7 +496,6 @@ static VOID StageForConversion(CHAR8 *Dest, const PF_INFO_CONVERSION &Conversion
 // read once for the whole table instead of once per key.
 
 #define PF_INFO_MAX_ROWS 17
-#define PF_INFO_MAX_KEYS (2 * PF_INFO_MAX_ROWS)
 
 static BOOLEAN KeyAt(const CHAR8 *Start, const PF_INFO_KEY *Wanted) {
   for (UINTN Index = 0; Index < Wanted->Length; Index++) {
@@ -416,18 +506,16 @@ static BOOLEAN KeyAt(const CHAR8 *Start, const PF_INFO_KEY *Wanted) {
   return TRUE;
 }
 
-// Matches[k] receives the first occurrence of Keys[k] in the value, or NULL (also for a NULL key).
-static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_KEY *const *Keys, const CHAR8 **Matches,
+// Matches[k] receives the first occurrence of the key of Table[k] in the value, or NULL.
+static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table, const CHAR8 **Matches,
                      UINTN Count) {
-  UINT8 Pending[PF_INFO_MAX_KEYS];
+  UINT8 Pending[PF_INFO_MAX_ROWS];
   UINTN PendingCount = 0;
   for (UINTN Index = 0; Index < Count; Index++) {
+    const PF_INFO_KEY *Wanted = &Table[Index].Key;
     Matches[Index] = nullptr;
-    if (Keys[Index] == nullptr) {
-      continue;
-    }
-    if (Keys[Index]->Anchor == Keys[Index]->Length) {
-      Matches[Index] = FindKeyword(Value, Length, Keys[Index]->Text); // no '=' to anchor on
+    if (Wanted->Anchor == Wanted->Length) {
+      Matches[Index] = FindKeyword(Value, Length, Wanted->Text); // no '=' to anchor on
     } else {
       Pending[PendingCount++] = (UINT8)Index;
     }
@@ -441,7 +529,7 @@ static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_KEY *const 
     const UINTN At = (UINTN)(Sign - Value);
     for (UINTN Slot = 0; Slot < PendingCount;) {
       const UINT8 Index = Pending[Slot];
-      const PF_INFO_KEY *Wanted = Keys[Index];
+      const PF_INFO_KEY *Wanted = &Table[Index].Key;
       if (At >= Wanted->Anchor && Length - (At - Wanted->Anchor) >= Wanted->Length &&
           KeyAt(Sign - Wanted->Anchor, Wanted)) {
         Matches[Index] = Sign - Wanted->Anchor;
@@ -462,15 +550,17 @@ static const CHAR8 *KeyFound(const PF_INFO_KEY *Wanted, const CHAR8 *Match) {
   return Match;
 }
 
-static VOID RunKeyStep(const PF_INFO_ROW *Row, const CHAR8 *KeyMatch, const CHAR8 *UnlessMatch,
-                       const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const *Matches, const CHAR8 *Value,
+                       UINTN Length, FUNCTION_SETTINGS *Settings) {
+  const PF_INFO_ROW *Row = &Table[Index];
   if (Row->Condition.FirstFunctionOfAdapterOnly && !mModule.mFirstFunctionOfAdapter) {
     return;
   }
-  if (Row->Condition.UnlessKey != nullptr && KeyFound(Row->Condition.UnlessKey, UnlessMatch) != nullptr) {
+  const INT8 Unless = Row->Condition.UnlessRow;
+  if (Unless >= 0 && KeyFound(&Table[Unless].Key, Matches[Unless]) != nullptr) {
     return;
   }
-  if (KeyFound(&Row->Key, KeyMatch) == nullptr) {
+  if (KeyFound(&Row->Key, Matches[Index]) == nullptr) {
     return;
   }
   mModule.mScanPtr += mModule.mScanLength;
@@ -479,25 +569,20 @@ static VOID RunKeyStep(const PF_INFO_ROW *Row, const CHAR8 *KeyMatch, const CHAR
 
   CHAR8 Staged[PF_INFO_SCRATCH_SIZE];
   StageForConversion(Staged, Row->Conversion, ValueText, Remaining);
-  CHAR8 Scratch[PF_INFO_SCRATCH_SIZE];
-  PF_INFO_VALUE Result = {Scratch, 0};
+  PF_INFO_VALUE Result = {Staged, 0};
   const PF_INFO_CONVERSION &Conversion = Row->Conversion;
   switch (Conversion.Kind) {
   case PfInfoWord:
-    CopyLine(Scratch, Staged, WORD_COPY_MAX);
     break;
   case PfInfoList:
-    CopyLine(Scratch, Staged, LIST_COPY_MAX);
-    SplitVersionList(Conversion.Size, Scratch, Settings);
+    SplitVersionList(Conversion.Size, Staged, Settings);
     break;
   case PfInfoDecimal2:
-    CopyLine(Scratch, Staged, WORD_COPY_MAX);
-    Result.Number = HxStrnDecimalToUint(Scratch, Conversion.Size);
+    Result.Number = HxStrnDecimalToUint(Staged, Conversion.Size);
     break;
   case PfInfoDecimal: {
-    CopyLine(Scratch, Staged, WORD_COPY_MAX);
     mModule.mByteLength = 0;
-    const CHAR8 *Cursor = Scratch;
+    const CHAR8 *Cursor = Staged;
     HxStrDecimalToUintnAdvance(&Cursor, &mModule.mByteLength);
     Result.Number = mModule.mByteLength;
     break;
@@ -506,11 +591,10 @@ static VOID RunKeyStep(const PF_INFO_ROW *Row, const CHAR8 *KeyMatch, const CHAR
     ConvertAddress(Row, Settings, Staged, ValueText, Remaining);
     return;
   case PfInfoHex: {
-    CopyChars(Scratch, Staged, Conversion.Size);
     UINT8 Number[2] = {0, 0};
     mModule.mDestPtr = Number;
     mModule.mByteLength = Conversion.Bytes;
-    if (AsciiHexStringToBuf(Number, &mModule.mByteLength, Scratch, &mModule.mScanLength) != EFI_SUCCESS) {
+    if (AsciiHexStringToBuf(Number, &mModule.mByteLength, Staged, &mModule.mScanLength) != EFI_SUCCESS) {
       mModule.mByteLength = 0;
     }
     // A one-byte result goes straight into its field, which keeps its value without a digit.
@@ -524,30 +608,36 @@ static VOID RunKeyStep(const PF_INFO_ROW *Row, const CHAR8 *KeyMatch, const CHAR
     CopyLine(Settings->IscsiInitiatorName, Staged, NAME_COPY_MAX);
     return;
   case PfInfoFlag:
-    Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, Conversion.Keyword) != nullptr ? 1 : 0;
+    Result.Number =
+        FindInValue(ValueText, Remaining, Conversion.Size, &kFlagWords[Conversion.Keyword]) != nullptr ? 1
+                                                                                                       : 0;
     break;
   }
-  if (Row->Action.Store != nullptr) {
-    Row->Action.Store(Settings, &Result);
-  }
+  SaveResult(Row->Action.Store, Settings, &Result);
 }
 
 static VOID RunKeyTable(const PF_INFO_ROW *Table, UINTN Rows, const CHAR8 *Value, UINTN Length,
                         FUNCTION_SETTINGS *Settings) {
-  // Entry 2i: the key of row i; entry 2i + 1: the key whose presence skips row i, if any.
-  const PF_INFO_KEY *Keys[PF_INFO_MAX_KEYS];
-  const CHAR8 *Matches[PF_INFO_MAX_KEYS];
+  const CHAR8 *Matches[PF_INFO_MAX_ROWS];
+  FindKeys(Value, Length, Table, Matches, Rows);
   for (UINTN Index = 0; Index < Rows; Index++) {
-    Keys[2 * Index] = &Table[Index].Key;
-    Keys[2 * Index + 1] = Table[Index].Condition.UnlessKey;
-  }
-  FindKeys(Value, Length, Keys, Matches, 2 * Rows);
-  for (UINTN Index = 0; Index < Rows; Index++) {
-    RunKeyStep(&Table[Index], Matches[2 * Index], Matches[2 * Index + 1], Value, Length, Settings);
+    RunKeyStep(Table, Index, Matches, Value, Length, Settings);
   }
 }
 
 #define TABLE_ROWS(Table) (sizeof(Table) / sizeof((Table)[0]))
+
+template <UINTN Rows> static constexpr BOOLEAN FlagWordsKnown(const PF_INFO_ROW (&Table)[Rows]) {
+  for (UINTN Index = 0; Index < Rows; Index++) {
+    if (Table[Index].Conversion.Kind == PfInfoFlag && Table[Index].Conversion.Keyword == FLAG_WORD_UNKNOWN) {
+      return FALSE;
+    }
+  }
+  return TRUE;
+}
+static_assert(FlagWordsKnown(mEmulex0710Keys), "a flag row names a word that kFlagWords lacks");
+static_assert(FlagWordsKnown(mEmulex0720Keys), "a flag row names a word that kFlagWords lacks");
+static_assert(FlagWordsKnown(mQLogic2031Keys), "a flag row names a word that kFlagWords lacks");
 static_assert(TABLE_ROWS(mEmulex0710Keys) <= PF_INFO_MAX_ROWS, "key table too long");
 static_assert(TABLE_ROWS(mEmulex0720Keys) <= PF_INFO_MAX_ROWS, "key table too long");
 static_assert(TABLE_ROWS(mQLogic2031Keys) <= PF_INFO_MAX_ROWS, "key table too long");

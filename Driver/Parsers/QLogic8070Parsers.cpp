@@ -13,7 +13,7 @@
 #define VERSION_CHARS (FUNCTION_FIRMWARE_VERSION_SIZE - 1)
 
 typedef struct {
-  const char *Text;
+  char Text[12];
   UINT32 Type;
 } QUOTED_TYPE;
 
@@ -29,7 +29,7 @@ static const QUOTED_TYPE mQuotedTypes[] = {
 
 #define PF_TYPE_WINDOW 10
 
-static const char *const mVersionTags[] = {"MBI:", "UEFI:", "MFW:"};
+static const char mVersionTags[][6] = {"MBI:", "UEFI:", "MFW:"};
 #define VERSION_TAG_COUNT (sizeof(mVersionTags) / sizeof(mVersionTags[0]))
 
 VOID ParsePfTypeQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {

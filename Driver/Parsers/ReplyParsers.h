@@ -28,6 +28,10 @@ const CHAR8 *FindKeyword(const CHAR8 *Value, UINTN Length, const char *Key);
 // the terminated routines see the text end there as they would in the reply.
 UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max);
 
+// A VLAN ID the adapter reports: the working pair takes it as it is, the record keeps 4095 (no
+// VLAN) as 0.
+VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId);
+
 // Entry Index of a record's Functions / Ports list, or NULL where the list has ended: at the
 // record's count, at the 16 list slots, or at the first NULL entry, whichever comes first.
 FUNCTION_SETTINGS *FunctionListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index);

@@ -26,37 +26,9 @@ BOOLEAN PlanTextDiffers(const CHAR8 *First, const CHAR8 *Second, UINTN Bound) {
   return FALSE;
 }
 
-typedef struct {
-  UINT8 FirstCode;
-  UINT8 LastCode;
-  PLAN_DECISION Decide;
-} PLAN_DISPATCH_ROW;
-
-// Codes the predicate knows; everything else is refused with EFI_NOT_FOUND.
-static const PLAN_DISPATCH_ROW mPlanDispatch[] = {
-    {SET_MODE, SET_MODE, PlanMode},
-    {SET_PFCOUNT, SET_PFCOUNT, PlanPfCount},
-    {SET_PF1_TYPE, SET_PF1_TYPE, PlanPf1Type},
-    {SET_PORT_EN, SET_PORT_EN, PlanPortEnable},
-    {SET_BOOT_EN, SET_BOOT_EN, PlanBootEnable},
-    {SET_ADDR_DEFAULTS, SET_ADDR_DEFAULTS, PlanAddressDefaults},
-    {SET_PF_MAC, SET_PF_MAC, PlanPfMac},
-    {SET_PF_WWNN, SET_PF_WWNN, PlanPfWorldWideName},
-    {SET_PF_WWPN, SET_PF_WWPN, PlanPfWorldWideName},
-    {SET_PF_VLANID, SET_PF_VLANID, PlanVlan},
-    {SET_PF_BANDWIDTH, SET_PF_RATE_LIMIT, PlanBandwidth},
-    {SET_PF_TAR_WWPN1, SET_TOPOLOGY, PlanFcBootTarget},
-    {SET_ISCSI_INI_ADDR_ORIGIN, SET_ISCSI_TAR_MUT_CHAP_SECRET, PlanIscsi},
-    {SET_SRIOV_FOR_CONTROLLER, SET_SRIOV_FOR_CONTROLLER, PlanSriov},
-    {SET_PF2_TYPE, SET_PF2_TYPE, PlanPf2Types},
-    {SET_UMC, SET_UMC, PlanUmc},
-    {SET_DEFAULT_WWNN, SET_DEFAULT_WWPN, PlanAddressDefaults},
-    {SET_SRIOV_FOR_PF, SET_SRIOV_FOR_PF, PlanSriov},
-    {SET_PXE_VLANID, SET_PXE_VLANID, PlanVlan},
-    {SET_PORT_DEFAULTS, SET_PORT_DEFAULTS, PlanPortDefaults},
-    {SHOW_PXE_VLANID, SHOW_PXE_VLANID, PlanShowPxeVlanId},
-};
-
+// Codes the predicate knows; everything else is refused with EFI_NOT_FOUND. A switch rather than a
+// table of decision routines: the code is dense, so the compiler makes it one jump through a
+// position-independent table, and the image carries no load-time relocation for it.
 BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   if (Settings == nullptr || Count == nullptr) {
     mModule.mConfigStatus = EFI_INVALID_PARAMETER;
@@ -65,12 +37,85 @@ BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   mModule.mPciVidDid = VID_DID(Settings->VendorId, Settings->DeviceId);
 
   const UINTN Before = *Count;
-  for (const PLAN_DISPATCH_ROW &Row : mPlanDispatch) {
-    if (Code >= Row.FirstCode && Code <= Row.LastCode) {
-      Row.Decide(Settings, Code, Count);
-      return *Count > Before ? TRUE : FALSE;
-    }
+  switch (Code) {
+  case SET_MODE:
+    PlanMode(Settings, Code, Count);
+    break;
+  case SET_PFCOUNT:
+    PlanPfCount(Settings, Code, Count);
+    break;
+  case SET_PF1_TYPE:
+    PlanPf1Type(Settings, Code, Count);
+    break;
+  case SET_PORT_EN:
+    PlanPortEnable(Settings, Code, Count);
+    break;
+  case SET_BOOT_EN:
+    PlanBootEnable(Settings, Code, Count);
+    break;
+  case SET_ADDR_DEFAULTS:
+  case SET_DEFAULT_WWNN:
+  case SET_DEFAULT_WWPN:
+    PlanAddressDefaults(Settings, Code, Count);
+    break;
+  case SET_PF_MAC:
+    PlanPfMac(Settings, Code, Count);
+    break;
+  case SET_PF_WWNN:
+  case SET_PF_WWPN:
+    PlanPfWorldWideName(Settings, Code, Count);
+    break;
+  case SET_PF_VLANID:
+  case SET_PXE_VLANID:
+    PlanVlan(Settings, Code, Count);
+    break;
+  case SET_PF_BANDWIDTH:
+  case SET_PF_RATE_LIMIT:
+    PlanBandwidth(Settings, Code, Count);
+    break;
+  case SET_PF_TAR_WWPN1:
+  case SET_PF_TAR_WWPN2:
+  case SET_PF_TAR_LUN1:
+  case SET_PF_TAR_LUN2:
+  case SET_LINK_SPEED:
+  case SET_TOPOLOGY:
+    PlanFcBootTarget(Settings, Code, Count);
+    break;
+  case SET_ISCSI_INI_ADDR_ORIGIN:
+  case SET_ISCSI_INI_NAME:
+  case SET_ISCSI_INI_IPV4_ADDR:
+  case SET_ISCSI_INI_IPV4_SUBNET_MASK:
+  case SET_ISCSI_INI_IPV4_GATEWAY:
+  case SET_ISCSI_TAR_ADDR_ORIGIN:
+  case SET_ISCSI_TAR_NAME:
+  case SET_ISCSI_TAR_IPV4_ADDR:
+  case SET_ISCSI_TAR_TCP_PORT:
+  case SET_ISCSI_TAR_BOOT_LUN:
+  case SET_ISCSI_TAR_AUTH_METHOD:
+  case SET_ISCSI_TAR_CHAP_USERNAME:
+  case SET_ISCSI_TAR_CHAP_SECRET:
+  case SET_ISCSI_TAR_MUT_CHAP_SECRET:
+    PlanIscsi(Settings, Code, Count);
+    break;
+  case SET_SRIOV_FOR_CONTROLLER:
+  case SET_SRIOV_FOR_PF:
+    PlanSriov(Settings, Code, Count);
+    break;
+  case SET_PF2_TYPE:
+    PlanPf2Types(Settings, Code, Count);
+    break;
+  case SET_UMC:
+    PlanUmc(Settings, Code, Count);
+    break;
+  case SET_PORT_DEFAULTS:
+    PlanPortDefaults(Settings, Code, Count);
+    break;
+  case SHOW_PXE_VLANID:
+    PlanShowPxeVlanId(Settings, Code, Count);
+    break;
+  default:
+    mModule.mConfigStatus = EFI_NOT_FOUND;
+    return FALSE;
   }
-  mModule.mConfigStatus = EFI_NOT_FOUND;
-  return FALSE;
+  return *Count > Before ? TRUE : FALSE;
 }

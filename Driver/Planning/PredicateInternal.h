@@ -6,8 +6,6 @@
 
 #include "Planning/Planning.h"
 
-typedef VOID (*PLAN_DECISION)(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count);
-
 #define VID_DID(Vendor, Device) ((((UINT32)(Vendor)) << 16) | (UINT32)(Device))
 #define VLAN_NONE 4095
 #define VLAN_ID_MASK 0x0FFF
