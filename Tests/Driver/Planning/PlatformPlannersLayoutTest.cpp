@@ -119,13 +119,7 @@ TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndice
 // What of the family planners the end-to-end runs leave open. Phase 3 is run at Instance 5.
 TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
   PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
-  char Name[17] = "20000090FA1B2C3D";
-  mModule.mFamily.EmulexE200 = TRUE; // a NIC function gets no name codes although names are wished
-  mModule.mNaloHeader.AddressTableValid = 1;
-  mModule.mNaloAddressTable[0] = {1, {}, nullptr, ASTR(Name), ASTR(Name)};
-  PlanGeneral(5, NewRecord(0x10DF, 0xE200, 0, 0), &State, &Count);
-  EXPECT_EQ(Planned(), Codes{});
-  Fresh(); // an Emulex0720 function at the wished function count ends the plan without settings
+  // An Emulex0720 function at the wished function count ends the plan without settings
   mModule.mFamily.Emulex0720 = TRUE;
   mModule.mNaloHeader.PortTableValid = mModule.mNaloPortTable.DesiredPortEnable = 1;
   mModule.mNaloPortTable.DesiredFunctionCount = 1;

@@ -481,4 +481,64 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   }
 }
 
+// The settings phase of the general planner, family by family and type by type, against the
+// platform that wishes everything (addresses, boot entry, VLAN and shares all differ).
+TEST_F(PredicateTest, GeneralPlannerSettingsByFamilyAndType) {
+  enum Kind { Intel, E200, Oc0700, Oc0710, Q2261, Q2261NoIov };
+  const struct {
+    const char *Name;
+    Kind Family;
+    UINT8 PfType;
+    bool Virtual, Flag6, SameMac;
+    Codes Expected;
+  } Cases[] = {
+      {"IntelNic", Intel, PF_TYPE_NIC, true, false, false, {14}},
+      {"IntelSameMacReadBack", Intel, PF_TYPE_NIC, true, true, true, {13}},
+      {"IntelSameMacNoFlag6", Intel, PF_TYPE_NIC, true, false, true, {}},
+      {"IntelNewMacNoReadBack", Intel, PF_TYPE_NIC, true, true, false, {14}},
+      {"IntelIscsiOnlyMac", Intel, PF_TYPE_ISCSI, true, false, false, {14}},
+      {"E200Nic", E200, PF_TYPE_NIC, true, false, false, {8, 10, 14}},
+      {"E200Fc", E200, PF_TYPE_FC, true, false, false, {8, 10, 17, 20, 24, 25, 26, 27, 28, 29}},
+      {"E200Fcoe", E200, PF_TYPE_FCOE, true, false, false, {8, 10, 14, 17, 20, 24, 25, 26, 27}},
+      {"E200FcoeNoDefaultNames", E200, PF_TYPE_FCOE, false, false, false, {8, 10, 24, 25, 26, 27}},
+      {"E200Iscsi",
+       E200,
+       PF_TYPE_ISCSI,
+       true,
+       false,
+       false,
+       {8, 10, 14, 31, 30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43}},
+      {"E200Ib", E200, PF_TYPE_IB, true, false, false, {8, 10, 14}},
+      {"E200Roce", E200, PF_TYPE_ROCE, true, false, false, {8, 10}},
+      {"Oc0710Nic", Oc0710, PF_TYPE_NIC, true, false, false, {8, 22, 23, 21, 10, 14}},
+      {"Oc0700FcoeDefaultNames", Oc0700, PF_TYPE_FCOE, false, false, false, {8, 49, 50, 10, 24, 25, 26, 27}},
+      {"Oc0700Nic", Oc0700, PF_TYPE_NIC, true, false, false, {8, 21, 10, 14}},
+      {"Q2261Fc", Q2261, PF_TYPE_FC, true, false, false, {8, 10, 17, 20, 24, 25, 26, 27, 28, 29}},
+      {"Q2261WithoutIov", Q2261NoIov, PF_TYPE_FC, true, false, false, {}},
+  };
+  const UINT16 Ids[][2] = {{0x8086, 0x1572}, {0x10DF, 0xE200}, {0x19A2, 0x0700},
+                           {0x19A2, 0x0710}, {0x1077, 0x2261}, {0x1077, 0x2261}};
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    ADAPTER_FAMILY &F = mModule.mFamily;
+    std::tie(F.Intel, F.EmulexE200, F.Emulex0700, F.Emulex0710) =
+        std::make_tuple(C.Family == Intel, C.Family == E200, C.Family == Oc0700, C.Family == Oc0710);
+    F.QLogic2031 = F.QLogic2261 = C.Family >= Q2261;
+    mModule.mFcIovSupported = C.Family == Q2261;
+    SetDevice(Ids[C.Family][0], Ids[C.Family][1]);
+    S->PfType = C.PfType;
+    S->PlatformFlags = C.Flag6 ? PLATFORM_FLAG_6 : 0;
+    Addr0.Enabled = C.Virtual;
+    if (C.SameMac) {
+      SetText(S->CurrentAddressText[0], "001B210AFF3C");
+    }
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanGeneral(5, S, &State, &Count);
+    EXPECT_EQ(Planned(), C.Expected);
+    EXPECT_EQ(mModule.mPlanComplete, 1);
+    EXPECT_EQ(S->ProgressFlags & 0x30, PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
+  }
+}
+
 } // namespace

@@ -1,0 +1,78 @@
+// The managed step's bookkeeping between controllers: what Instance 0 forgets and what it keeps,
+// and when the link layout is adjusted before any planning.
+#include "PlanningFixture.h"
+#include "Managed/AdapterSettings.h"
+
+namespace {
+
+using DispatchTest = PlanningTest;
+
+EFI_STATUS Step(UINTN Instance, FUNCTION_SETTINGS *Adapter) {
+  CHAR8 *Text = nullptr;
+  BOOLEAN Parse = FALSE;
+  UINTN Code = 0;
+  return RunManagedStep(&Instance, &Adapter, &Text, &Parse, &Code);
+}
+
+// A controller without a family plans nothing: Instance 0 only resets and meets END.
+TEST_F(DispatchTest, InstanceZeroForgetsThePreviousAdapterOnlyOnItsFirstFunction) {
+  const struct {
+    UINT8 Port, Pf;
+    bool NewAdapter, NewPort;
+  } Cases[] = {{0, 0, true, true}, {0, 1, false, false}, {1, 0, false, true}};
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(testing::Message() << "port " << int(C.Port) << " pf " << int(C.Pf));
+    Fresh();
+    FUNCTION_SETTINGS *A = NewRecord(0x19A2, 0x0714, C.Port, C.Pf);
+    A->PortEnable = 1;
+    mModule.mLinkConfig = mModule.mActiveLinkConfig = mModule.mCurrentPersonality =
+        mModule.mTargetPersonality = 2;
+    mModule.mCurrentUmc = mModule.mTargetUmc = mModule.mCurrentPfCount = mModule.mTargetPfCount = 2;
+    mModule.mRoceMode = mModule.mSriovRequested = mModule.mRoceTypeFound = mModule.mPlanStopped = 2;
+    mModule.mPlanInstance = mModule.mPlanInstance2 = 7;
+    mModule.mPlanComplete = mModule.mLinkAdjusted = 1;
+    mModule.mCurrentPortEnable = mModule.mTargetPortEnable = 0x33;
+    mModule.mAddrDefaultsPlanned = TRUE;
+    std::fill(std::begin(mModule.CommandList), std::end(mModule.CommandList), 0x5A);
+    mModule.mCommandCount = 9;
+    EXPECT_EQ(Step(0, A), EFI_NOT_FOUND);
+    EXPECT_EQ(mModule.mPciVidDid, 0x19A20714u);
+    const UINT32 Kept = C.NewAdapter ? 0 : 2;
+    EXPECT_EQ(
+        (std::vector<UINT32>{mModule.mLinkConfig, mModule.mActiveLinkConfig, mModule.mCurrentPersonality,
+                             mModule.mTargetPersonality, mModule.mCurrentUmc, mModule.mTargetUmc,
+                             mModule.mCurrentPfCount, mModule.mTargetPfCount, mModule.mRoceMode,
+                             mModule.mSriovRequested, mModule.mRoceTypeFound, mModule.mPlanStopped}),
+        std::vector<UINT32>(12, Kept));
+    EXPECT_EQ(
+        (std::vector<UINT32>{mModule.mPlanInstance, mModule.mPlanInstance2, mModule.mPlanComplete,
+                             mModule.mLinkAdjusted, mModule.mCurrentPortEnable, mModule.mTargetPortEnable}),
+        (std::vector<UINT32>{255, 255, 0, 0, 1, 1}));
+    EXPECT_EQ(std::count(std::begin(mModule.CommandList), std::end(mModule.CommandList), END), 255);
+    EXPECT_EQ(mModule.mCommandCount, 0u);
+    EXPECT_EQ((std::vector<bool>{mModule.mFirstFunctionOfAdapter != 0, mModule.mFirstFunctionOfPort != 0,
+                                 mModule.mAddrDefaultsPlanned != 0}),
+              (std::vector<bool>{C.NewAdapter, C.NewPort, !C.NewPort}));
+  }
+}
+
+// An Emulex0720 adapter already running in layout 1 or 3 has its records rewritten before the
+// first phase of a later controller, and not again at the second.
+TEST_F(DispatchTest, Emulex0720LayoutInForceIsAppliedAtInstanceZero) {
+  for (UINT32 Layout : {0u, 1u, 2u, 3u}) {
+    Fresh();
+    mModule.mFamily.Emulex0720 = TRUE;
+    FUNCTION_SETTINGS *A = NewRecord(0x10DF, 0x0720, 1, 1); // a later function: nothing is planned
+    A->SubsystemId = 0x11F9;
+    A->FunctionCount = 1;
+    A->Functions[0] = A;
+    mModule.mActiveLinkConfig = Layout;
+    mModule.mLinkConfig = 3; // rewrites only the layout field of each record
+    Step(0, A);
+    const bool Adjusted = Layout == 1 || Layout == 3;
+    EXPECT_EQ(A->LinkConfig, Adjusted ? 3u : 0u) << Layout;
+    EXPECT_EQ(mModule.mLinkAdjusted != 0, Adjusted) << Layout;
+  }
+}
+
+} // namespace
