@@ -7,11 +7,20 @@ namespace {
 
 using DispatchTest = PlanningTest;
 
-EFI_STATUS Step(UINTN Instance, FUNCTION_SETTINGS *Adapter) {
+// Runs one Instance for the controller's record; Handed receives the record the command is for.
+EFI_STATUS Step(UINTN Instance, FUNCTION_SETTINGS *Adapter, FUNCTION_SETTINGS **Handed = nullptr) {
   CHAR8 *Text = nullptr;
   BOOLEAN Parse = FALSE;
   UINTN Code = 0;
-  return RunManagedStep(&Instance, &Adapter, &Text, &Parse, &Code);
+  const EFI_STATUS Status = RunManagedStep(&Instance, &Adapter, &Text, &Parse, &Code);
+  if (Handed != nullptr) {
+    *Handed = Adapter;
+  }
+  return Status;
+}
+
+Codes PlannedList() {
+  return Codes(mModule.CommandList, mModule.CommandList + mModule.mCommandCount);
 }
 
 // A controller without a family plans nothing: Instance 0 only resets and meets END.
@@ -72,6 +81,43 @@ TEST_F(DispatchTest, Emulex0720LayoutInForceIsAppliedAtInstanceZero) {
     const bool Adjusted = Layout == 1 || Layout == 3;
     EXPECT_EQ(A->LinkConfig, Adjusted ? 3u : 0u) << Layout;
     EXPECT_EQ(mModule.mLinkAdjusted != 0, Adjusted) << Layout;
+  }
+}
+
+// A QLogic2031 plan completes at once. EXIT belongs to the controller's own record, and so does
+// END, even where an earlier controller's plan left its records in the settings list.
+TEST_F(DispatchTest, CompletedPlanIsClosedOnTheControllersOwnRecord) {
+  mModule.mFamily.QLogic2031 = TRUE;
+  FUNCTION_SETTINGS *A = Port(0x1077, 0x2031, 0, 1)[0], *Stale = NewRecord(), *Handed = nullptr;
+  std::fill(std::begin(mModule.mCommandSettings), std::end(mModule.mCommandSettings), Stale);
+  EXPECT_EQ(Step(0, A, &Handed), EFI_SUCCESS);
+  EXPECT_EQ(PlannedList(), (Codes{SHOW_PF_INFO, (INT32)EXIT}));
+  EXPECT_EQ(mModule.CommandList[2], END);
+  EXPECT_EQ(Handed, A);
+  EXPECT_EQ(Step(1, A, &Handed), EFI_SUCCESS);
+  EXPECT_EQ(Handed, A);
+  EXPECT_EQ(Step(2, A, &Handed), EFI_NOT_FOUND);
+  EXPECT_EQ(Handed, A);
+  EXPECT_EQ(A->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, PROGRESS_FLAG_CONFIG_DONE);
+  EXPECT_EQ(Stale->ProgressFlags, 0);
+}
+
+// In layout 1 a port has one function: the pass ends after the record's first function entry.
+TEST_F(DispatchTest, LayoutOnePlansOnlyThePortsFirstFunction) {
+  for (UINT32 Layout : {0u, 1u, 2u}) {
+    Fresh();
+    mModule.mFamily.QLogic8070 = TRUE;
+    std::vector<FUNCTION_SETTINGS *> Fs = Port(0x1077, 0x8070, 0, 2);
+    Fs[0]->LinkConfig = Fs[1]->LinkConfig = Layout;
+    Step(0, Fs[0]);
+    const bool Both = Layout != 1;
+    EXPECT_EQ(PlannedList(), Both ? (Codes{SHOW_UMC, SHOW_SRIOV, SHOW_VERSION, SHOW_PXE_VLAN, SHOW_PXE_VLAN})
+                                  : (Codes{SHOW_UMC, SHOW_SRIOV, SHOW_VERSION, SHOW_PXE_VLAN}))
+        << Layout;
+    FUNCTION_SETTINGS *const F0 = Fs[0];
+    EXPECT_EQ(std::vector<FUNCTION_SETTINGS *>(mModule.mCommandSettings, mModule.mCommandSettings + 6),
+              (std::vector<FUNCTION_SETTINGS *>{F0, F0, F0, F0, Both ? Fs[1] : nullptr, nullptr}))
+        << Layout;
   }
 }
 

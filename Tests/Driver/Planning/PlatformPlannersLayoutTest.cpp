@@ -131,19 +131,28 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
   mModule.mFirstFunctionOfAdapter = FALSE;
   PlanMellanox1017(0, NewRecord(0x15B3, 0x1017, 0, 1), &State, &Count);
   EXPECT_EQ(Planned(), Codes{SHOW_MAX_LINK_SPEED});
-  Fresh(); // a partitioned QLogic1644 shows the minimum bandwidth whatever its subsystem
-  mModule.mFamily.QLogic8070 = TRUE;
-  mModule.mCurrentUmc = 1;
-  FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x1644, 1, 0);
-  F->SubsystemId = 0x61;
-  PlanQLogic8070(0, F, &State, &Count);
-  EXPECT_EQ(Planned(), (Codes{SHOW_BOOT_EN, SHOW_PF_BANDWIDTH, SHOW_PF_RATE_LIMIT, SHOW_PF_MFG_MAC,
-                              SHOW_PF_MAC, SHOW_PF_TYPE, SHOW_PXE_VLAN}));
+  // A partitioned second port shows the minimum bandwidth but on three boards of the 1077:8070.
+  const std::array<UINT16, 3> Boards[] = {
+      {0x8070, 0x29, 0}, {0x8070, 0x61, 0}, {0x8070, 0x64, 0}, {0x8070, 0x62, 1}, {0x1644, 0x61, 1}};
+  for (const auto &B : Boards) {
+    Fresh();
+    mModule.mFamily.QLogic8070 = TRUE;
+    mModule.mCurrentUmc = 1;
+    FUNCTION_SETTINGS *F = NewRecord(0x1077, B[0], 1, 0);
+    F->SubsystemId = B[1];
+    PlanQLogic8070(0, F, &State, &Count);
+    Codes Expected = {SHOW_BOOT_EN, SHOW_PF_RATE_LIMIT, SHOW_PF_MFG_MAC,
+                      SHOW_PF_MAC,  SHOW_PF_TYPE,       SHOW_PXE_VLAN};
+    if (B[2] != 0) {
+      Expected.insert(Expected.begin() + 1, SHOW_PF_BANDWIDTH);
+    }
+    EXPECT_EQ(Planned(), Expected) << std::hex << B[0] << ":" << B[1];
+  }
   // A QLogic2261 without IOV support tells the management controller when virtual names are wanted.
   for (UINT8 Wanted : {1, 0}) {
     Fresh();
     mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = TRUE;
-    F = NewRecord(0x1077, 0x2261, 0, 0);
+    FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x2261, 0, 0);
     SetText(F->FirmwareVersion[3], "1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7"); // sixteen components
     mModule.mNaloHeader.AddressTableValid = 1;
     mModule.mNaloAddressTable[0].Enabled = Wanted;
