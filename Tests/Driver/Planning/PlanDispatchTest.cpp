@@ -28,7 +28,7 @@ TEST_F(DispatchTest, InstanceZeroForgetsThePreviousAdapterOnlyOnItsFirstFunction
   const struct {
     UINT8 Port, Pf;
     bool NewAdapter, NewPort;
-  } Cases[] = {{0, 0, true, true}, {0, 1, false, false}, {1, 0, false, true}};
+  } Cases[] = {{0, 0, true, true}, {0, 1, false, false}, {1, 0, false, true}, {0, 16, false, false}};
   for (const auto &C : Cases) {
     SCOPED_TRACE(testing::Message() << "port " << int(C.Port) << " pf " << int(C.Pf));
     Fresh();
@@ -59,6 +59,13 @@ TEST_F(DispatchTest, InstanceZeroForgetsThePreviousAdapterOnlyOnItsFirstFunction
         (std::vector<UINT32>{255, 255, 0, 0, 1, 1}));
     EXPECT_EQ(std::count(std::begin(mModule.CommandList), std::end(mModule.CommandList), END), 255);
     EXPECT_EQ(mModule.mCommandCount, 0u);
+    // A function index beyond the 16-entry tables has no entries.
+    EXPECT_EQ((std::vector<const void *>{mModule.mCurFunctionEntry, mModule.mCurAddressEntry,
+                                         mModule.mCurBootEntry}),
+              (C.Pf < 16 ? std::vector<const void *>{&mModule.mNaloPortTable.Function[C.Pf],
+                                                     &mModule.mNaloAddressTable[C.Pf],
+                                                     &mModule.mNaloBootTable[C.Pf]}
+                         : std::vector<const void *>(3, nullptr)));
     EXPECT_EQ((std::vector<bool>{mModule.mFirstFunctionOfAdapter != 0, mModule.mFirstFunctionOfPort != 0,
                                  mModule.mAddrDefaultsPlanned != 0}),
               (std::vector<bool>{C.NewAdapter, C.NewPort, !C.NewPort}));
