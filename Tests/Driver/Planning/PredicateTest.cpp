@@ -237,15 +237,23 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
     UINTN Slot;
     const char *Expected;
   } Names[] = {{SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
-               {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"}};
+               {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"},
+               {SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D"},
+               {SET_PF_WWPN, PF_TYPE_FC, 1, "10000090FA1B2C3D"},
+               {SET_PF_MAC, PF_TYPE_NIC, 0, "001B210AFF3C"}};
   for (const auto &C : Names) {
     SCOPED_TRACE(testing::Message() << C.Code << " type " << C.PfType);
     Fresh();
     S->PfType = C.PfType;
+    std::memset(S->CurrentAddress, 0xEE, sizeof(S->CurrentAddress));
     EXPECT_TRUE(Plan(C.Code));
-    const UINT8 Bytes[8] = {UINT8(C.Expected[0] == '2' ? 0x20 : 0x10), 0, 0, 0x90, 0xFA, 0x1B, 0x2C, 0x3D};
+    const std::string Hex = C.Expected;
+    std::vector<UINT8> Bytes(8, 0xEE); // a MAC takes 6 bytes of the slot
+    for (size_t K = 0; K < Hex.size() / 2; K++) {
+      Bytes[K] = (UINT8)std::stoul(Hex.substr(2 * K, 2), nullptr, 16);
+    }
     EXPECT_EQ(Text(S->CurrentAddressText[C.Slot]), C.Expected);
-    EXPECT_EQ(std::memcmp(S->CurrentAddress[C.Slot], Bytes, 8), 0);
+    EXPECT_EQ(std::vector<UINT8>(S->CurrentAddress[C.Slot], S->CurrentAddress[C.Slot] + 8), Bytes);
     EXPECT_EQ(Text(S->CurrentAddressText[(C.Slot + 1) % 3]), ""); // no other slot written
   }
 }
