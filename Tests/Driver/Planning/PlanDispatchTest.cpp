@@ -128,4 +128,25 @@ TEST_F(DispatchTest, LayoutOnePlansOnlyThePortsFirstFunction) {
   }
 }
 
+// Between the phase Instances no planner runs: nothing is appended and nothing a planner notes
+// about the function it plans (here the device ID of the port's second function) changes.
+TEST_F(DispatchTest, PlannersRunOnlyAtTheirPhaseInstances) {
+  mModule.mFamily.QLogic8070 = TRUE;
+  std::vector<FUNCTION_SETTINGS *> Fs = Port(0x1077, 0x8070, 0, 2);
+  Fs[1]->DeviceId = 0x1644;
+  const struct {
+    UINTN Instance, Count;
+    UINT8 Phase2, Phase3;
+  } Steps[] = {{0, 5, 5, 255}, {1, 5, 5, 255}, {5, 10, 5, 10}, {6, 10, 5, 10}, {9, 10, 5, 10}};
+  for (const auto &T : Steps) {
+    Step(T.Instance, Fs[0]);
+    EXPECT_EQ((std::vector<UINTN>{mModule.mCommandCount, mModule.mPlanInstance, mModule.mPlanInstance2}),
+              (std::vector<UINTN>{T.Count, T.Phase2, T.Phase3}))
+        << T.Instance;
+    if (T.Instance != 0 && T.Instance != 5) {
+      EXPECT_EQ(mModule.mPciVidDid, 0x10778070u) << T.Instance;
+    }
+  }
+}
+
 } // namespace
