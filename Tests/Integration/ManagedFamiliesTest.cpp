@@ -176,6 +176,8 @@ TEST_F(ManagedFamiliesTest, RefusedQueriesLeaveNothingForTheResponse) {
     EFI_CONFIGURE_CLP_PARAMETER_BLK Failed = *Block;
     Failed.CLPCmdStatus = 2;
     EXPECT_EQ(Query(C.Controller, C.Child), EFI_NOT_FOUND);
+    EXPECT_EQ((std::vector<UINTN>{mModule.mParseResponse, mModule.mResponseCommandCode}),
+              (std::vector<UINTN>{0, 0}));
     Fw().ClearEvents();
     UINTN Instance = 0;
     EXPECT_EQ(Protocol->Response(Protocol, C.Controller, nullptr, &Instance, Guid, &Failed, sizeof(Failed),
