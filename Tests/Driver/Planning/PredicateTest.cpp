@@ -93,6 +93,7 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"RoceMode", {48}, [](T *) { mModule.mRoceMode = 1; }},
       {"SriovRequested", {48}, [](T *) { mModule.mSriovRequested = 1; }},
       {"SamePersonality", {6}, [](T *) { mModule.mCurrentPersonality = PF_TYPE_NIC; }},
+      {"SameFcoePersonality", {6}, [](T *) { Tbl.Function[1].FunctionType = PF_TYPE_FCOE; }},
       {"OneFunctionWished", {6}, [](T *) { Tbl.DesiredFunctionCount = 1; }},
       {"NoCountWish", {4, 6}, [](T *) { Tbl.DesiredFunctionCount = 0; }},
       {"FiveFunctionsWished", {4}, [](T *) { Tbl.DesiredFunctionCount = 5; }},
@@ -341,7 +342,8 @@ TEST_F(PredicateTest, LayoutFunctionCountTypesAndPartitioning) {
   EXPECT_FALSE(Plan(SET_MODE));
   mModule.mLinkConfig = 0;
   EXPECT_TRUE(Plan(SET_MODE));
-  const UINT8 Cases[][4] = {{3, 1, 1, 2}, {3, 2, 0, 9}, {4, 2, 1, 4}}; // wish, current, append, record
+  const UINT8 Cases[][4] = {
+      {3, 1, 1, 2}, {3, 2, 0, 9}, {4, 2, 1, 4}, {1, 2, 1, 1}}; // wish, current, append, record
   for (const auto &C : Cases) {
     Fresh();
     Tbl.DesiredFunctionCount = C[0];
@@ -409,8 +411,10 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
       // Controller-wide: the family, not the layout, allows the decision.
       {"ControllerOn", 0x1077, 0x8070, 0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 1, 45, 1},
       {"ControllerAgrees", 0x1077, 0x8070, 0, 2, 1, 0, 0, 0, 0, 0, 0, 1, 1, 0, 1},
+      {"ControllerOff", 0x1077, 0x8070, 16, 2, 1, 0, 0, 0, 0, 0, 0, 1, 1, 45, 0},
       // Per port: any wished function counts; held back on ports with many functions.
       {"PortOn", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"PortFirstEntryWishes", 0x19A2, 0x0712, 0, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
       {"PortSecondIsFcoe", 0x19A2, 0x0712, 1, 2, 0, 2, 2, 0, 0, 0, 0, 0, 1, 45, 1},
       {"PortSecondIsNic", 0x19A2, 0x0712, 1, 2, 0, 2, 0, 0, 0, 0, 0, 0, 1, 0, 0},
       {"PortThreeFunctions", 0x19A2, 0x0712, 1, 2, 0, 3, 2, 0, 0, 0, 0, 0, 1, 0, 0},
@@ -446,6 +450,11 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
     EXPECT_EQ(Planned(), C.Code != 0 ? Codes{C.Code} : Codes{});
     EXPECT_EQ(S->SriovEnabled, C.Record);
   }
+  // Without valid SR-IOV wishes a per-function device keeps what it reports.
+  Fresh();
+  SetDevice(0x10DF, 0x0722);
+  Hdr.SriovValid = mModule.mTargetUmc = 0;
+  EXPECT_FALSE(Plan(SET_SRIOV_FOR_PF));
   // A wish in a layout that cannot carry SR-IOV is reported once, on the port's first function.
   Fresh();
   S->PciAddress = 0x3A01;
