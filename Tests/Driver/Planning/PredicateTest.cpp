@@ -424,6 +424,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
       {"PortNotFirstFunction", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0},
       // Per function: held back while partitioning or RoCE typing is being established.
       {"FunctionOn", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 51, 1},
+      {"FunctionOffHeldWhileUmcSwitchesOn", 0x10DF, 0x0722, 16, 2, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1},
       {"FunctionHeldWhileUmcSwitchesOn", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0},
       {"FunctionNotOnUnderUmc", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 1, 1, 0, 0, 0, 1, 0, 0},
       {"FunctionOffUnderUmc", 0x10DF, 0x0722, 16, 2, 1, 0, 0, 1, 1, 0, 0, 0, 1, 51, 0},
@@ -431,6 +432,12 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
       {"FunctionRoceModeSwitchesOff", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 1, 0, 0, 1, 51, 0},
       {"FunctionAgrees", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1},
       {"OtherDevice", 0x8086, 0x1572, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+      // The other devices of each kind.
+      {"Port1656", 0x1077, 0x1656, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"Port0710", 0x19A2, 0x0710, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"Port0714", 0x19A2, 0x0714, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"Function0720", 0x10DF, 0x0720, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 51, 1},
+      {"Function0724", 0x10DF, 0x0724, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 51, 1},
   };
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
@@ -462,6 +469,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
     mModule.mActiveLinkConfig = Step == 2 ? 0 : 1;
     mModule.mFirstFunctionOfPort = Step != 1;
     EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
+    EXPECT_EQ(P.Reports.size(), 1u) << Step; // at once, in the layout that cannot carry it
   }
   EXPECT_EQ(P.Reports,
             (std::vector<std::array<UINT32, 4>>{{0x80000002u, 0x0380801Bu, 0x00013AAAu, 0xD083E94Cu}}));
