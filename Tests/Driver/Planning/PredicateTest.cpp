@@ -566,4 +566,35 @@ TEST_F(PredicateTest, GeneralPlannerSettingsByFamilyAndType) {
   }
 }
 
+// The settings phase of a later function of an Emulex0720 port (the port's layout is decided on
+// its first function), type by type, against the platform that wishes everything.
+TEST_F(PredicateTest, Emulex0720SettingsOfALaterFunctionByType) {
+  const struct {
+    UINT8 PfType, TargetUmc;
+    Codes Expected;
+  } Cases[] = {
+      {PF_TYPE_NIC, 1, {22, 23, 21, 10, 14}},
+      {PF_TYPE_FC, 1, {22, 23, 21, 10, 17, 20, 24, 25, 26, 27}},
+      {PF_TYPE_FCOE, 1, {22, 23, 10, 14, 17, 20, 24, 25, 26, 27}},
+      {PF_TYPE_ISCSI, 1, {22, 23, 21, 10, 14, 31, 30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43}},
+      {PF_TYPE_IB, 1, {22, 23, 21, 10, 14}},
+      {PF_TYPE_ROCE, 1, {22, 23, 21, 10, 14}},
+      {PF_TYPE_DISABLED, 1, {22, 23, 21, 10}},
+      {PF_TYPE_NIC, 0, {21, 52, 53, 10, 14}}, // not partitioned: PXE VLAN, no shares
+      {PF_TYPE_ISCSI, 0, {21, 10, 14, 31, 30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43}},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(testing::Message() << "type " << int(C.PfType) << " umc " << int(C.TargetUmc));
+    Fresh();
+    mModule.mFamily.Emulex0720 = TRUE;
+    mModule.mTargetUmc = C.TargetUmc;
+    FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 1);
+    F->PfType = C.PfType;
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanEmulex0720(5, F, &State, &Count);
+    EXPECT_EQ(Planned(), C.Expected);
+    EXPECT_EQ(F->ProgressFlags & 0x30, PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
+  }
+}
+
 } // namespace
