@@ -80,6 +80,7 @@ TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndice
     std::vector<std::array<UINT8, 5>> Answers; // index, function count, enabled, RoCE mode, SR-IOV
   } Cases[] = {
       {"RoceWinsOverSriov", 10, 3, 0, 1, 0, 9, {10}, {{10, 1, 1, 2, 1}}},
+      {"RoceProfileOne", 10, 3, 0, 1, 0, 9, {10}, {{10, 1, 1, 1, 0}}},
       {"SriovThird", 10, 4, 0, 0, 1, 9, {10, 11, 12}, {{10, 0, 1, 1, 0}, {11, 1, 0, 1, 1}, {12, 1, 1, 0, 1}}},
       {"IndicesWrapAt256", 255, 3, 0, 0, 0, 9, {255, 0, 1}, {}},
       {"CardIndexStays", 224, 2, 0, 0, 0, 9, {224, 224}, {}},
@@ -163,6 +164,52 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
     EXPECT_EQ(Planned(), Codes{SHOW_PF_INFO});
     EXPECT_EQ(P.IpmiText.substr(0, 39), Wanted ? "Current QLogic FC FW Version(1.2) does " : "");
   }
+}
+
+// Where an Emulex0720 board's layout comes from, and the layout decisions of its first functions.
+TEST_F(PlannerTest, Emulex0720LayoutSourceAndRestart) {
+  // Boards that report their link configuration read it first, on the first port only.
+  const std::array<UINT16, 3> Boards[] = {{0x11F8, 0, SHOW_PF_INFO},     {0x11F9, 0, SHOW_LINK_CONFIG},
+                                          {0x11FA, 0, SHOW_LINK_CONFIG}, {0x11FB, 0, SHOW_PF_INFO},
+                                          {0xE868, 0, SHOW_LINK_CONFIG}, {0xE868, 1, SHOW_PF_INFO}};
+  for (const auto &B : Boards) {
+    Fresh();
+    mModule.mFamily.Emulex0720 = TRUE;
+    FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, (UINT8)B[1], 0);
+    F->SubsystemId = B[0];
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
+    PlanEmulex0720(0, F, &State, &Count);
+    EXPECT_EQ(Planned(), Codes{(INT32)B[2]}) << std::hex << B[0] << " port " << B[1];
+  }
+  // The platform is asked for RoCE and SR-IOV wishes only in a layout whose functions are typed.
+  for (UINT8 Layout : {0, 1, 2, 3, 4}) {
+    Fresh();
+    mModule.mFamily.Emulex0720 = TRUE;
+    mModule.mNaloHeader.PortTableValid = 1;
+    FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 0);
+    std::tie(F->LinkConfig, F->PortCount) = std::make_tuple(Layout, 1);
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanEmulex0720(5, F, &State, &Count);
+    EXPECT_EQ(P.PortCalls.size(), Layout == 1 || Layout == 4 ? 0u : 1u) << int(Layout);
+  }
+  // A new link configuration ends the plan for a restart; the record is not marked planned.
+  Fresh();
+  mModule.mFamily.Emulex0720 = TRUE;
+  FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 0);
+  F->SubsystemId = 0x11F9;
+  std::tie(mModule.mLinkConfig, mModule.mActiveLinkConfig) = std::make_tuple(1, 0);
+  PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+  PlanEmulex0720(5, F, &State, &Count);
+  EXPECT_EQ(Planned(), Codes{SET_MODE});
+  EXPECT_EQ(mModule.mPlanComplete, 1);
+  EXPECT_EQ(F->ProgressFlags & 0x30, 0);
+  // A later port whose layout stands goes on to its settings.
+  Fresh();
+  mModule.mFamily.Emulex0720 = TRUE;
+  mModule.mNaloHeader.PortTableValid = mModule.mNaloPortTable.DesiredPortEnable = 1;
+  std::fill(mModule.mPfTypeTable + 1, mModule.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
+  PlanEmulex0720(5, NewRecord(0x10DF, 0x0720, 1, 0), &State, &Count);
+  EXPECT_EQ(Planned(), (Codes{SET_PORT_EN, SET_PXE_VLAN}));
 }
 
 // The function-type table of the previous port must not leak into this one: the first function
