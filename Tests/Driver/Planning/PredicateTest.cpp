@@ -126,6 +126,7 @@ TEST_F(PredicateTest, EnableDecisions) {
       {"NoPortTableDefaultsEmulex0700", SET_PORT_EN, 0, 0, 0, true, TRUE, 0, 0, 0, true, 1},
       {"PortForced", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 0, 0, true, 1},
       {"PortForcedNeedsZeroIscsiWord", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 5, 0, false, 0},
+      {"PortEmulex0700AlwaysSets", SET_PORT_EN, 1, 1, 1, true, FALSE, 0, 0, 0, true, 1},
       {"BootEmulex0700AlwaysSets", SET_BOOT_EN, 1, 1, 1, true, FALSE, 0, 0, PF_TYPE_NIC, true, 1},
       {"NoBootTableKeepsReported", SET_BOOT_EN, 0, 1, 0, false, FALSE, 0, 0, PF_TYPE_NIC, false, 0},
       {"BootForcedOnNic", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_NIC, true, 1},
@@ -166,8 +167,12 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   SetText(S->MfgAddressText[0], "001B210AFF3C");
   SetText(S->CurrentAddressText[0], "020000000001");
   std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x00", 8);
+  std::tie(S->MfgAddress[1][0], S->CurrentAddress[1][0]) = std::make_tuple(0x11, 0x77); // texts agree
   Addr0.Enabled = 0; // no virtual address: the manufacturer's is wanted
   EXPECT_TRUE(Plan(SET_ADDR_DEFAULTS));
+  EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
+  EXPECT_EQ(std::memcmp(S->CurrentAddress[0], S->MfgAddress[0], 8), 0);
+  EXPECT_EQ(S->CurrentAddress[1][0], 0x77);
   FUNCTION_SETTINGS *Second = NewRecord();
   SetText(Second->MfgAddressText[1], "ABCDEF");
   EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
@@ -191,6 +196,17 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   mModule.mFamily.QLogic2261 = FALSE, mModule.mFamily.QLogic8070 = TRUE; // its MAC is the permanent one
   EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
   EXPECT_FALSE(RestoreMacFromPermanent(nullptr));
+  // A different MAC returns to the permanent one: twelve digits and the first seven bytes.
+  SetText(S->CurrentAddressText[0], "020000000001");
+  std::memset(S->CurrentAddress[0], 0xEE, 8);
+  std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x55", 8);
+  SetDevice(0x1077, 0x1656); // except on this device
+  EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
+  SetDevice(0x1077, 0x8070);
+  EXPECT_TRUE(Plan(SET_PORT_DEFAULTS));
+  EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
+  EXPECT_EQ(std::vector<UINT8>(S->CurrentAddress[0], S->CurrentAddress[0] + 8),
+            (std::vector<UINT8>{0x00, 0x1B, 0x21, 0x0A, 0xFF, 0x3C, 0x00, 0xEE}));
 
   Fresh(); // no protocol
   P.NaloPresent = false;
