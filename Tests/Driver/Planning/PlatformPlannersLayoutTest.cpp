@@ -162,7 +162,11 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
     State.PlanInstance = mModule.mPlanInstance;
     PlanGeneral(1, F, &State, &Count); // phase 2 is empty: phase 3 follows at once
     EXPECT_EQ(Planned(), Codes{SHOW_PF_INFO});
-    EXPECT_EQ(P.IpmiText.substr(0, 39), Wanted ? "Current QLogic FC FW Version(1.2) does " : "");
+    // PrintLib writes the newline as CR LF.
+    EXPECT_EQ(P.IpmiText,
+              Wanted
+                  ? "Current QLogic FC FW Version(1.2) does not support IOV Command. Supported from 6.7\r\n"
+                  : "");
   }
 }
 

@@ -613,4 +613,45 @@ TEST_F(PredicateTest, Emulex0720SettingsOfALaterFunctionByType) {
   }
 }
 
+// The restart check of the Emulex OneConnect families on the adapter's first function: a change of
+// function count, second-function type or (Emulex0710, when neither of those) SR-IOV ends the plan.
+TEST_F(PredicateTest, EmulexOneConnectRestartCheck) {
+  const struct {
+    const char *Name;
+    bool Is0710;
+    UINT8 Port, WishCount, CurrentCount, Personality;
+    Codes Expected;
+  } Cases[] = {
+      {"CountAndType", true, 0, 2, 0, PF_TYPE_FCOE, {SET_PFCOUNT, SET_PF1_TYPE}},
+      {"CountOnly", true, 0, 1, 2, PF_TYPE_FCOE, {SET_PFCOUNT}},
+      {"TypeOnly", true, 0, 2, 2, PF_TYPE_FCOE, {SET_PF1_TYPE}},
+      {"SriovOnly", true, 0, 1, 1, PF_TYPE_FCOE, {SET_SRIOV_FOR_CONTROLLER}},
+      {"Emulex0700Type", false, 0, 2, 0, PF_TYPE_FCOE, {SET_PF1_TYPE}},
+      {"LaterPortGoesOn", true, 1, 2, 0, PF_TYPE_FCOE, {8, 22, 23, 21, 10, 14}},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    (C.Is0710 ? mModule.mFamily.Emulex0710 : mModule.mFamily.Emulex0700) = TRUE;
+    FUNCTION_SETTINGS *F = NewRecord(0x19A2, C.Is0710 ? 0x0710 : 0x0700, C.Port, 0);
+    Tbl.DesiredFunctionCount = C.WishCount;
+    std::tie(mModule.mCurrentPfCount, mModule.mCurrentPersonality) =
+        std::make_tuple(C.CurrentCount, C.Personality);
+    PLAN_STATE State = {5, PLAN_INSTANCE_NONE, 0, 0, 0};
+    PlanGeneral(5, F, &State, &Count);
+    EXPECT_EQ(Planned(), C.Expected);
+    const bool Stopped = C.Port == 0;
+    EXPECT_EQ(mModule.mPlanStopped, Stopped ? 1 : 0);
+    EXPECT_EQ(mModule.mPlanInstance2, Stopped ? Count : PLAN_INSTANCE_NONE);
+  }
+  // With the IOV firmware a QLogic2261 returns to its defaults before it reads its settings.
+  Fresh();
+  mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = mModule.mFcIovSupported = TRUE;
+  SetDevice(0x1077, 0x2261);
+  Addr0.Enabled = 0;
+  PLAN_STATE State = {5, PLAN_INSTANCE_NONE, 0, 0, 0};
+  PlanGeneral(5, S, &State, &Count);
+  EXPECT_EQ(Planned(), (Codes{66, 7, 9, 15, 16, 18, 19, 59, 60, 61, 62, 63, 64, 65}));
+}
+
 } // namespace
