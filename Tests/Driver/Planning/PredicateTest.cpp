@@ -84,6 +84,9 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"NoFunctionEntry", {21, 22, 23}, [](T *) { mModule.mCurFunctionEntry = nullptr; }},
       {"NoFunctionVlan", {21}, [](T *) { Tbl.Function[0].FunctionVlanId = nullptr; }},
       {"NoBootVlan", {21}, [](T *) { Tbl.PortMode = 0, Boot0.BootVlanId = 0; }},
+      {"NoBootVlanKeepsReported",
+       {21},
+       [](T *X) { Tbl.PortMode = 0, Boot0.BootVlanId = 0, X->S->VlanId = 50; }},
       {"Config25", {22, 23}, [](T *) { Hdr.ConfigType = 2, Hdr.ConfigSubtype = 5; }},
       {"NotPartitioned", {22, 23}, [](T *) { Tbl.PortMode = 0; }},
       {"UmcNotWanted", {22, 23}, [](T *) { mModule.mTargetUmc = 0; }},
@@ -292,6 +295,11 @@ TEST_F(PredicateTest, VlanDecisions) {
       {"PxeOtherFamilyAlwaysSetsId", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
       {"PxeQLogic8070OnlyOnDifference", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, true, {52}, 100},
       {"PxeNoVlanWantedOnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 0, 100, false, false, {52}, 100},
+      {"PxeNewIdRecorded", 53, PF_TYPE_NIC, 0, 0, 0, 0, 300, 100, false, false, {52, 53}, 300},
+      {"PxeVlanOne", 53, PF_TYPE_NIC, 0, 0, 0, 0, 1, 1, false, false, {52, 53}, 1},
+      {"PxeOnRoce", 53, PF_TYPE_ROCE, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
+      {"PxeNotOnIscsi", 53, PF_TYPE_ISCSI, 0, 0, 0, 0, 300, 100, false, false, {}, 100},
+      {"Emulex0700BootSentinel", 21, 0, 0, 0, 0, 0, 100, 100, true, false, {21}, 100},
   };
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
@@ -303,6 +311,10 @@ TEST_F(PredicateTest, VlanDecisions) {
     EXPECT_EQ(Planned(), C.Expected);
     EXPECT_EQ(S->VlanId, C.Record);
   }
+  // The shares decided are recorded for the builder.
+  Fresh();
+  EXPECT_TRUE(Plan(SET_PF_BANDWIDTH) && Plan(SET_PF_RATE_LIMIT));
+  EXPECT_EQ(std::make_pair(S->MinBandwidth, S->MaxBandwidth), std::make_pair(MinShare, MaxShare));
 }
 
 TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) {
