@@ -237,8 +237,10 @@ TEST_F(PlannerTest, FirstFunctionOfAPortStartsTheFunctionTypeTableAfresh) {
     F->LinkConfig = C.LinkConfig;
     std::fill(std::begin(mModule.mPfTypeTable), std::end(mModule.mPfTypeTable), 0x5Au);
     mModule.mPfTypeCount = 7;
+    mModule.mPxeVlanEnabled = 1;
     PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
     (C.QLogic ? PlanQLogic8070 : PlanEmulex0720)(0, F, &State, &Count);
+    EXPECT_EQ(mModule.mPxeVlanEnabled, 1) << "nothing is written behind the table";
     const std::string Case = std::string(C.QLogic ? "QLogic8070" : "Emulex0720") + " layout " +
                              std::to_string(C.LinkConfig) + " pf " + std::to_string(C.PfIndex);
     EXPECT_EQ(mModule.mPfTypeTable[0], C.Reset ? (UINT32)PF_TYPE_NIC : 0x5Au) << Case;

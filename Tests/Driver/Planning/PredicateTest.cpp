@@ -502,6 +502,16 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   EXPECT_EQ(P.Reports,
             (std::vector<std::array<UINT32, 4>>{{0x80000002u, 0x0380801Bu, 0x00013AAAu, 0xD083E94Cu}}));
   EXPECT_NE(S->ErrorFlags & ERROR_FLAG_ERROR_REPORTED, 0);
+  // A QLogic8070 works in the layout its record gives.
+  for (UINT8 Layout : {0, 1}) {
+    Fresh();
+    mModule.mFamily.QLogic8070 = TRUE;
+    FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x8070, 0, 0);
+    F->LinkConfig = Layout;
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanQLogic8070(5, F, &State, &Count);
+    EXPECT_EQ(P.Reports.size(), Layout) << int(Layout);
+  }
   // A multi-port adapter with controller-wide SR-IOV decides on a later port, for every port.
   Fresh();
   SetDevice(0x15B3, 0x1013);
