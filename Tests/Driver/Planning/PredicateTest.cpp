@@ -41,9 +41,9 @@ public:
     Tbl.Function[Index].FunctionType = Type;
   }
   UINT8 Mac[6] = {};
-  char Wwnn[17] = "20000090fa1b2c3d", Wwpn[17] = "10000090FA1B2C3D"; // either case
-  char Target1[20] = "50060E8012345678XY", Target2[17] = "50060E8087654321";
-  char Lun1[6] = "00015", Lun2[3] = "02", Speed[5] = "1600", Topology[4] = "P2P";
+  char Wwnn[17] = "20000090fa1b2c3d", Wwpn[18] = "10000090FA1B2C3DE"; // either case; one digit too many
+  char Target1[20] = "50060E8012345678XY", Target2[19] = "50060E8087654321XY";
+  char Lun1[6] = "00015", Lun2[7] = "000234", Speed[6] = "16000", Topology[4] = "P2P";
   char Initiator[29] = "iqn.2001-04.com.example:host";
   UINT16 BootVlan = 0, FunctionVlan = 0;
   UINT8 MinShare = 25, MaxShare = 80, InitiatorOrigin = 0, TargetOrigin = 0, AuthMethod = 0;
@@ -223,22 +223,25 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
 TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
   const struct {
     UINT32 Code;
-    UINT16 Vendor;
     size_t Offset; // of the record field, an interface of the platform
-    const char *Expected;
+    const char *Expected, *QLogicExpected;
   } Cases[] = {
-      {SET_PF_TAR_WWPN1, 0x10DF, 0x374, "50060E8012345678"},
-      {SET_PF_TAR_LUN1, 0x10DF, 0x396, "0001"},
-      {SET_LINK_SPEED, 0x1077, 0x3A0, "16"},
-      {SET_TOPOLOGY, 0x10DF, 0x3A5, "P2"},
+      {SET_PF_TAR_WWPN1, 0x374, "50060E8012345678", "50060E8012345678"},
+      {SET_PF_TAR_WWPN2, 0x385, "50060E8087654321", "50060E8087654321"},
+      {SET_PF_TAR_LUN1, 0x396, "0001", "0001"},
+      {SET_PF_TAR_LUN2, 0x39B, "0002", "0002"},
+      {SET_LINK_SPEED, 0x3A0, "1600", "16"},
+      {SET_TOPOLOGY, 0x3A5, "P2", "P2"},
   };
   for (const auto &C : Cases) {
-    Fresh();
-    SetDevice(C.Vendor, 0x2261);
-    CHAR8 *Field = reinterpret_cast<CHAR8 *>(S) + C.Offset;
-    std::memset(Field, 'Z', 4);
-    EXPECT_TRUE(Plan(C.Code));
-    EXPECT_EQ(Text(Field), C.Expected) << C.Code;
+    for (UINT16 Vendor : {0x10DF, 0x1077}) {
+      Fresh();
+      SetDevice(Vendor, 0x2261);
+      CHAR8 *Field = reinterpret_cast<CHAR8 *>(S) + C.Offset;
+      std::memset(Field, 'Z', 4);
+      EXPECT_TRUE(Plan(C.Code));
+      EXPECT_EQ(Text(Field), Vendor == 0x1077 ? C.QLogicExpected : C.Expected) << C.Code << " " << Vendor;
+    }
   }
 
   AuthMethod = 1; // CHAP without the mutual secret
@@ -266,7 +269,10 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
     Fresh();
     S->PfType = C.PfType;
     std::memset(S->CurrentAddress, 0xEE, sizeof(S->CurrentAddress));
+    SetText(S->CurrentAddressText[C.Slot],
+            ("F" + std::string(C.Expected).substr(1)).c_str()); // first digit differs
     EXPECT_TRUE(Plan(C.Code));
+    EXPECT_EQ(S->CurrentAddress[C.Slot + 1][0], 0xEE); // nothing behind the slot
     const std::string Hex = C.Expected;
     std::vector<UINT8> Bytes(8, 0xEE); // a MAC takes 6 bytes of the slot
     for (size_t K = 0; K < Hex.size() / 2; K++) {
@@ -325,6 +331,9 @@ TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) 
   Count = COMMAND_LIST_ENTRIES + 10;
   EXPECT_FALSE(AppendCommand(SET_UMC, &Count));
   EXPECT_FALSE(AppendCommand(SET_UMC, nullptr));
+  mModule.mConfigStatus = EFI_SUCCESS;
+  EXPECT_FALSE(PlanCommand(nullptr, SET_PORT_EN, &Count));
+  EXPECT_EQ(mModule.mConfigStatus, EFI_INVALID_PARAMETER);
   // Pairs and queues: what takes the last place is planned, the rest is neither appended nor recorded.
   Fresh();
   Tbl.PortMode = 0;
