@@ -67,6 +67,15 @@ TEST_F(NaloTablesTest, LoadQueryAndPolicy) {
   P.PolicyByte2 = 0;
   EXPECT_EQ(GetForceAdapterEnable(), 1);
   EXPECT_EQ(P.PolicyCalls, 2);
+  // The platform hears of a needed restart once per boot, as soon as its protocol is there.
+  P.NaloPresent = false;
+  mModule.mNaloConfig = nullptr;
+  NotifyRestartOnce();
+  EXPECT_EQ(P.RestartNotes, 0);
+  P.NaloPresent = true;
+  NotifyRestartOnce();
+  NotifyRestartOnce();
+  EXPECT_EQ(P.RestartNotes, 1);
 }
 
 using PlannerTest = PlanningTest;

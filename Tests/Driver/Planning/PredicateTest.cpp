@@ -303,6 +303,8 @@ TEST_F(PredicateTest, VlanDecisions) {
       {"PxeNoVlanWantedOnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 0, 100, false, false, {52}, 100},
       {"PxeNewIdRecorded", 53, PF_TYPE_NIC, 0, 0, 0, 0, 300, 100, false, false, {52, 53}, 300},
       {"PxeVlanOne", 53, PF_TYPE_NIC, 0, 0, 0, 0, 1, 1, false, false, {52, 53}, 1},
+      {"Wish4095MeansNone", 21, 0, 0, 0, 0, 0, 4095, 0, false, false, {}, 0},
+      {"Pxe4095OnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 4095, 0, false, false, {52}, 0},
       {"PxeOnRoce", 53, PF_TYPE_ROCE, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
       {"PxeNotOnIscsi", 53, PF_TYPE_ISCSI, 0, 0, 0, 0, 300, 100, false, false, {}, 100},
       {"Emulex0700BootSentinel", 21, 0, 0, 0, 0, 0, 100, 100, true, false, {21}, 100},
