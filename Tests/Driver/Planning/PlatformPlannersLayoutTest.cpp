@@ -221,8 +221,10 @@ TEST_F(PlannerTest, Emulex0720LayoutSourceAndRestart) {
   mModule.mFamily.Emulex0720 = TRUE;
   mModule.mNaloHeader.PortTableValid = mModule.mNaloPortTable.DesiredPortEnable = 1;
   std::fill(mModule.mPfTypeTable + 1, mModule.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
+  mModule.mEmulexPfTypeSetIndex = 3; // left by the builder in the previous plan
   PlanEmulex0720(5, NewRecord(0x10DF, 0x0720, 1, 0), &State, &Count);
   EXPECT_EQ(Planned(), (Codes{SET_PORT_EN, SET_PXE_VLAN}));
+  EXPECT_EQ(mModule.mEmulexPfTypeSetIndex, 0); // the builder walks the new type queue from its start
 }
 
 // The function-type table of the previous port must not leak into this one: the first function
