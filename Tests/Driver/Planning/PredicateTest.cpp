@@ -297,6 +297,8 @@ TEST_F(PredicateTest, VlanDecisions) {
       {"BootVlanCleared", 21, 0, 0, 0, 0, 0, 0, 50, false, false, {21}, 0},
       {"OnlyLow12BitsCount", 21, 0, 0, 0, 0, 0, 0x1064, 100, false, false, {}, 100},
       {"Config25UsesBootEntry", 21, 0, 2, 5, 2, 200, 100, 100, false, false, {}, 100},
+      {"ConfigType2AloneIsNot25", 21, 0, 2, 0, 2, 200, 100, 100, false, false, {21}, 200},
+      {"ConfigSubtype5AloneIsNot25", 21, 0, 0, 5, 2, 200, 100, 100, false, false, {21}, 200},
       {"Emulex0700FunctionSentinel", 21, 0, 0, 0, 2, 100, 0, 100, true, false, {21}, 100},
       {"PxeOtherFamilyAlwaysSetsId", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
       {"PxeQLogic8070OnlyOnDifference", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, true, {52}, 100},
