@@ -159,11 +159,15 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
     EXPECT_EQ(Planned(), Expected) << std::hex << B[0] << ":" << B[1];
   }
   // A QLogic2261 without IOV support tells the management controller when virtual names are wanted.
-  for (UINT8 Wanted : {1, 0}) {
+  const std::tuple<UINT8, const char *, const char *> Firmware[] = {
+      {1, "1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7", "1.2"},
+      {0, "1.2", nullptr},
+      {1, "7", "7.0"}}; // wanted, version, shown
+  for (const auto &[Wanted, Version, Shown] : Firmware) {
     Fresh();
     mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = TRUE;
     FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x2261, 0, 0);
-    SetText(F->FirmwareVersion[3], "1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7"); // sixteen components
+    SetText(F->FirmwareVersion[3], Version);
     mModule.mNaloHeader.AddressTableValid = 1;
     mModule.mNaloAddressTable[0].Enabled = Wanted;
     State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
@@ -172,10 +176,9 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
     PlanGeneral(1, F, &State, &Count); // phase 2 is empty: phase 3 follows at once
     EXPECT_EQ(Planned(), Codes{SHOW_PF_INFO});
     // PrintLib writes the newline as CR LF.
-    EXPECT_EQ(P.IpmiText,
-              Wanted
-                  ? "Current QLogic FC FW Version(1.2) does not support IOV Command. Supported from 6.7\r\n"
-                  : "");
+    EXPECT_EQ(P.IpmiText, Shown ? "Current QLogic FC FW Version(" + std::string(Shown) +
+                                      ") does not support IOV Command. Supported from 6.7\r\n"
+                                : "");
   }
 }
 

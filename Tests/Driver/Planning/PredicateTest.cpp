@@ -170,12 +170,12 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   SetText(S->MfgAddressText[0], "001B210AFF3C");
   SetText(S->CurrentAddressText[0], "020000000001");
   std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x00", 8);
-  std::tie(S->MfgAddress[1][0], S->CurrentAddress[1][0]) = std::make_tuple(0x11, 0x77); // texts agree
+  std::tie(S->MfgAddress[0][8], S->CurrentAddress[0][8]) = std::make_tuple(0x11, 0x77); // behind the address
   Addr0.Enabled = 0; // no virtual address: the manufacturer's is wanted
   EXPECT_TRUE(Plan(SET_ADDR_DEFAULTS));
   EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
   EXPECT_EQ(std::memcmp(S->CurrentAddress[0], S->MfgAddress[0], 8), 0);
-  EXPECT_EQ(S->CurrentAddress[1][0], 0x77);
+  EXPECT_EQ(S->CurrentAddress[0][8], 0x77);
   FUNCTION_SETTINGS *Second = NewRecord();
   SetText(Second->MfgAddressText[1], "ABCDEF");
   EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
@@ -272,7 +272,7 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
     SetText(S->CurrentAddressText[C.Slot],
             ("F" + std::string(C.Expected).substr(1)).c_str()); // first digit differs
     EXPECT_TRUE(Plan(C.Code));
-    EXPECT_EQ(S->CurrentAddress[C.Slot + 1][0], 0xEE); // nothing behind the slot
+    EXPECT_EQ(S->CurrentAddress[C.Slot][8], 0xEE); // nothing behind the eight bytes of an address
     const std::string Hex = C.Expected;
     std::vector<UINT8> Bytes(8, 0xEE); // a MAC takes 6 bytes of the slot
     for (size_t K = 0; K < Hex.size() / 2; K++) {
