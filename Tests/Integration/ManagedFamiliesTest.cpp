@@ -1,6 +1,7 @@
 // Whole controller runs of the Emulex0710, QLogic2261, QLogic2031, Intel and Emulex0700 families
 // through the installed protocol, with replies in each family's format.
 #include "Integration/ScriptedAdapter.h"
+#include "Managed/AdapterSettings.h"
 
 namespace {
 
@@ -136,6 +137,58 @@ TEST_F(ManagedFamiliesTest, Emulex0700WithValidTablesAndAnFcoeFunction) {
              "set port0/pf1 OEMVDR_WWNN=20000000C9000002", "set port0/pf1 OEMVDR_WWPN=10000000C9000002",
              "set port0/pf1 OEMVDR_PfBootEnable=disable", "exit"}));
   EXPECT_EQ(A.Record(0, 1)->PortEnable, 1); // the port's decision, carried into the second function
+}
+
+// ---- Refusals --------------------------------------------------------------------------------------
+
+// Every refused Query answers EFI_NOT_FOUND and leaves nothing behind for a Response to act on,
+// even right after a Query that handed out a command.
+TEST_F(ManagedFamiliesTest, RefusedQueriesLeaveNothingForTheResponse) {
+  AdapterSpec Bare;
+  std::tie(Bare.VendorId, Bare.DeviceId, Bare.Bus, Bare.PlatformFlags, Bare.WithSettings) =
+      std::make_tuple(0x10DF, 0xE200, 0x30, kWithTables, false);
+  const EFI_HANDLE NoSettings = AddAdapter(Fw(), Bare).Handle(0, 0);
+  EFI_CONFIGURE_CLP_PARAMETER_BLK *Block = nullptr;
+  EFI_GUID *Guid = nullptr;
+  auto Query = [&](EFI_HANDLE Controller, EFI_HANDLE Child = nullptr) {
+    UINTN Instance = 0, Size = 0;
+    return Protocol->Query(Protocol, Controller, Child, &Instance, &Guid, (VOID **)&Block, &Size);
+  };
+  EXPECT_EQ(Query(NoSettings), EFI_NOT_FOUND); // no controller of the platform has a record yet
+
+  const EFI_HANDLE Served = AddBound(0x10DF, 0xE200, 1, 1, kWithTables).Handle(0, 0);
+  const EFI_HANDLE Failing = AddBound(0x10DF, 0xE200, 1, 1, kWithTables).Handle(0, 0);
+  Fw().SetAdapterSettingsStatus(Failing, EFI_DEVICE_ERROR);
+  const EFI_HANDLE Unmanaged = AddBound(0x10DF, 0xE200, 1, 1, PLATFORM_FLAG_6).Handle(0, 0);
+  const EFI_HANDLE Unknown = AddBound(0x10DF, 0x0001, 1, 1, kWithTables).Handle(0, 0);
+  // Refused before a record was obtained, ManagedMode itself holds no settings for a Response; the
+  // front hands a Response no managed command came before to nobody.
+  const struct {
+    EFI_HANDLE Controller, Child;
+    bool BeforeRecord;
+  } Refused[] = {{Served, Served, true},
+                 {Failing, nullptr, true},
+                 {NoSettings, nullptr, true},
+                 {Unmanaged, nullptr, false},
+                 {Unknown, nullptr, false}};
+  for (const auto &C : Refused) {
+    ASSERT_EQ(Query(Served), EFI_SUCCESS);
+    EFI_CONFIGURE_CLP_PARAMETER_BLK Failed = *Block;
+    Failed.CLPCmdStatus = 2;
+    EXPECT_EQ(Query(C.Controller, C.Child), EFI_NOT_FOUND);
+    EXPECT_EQ((std::vector<UINTN>{mModule.mParseResponse, mModule.mResponseCommandCode}),
+              (std::vector<UINTN>{0, 0}));
+    Fw().ClearEvents();
+    UINTN Instance = 0;
+    EXPECT_EQ(Protocol->Response(Protocol, C.Controller, nullptr, &Instance, Guid, &Failed, sizeof(Failed),
+                                 EfiPlatformConfigurationActionStopController),
+              EFI_SUCCESS);
+    if (C.BeforeRecord) {
+      EXPECT_EQ(ManagedModeResponse(C.Controller, nullptr, &Instance, Guid, &Failed, sizeof(Failed)),
+                EFI_SUCCESS);
+    }
+    EXPECT_TRUE(Fw().Events().empty()) << Fw().Events().size();
+  }
 }
 
 } // namespace

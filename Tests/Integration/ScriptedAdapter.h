@@ -78,6 +78,9 @@ public:
       const std::string Command(reinterpret_cast<const char *>(Block->CLPCommand), Block->CLPCommandLength);
       EXPECT_EQ(Command.size(), std::strlen(reinterpret_cast<const char *>(Block->CLPCommand)))
           << "CLPCommandLength must be the text length";
+      EXPECT_TRUE(Block->CLPReturnString == nullptr && Block->CLPReturnStringLength == 0 &&
+                  Block->CLPCmdStatus == 0 && Block->CLPErrorValue == 0 && Block->CLPMsgCode == 0)
+          << "a block handed out carries no results of the previous command";
       ScriptedReply Reply;
       const auto It = Replies.find(Command);
       if (It != Replies.end() && !It->second.empty()) {

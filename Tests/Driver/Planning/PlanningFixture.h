@@ -35,7 +35,7 @@ public:
     std::vector<std::array<UINT8, 3>> PortCalls;
     BOOLEAN Defaults[2] = {FALSE, FALSE};
     int DefaultsCalls[2] = {0, 0};
-    int Allocations = 0, Frees = 0, PolicyLocates = 0, PolicyCalls = 0;
+    int Allocations = 0, Frees = 0, PolicyLocates = 0, PolicyCalls = 0, RestartNotes = 0;
     EFI_STATUS PolicyStatus = EFI_SUCCESS;
     UINT8 PolicyByte2 = 0;
     std::vector<std::array<UINT32, 4>> Reports; // type, value, instance, first word of the caller GUID
@@ -126,7 +126,10 @@ public:
     Current->P.DefaultsCalls[Selector & 1]++;
     return Current->P.Defaults[Selector & 1];
   }
-  static EFI_STATUS EFIAPI NotifyRestartRequired(VOID) { return EFI_SUCCESS; }
+  static EFI_STATUS EFIAPI NotifyRestartRequired(VOID) {
+    Current->P.RestartNotes++;
+    return EFI_SUCCESS;
+  }
   static EFI_STATUS EFIAPI GetPolicy(UINT8 *Record) {
     Current->P.PolicyCalls++;
     Record[PLATFORM_POLICY_FORCE_ADAPTER_ENABLE_OFFSET] = Current->P.PolicyByte2; // even when failing

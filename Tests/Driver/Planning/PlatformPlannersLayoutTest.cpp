@@ -67,6 +67,15 @@ TEST_F(NaloTablesTest, LoadQueryAndPolicy) {
   P.PolicyByte2 = 0;
   EXPECT_EQ(GetForceAdapterEnable(), 1);
   EXPECT_EQ(P.PolicyCalls, 2);
+  // The platform hears of a needed restart once per boot, as soon as its protocol is there.
+  P.NaloPresent = false;
+  mModule.mNaloConfig = nullptr;
+  NotifyRestartOnce();
+  EXPECT_EQ(P.RestartNotes, 0);
+  P.NaloPresent = true;
+  NotifyRestartOnce();
+  NotifyRestartOnce();
+  EXPECT_EQ(P.RestartNotes, 1);
 }
 
 using PlannerTest = PlanningTest;
@@ -80,6 +89,7 @@ TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndice
     std::vector<std::array<UINT8, 5>> Answers; // index, function count, enabled, RoCE mode, SR-IOV
   } Cases[] = {
       {"RoceWinsOverSriov", 10, 3, 0, 1, 0, 9, {10}, {{10, 1, 1, 2, 1}}},
+      {"RoceProfileOne", 10, 3, 0, 1, 0, 9, {10}, {{10, 1, 1, 1, 0}}},
       {"SriovThird", 10, 4, 0, 0, 1, 9, {10, 11, 12}, {{10, 0, 1, 1, 0}, {11, 1, 0, 1, 1}, {12, 1, 1, 0, 1}}},
       {"IndicesWrapAt256", 255, 3, 0, 0, 0, 9, {255, 0, 1}, {}},
       {"CardIndexStays", 224, 2, 0, 0, 0, 9, {224, 224}, {}},
@@ -119,13 +129,7 @@ TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndice
 // What of the family planners the end-to-end runs leave open. Phase 3 is run at Instance 5.
 TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
   PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
-  char Name[17] = "20000090FA1B2C3D";
-  mModule.mFamily.EmulexE200 = TRUE; // a NIC function gets no name codes although names are wished
-  mModule.mNaloHeader.AddressTableValid = 1;
-  mModule.mNaloAddressTable[0] = {1, {}, nullptr, ASTR(Name), ASTR(Name)};
-  PlanGeneral(5, NewRecord(0x10DF, 0xE200, 0, 0), &State, &Count);
-  EXPECT_EQ(Planned(), Codes{});
-  Fresh(); // an Emulex0720 function at the wished function count ends the plan without settings
+  // An Emulex0720 function at the wished function count ends the plan without settings
   mModule.mFamily.Emulex0720 = TRUE;
   mModule.mNaloHeader.PortTableValid = mModule.mNaloPortTable.DesiredPortEnable = 1;
   mModule.mNaloPortTable.DesiredFunctionCount = 1;
@@ -137,20 +141,33 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
   mModule.mFirstFunctionOfAdapter = FALSE;
   PlanMellanox1017(0, NewRecord(0x15B3, 0x1017, 0, 1), &State, &Count);
   EXPECT_EQ(Planned(), Codes{SHOW_MAX_LINK_SPEED});
-  Fresh(); // a partitioned QLogic1644 shows the minimum bandwidth whatever its subsystem
-  mModule.mFamily.QLogic8070 = TRUE;
-  mModule.mCurrentUmc = 1;
-  FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x1644, 1, 0);
-  F->SubsystemId = 0x61;
-  PlanQLogic8070(0, F, &State, &Count);
-  EXPECT_EQ(Planned(), (Codes{SHOW_BOOT_EN, SHOW_PF_BANDWIDTH, SHOW_PF_RATE_LIMIT, SHOW_PF_MFG_MAC,
-                              SHOW_PF_MAC, SHOW_PF_TYPE, SHOW_PXE_VLAN}));
+  // A partitioned second port shows the minimum bandwidth but on three boards of the 1077:8070.
+  const std::array<UINT16, 3> Boards[] = {
+      {0x8070, 0x29, 0}, {0x8070, 0x61, 0}, {0x8070, 0x64, 0}, {0x8070, 0x62, 1}, {0x1644, 0x61, 1}};
+  for (const auto &B : Boards) {
+    Fresh();
+    mModule.mFamily.QLogic8070 = TRUE;
+    mModule.mCurrentUmc = 1;
+    FUNCTION_SETTINGS *F = NewRecord(0x1077, B[0], 1, 0);
+    F->SubsystemId = B[1];
+    PlanQLogic8070(0, F, &State, &Count);
+    Codes Expected = {SHOW_BOOT_EN, SHOW_PF_RATE_LIMIT, SHOW_PF_MFG_MAC,
+                      SHOW_PF_MAC,  SHOW_PF_TYPE,       SHOW_PXE_VLAN};
+    if (B[2] != 0) {
+      Expected.insert(Expected.begin() + 1, SHOW_PF_BANDWIDTH);
+    }
+    EXPECT_EQ(Planned(), Expected) << std::hex << B[0] << ":" << B[1];
+  }
   // A QLogic2261 without IOV support tells the management controller when virtual names are wanted.
-  for (UINT8 Wanted : {1, 0}) {
+  const std::tuple<UINT8, const char *, const char *> Firmware[] = {
+      {1, "1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7", "1.2"},
+      {0, "1.2", nullptr},
+      {1, "7", "7.0"}}; // wanted, version, shown
+  for (const auto &[Wanted, Version, Shown] : Firmware) {
     Fresh();
     mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = TRUE;
-    F = NewRecord(0x1077, 0x2261, 0, 0);
-    SetText(F->FirmwareVersion[3], "1.2.3.4.5.6.7.8.9.1.2.3.4.5.6.7"); // sixteen components
+    FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x2261, 0, 0);
+    SetText(F->FirmwareVersion[3], Version);
     mModule.mNaloHeader.AddressTableValid = 1;
     mModule.mNaloAddressTable[0].Enabled = Wanted;
     State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
@@ -158,8 +175,59 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
     State.PlanInstance = mModule.mPlanInstance;
     PlanGeneral(1, F, &State, &Count); // phase 2 is empty: phase 3 follows at once
     EXPECT_EQ(Planned(), Codes{SHOW_PF_INFO});
-    EXPECT_EQ(P.IpmiText.substr(0, 39), Wanted ? "Current QLogic FC FW Version(1.2) does " : "");
+    // PrintLib writes the newline as CR LF.
+    EXPECT_EQ(P.IpmiText, Shown ? "Current QLogic FC FW Version(" + std::string(Shown) +
+                                      ") does not support IOV Command. Supported from 6.7\r\n"
+                                : "");
   }
+}
+
+// Where an Emulex0720 board's layout comes from, and the layout decisions of its first functions.
+TEST_F(PlannerTest, Emulex0720LayoutSourceAndRestart) {
+  // Boards that report their link configuration read it first, on the first port only.
+  const std::array<UINT16, 3> Boards[] = {{0x11F8, 0, SHOW_PF_INFO},     {0x11F9, 0, SHOW_LINK_CONFIG},
+                                          {0x11FA, 0, SHOW_LINK_CONFIG}, {0x11FB, 0, SHOW_PF_INFO},
+                                          {0xE868, 0, SHOW_LINK_CONFIG}, {0xE868, 1, SHOW_PF_INFO}};
+  for (const auto &B : Boards) {
+    Fresh();
+    mModule.mFamily.Emulex0720 = TRUE;
+    FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, (UINT8)B[1], 0);
+    F->SubsystemId = B[0];
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
+    PlanEmulex0720(0, F, &State, &Count);
+    EXPECT_EQ(Planned(), Codes{(INT32)B[2]}) << std::hex << B[0] << " port " << B[1];
+  }
+  // The platform is asked for RoCE and SR-IOV wishes only in a layout whose functions are typed.
+  for (UINT8 Layout : {0, 1, 2, 3, 4}) {
+    Fresh();
+    mModule.mFamily.Emulex0720 = TRUE;
+    mModule.mNaloHeader.PortTableValid = 1;
+    FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 0);
+    std::tie(F->LinkConfig, F->PortCount) = std::make_tuple(Layout, 1);
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanEmulex0720(5, F, &State, &Count);
+    EXPECT_EQ(P.PortCalls.size(), Layout == 1 || Layout == 4 ? 0u : 1u) << int(Layout);
+  }
+  // A new link configuration ends the plan for a restart; the record is not marked planned.
+  Fresh();
+  mModule.mFamily.Emulex0720 = TRUE;
+  FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 0);
+  F->SubsystemId = 0x11F9;
+  std::tie(mModule.mLinkConfig, mModule.mActiveLinkConfig) = std::make_tuple(1, 0);
+  PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+  PlanEmulex0720(5, F, &State, &Count);
+  EXPECT_EQ(Planned(), Codes{SET_MODE});
+  EXPECT_EQ(mModule.mPlanComplete, 1);
+  EXPECT_EQ(F->ProgressFlags & 0x30, 0);
+  // A later port whose layout stands goes on to its settings.
+  Fresh();
+  mModule.mFamily.Emulex0720 = TRUE;
+  mModule.mNaloHeader.PortTableValid = mModule.mNaloPortTable.DesiredPortEnable = 1;
+  std::fill(mModule.mPfTypeTable + 1, mModule.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
+  mModule.mEmulexPfTypeSetIndex = 3; // left by the builder in the previous plan
+  PlanEmulex0720(5, NewRecord(0x10DF, 0x0720, 1, 0), &State, &Count);
+  EXPECT_EQ(Planned(), (Codes{SET_PORT_EN, SET_PXE_VLAN}));
+  EXPECT_EQ(mModule.mEmulexPfTypeSetIndex, 0); // the builder walks the new type queue from its start
 }
 
 // The function-type table of the previous port must not leak into this one: the first function
@@ -183,8 +251,10 @@ TEST_F(PlannerTest, FirstFunctionOfAPortStartsTheFunctionTypeTableAfresh) {
     F->LinkConfig = C.LinkConfig;
     std::fill(std::begin(mModule.mPfTypeTable), std::end(mModule.mPfTypeTable), 0x5Au);
     mModule.mPfTypeCount = 7;
+    mModule.mPxeVlanEnabled = 1;
     PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
     (C.QLogic ? PlanQLogic8070 : PlanEmulex0720)(0, F, &State, &Count);
+    EXPECT_EQ(mModule.mPxeVlanEnabled, 1) << "nothing is written behind the table";
     const std::string Case = std::string(C.QLogic ? "QLogic8070" : "Emulex0720") + " layout " +
                              std::to_string(C.LinkConfig) + " pf " + std::to_string(C.PfIndex);
     EXPECT_EQ(mModule.mPfTypeTable[0], C.Reset ? (UINT32)PF_TYPE_NIC : 0x5Au) << Case;

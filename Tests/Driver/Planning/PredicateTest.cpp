@@ -41,9 +41,9 @@ public:
     Tbl.Function[Index].FunctionType = Type;
   }
   UINT8 Mac[6] = {};
-  char Wwnn[17] = "20000090fa1b2c3d", Wwpn[17] = "10000090FA1B2C3D"; // either case
-  char Target1[20] = "50060E8012345678XY", Target2[17] = "50060E8087654321";
-  char Lun1[6] = "00015", Lun2[3] = "02", Speed[5] = "1600", Topology[4] = "P2P";
+  char Wwnn[17] = "20000090fa1b2c3d", Wwpn[18] = "10000090FA1B2C3DE"; // either case; one digit too many
+  char Target1[20] = "50060E8012345678XY", Target2[19] = "50060E8087654321XY";
+  char Lun1[6] = "00015", Lun2[7] = "000234", Speed[6] = "16000", Topology[4] = "P2P";
   char Initiator[29] = "iqn.2001-04.com.example:host";
   UINT16 BootVlan = 0, FunctionVlan = 0;
   UINT8 MinShare = 25, MaxShare = 80, InitiatorOrigin = 0, TargetOrigin = 0, AuthMethod = 0;
@@ -84,6 +84,9 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"NoFunctionEntry", {21, 22, 23}, [](T *) { mModule.mCurFunctionEntry = nullptr; }},
       {"NoFunctionVlan", {21}, [](T *) { Tbl.Function[0].FunctionVlanId = nullptr; }},
       {"NoBootVlan", {21}, [](T *) { Tbl.PortMode = 0, Boot0.BootVlanId = 0; }},
+      {"NoBootVlanKeepsReported",
+       {21},
+       [](T *X) { Tbl.PortMode = 0, Boot0.BootVlanId = 0, X->S->VlanId = 50; }},
       {"Config25", {22, 23}, [](T *) { Hdr.ConfigType = 2, Hdr.ConfigSubtype = 5; }},
       {"NotPartitioned", {22, 23}, [](T *) { Tbl.PortMode = 0; }},
       {"UmcNotWanted", {22, 23}, [](T *) { mModule.mTargetUmc = 0; }},
@@ -93,6 +96,7 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"RoceMode", {48}, [](T *) { mModule.mRoceMode = 1; }},
       {"SriovRequested", {48}, [](T *) { mModule.mSriovRequested = 1; }},
       {"SamePersonality", {6}, [](T *) { mModule.mCurrentPersonality = PF_TYPE_NIC; }},
+      {"SameFcoePersonality", {6}, [](T *) { Tbl.Function[1].FunctionType = PF_TYPE_FCOE; }},
       {"OneFunctionWished", {6}, [](T *) { Tbl.DesiredFunctionCount = 1; }},
       {"NoCountWish", {4, 6}, [](T *) { Tbl.DesiredFunctionCount = 0; }},
       {"FiveFunctionsWished", {4}, [](T *) { Tbl.DesiredFunctionCount = 5; }},
@@ -125,6 +129,7 @@ TEST_F(PredicateTest, EnableDecisions) {
       {"NoPortTableDefaultsEmulex0700", SET_PORT_EN, 0, 0, 0, true, TRUE, 0, 0, 0, true, 1},
       {"PortForced", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 0, 0, true, 1},
       {"PortForcedNeedsZeroIscsiWord", SET_PORT_EN, 1, 0, 0, false, FALSE, 1, 5, 0, false, 0},
+      {"PortEmulex0700AlwaysSets", SET_PORT_EN, 1, 1, 1, true, FALSE, 0, 0, 0, true, 1},
       {"BootEmulex0700AlwaysSets", SET_BOOT_EN, 1, 1, 1, true, FALSE, 0, 0, PF_TYPE_NIC, true, 1},
       {"NoBootTableKeepsReported", SET_BOOT_EN, 0, 1, 0, false, FALSE, 0, 0, PF_TYPE_NIC, false, 0},
       {"BootForcedOnNic", SET_BOOT_EN, 0, 0, 0, false, FALSE, 1, 0, PF_TYPE_NIC, true, 1},
@@ -165,8 +170,12 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   SetText(S->MfgAddressText[0], "001B210AFF3C");
   SetText(S->CurrentAddressText[0], "020000000001");
   std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x00", 8);
+  std::tie(S->MfgAddress[0][8], S->CurrentAddress[0][8]) = std::make_tuple(0x11, 0x77); // behind the address
   Addr0.Enabled = 0; // no virtual address: the manufacturer's is wanted
   EXPECT_TRUE(Plan(SET_ADDR_DEFAULTS));
+  EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
+  EXPECT_EQ(std::memcmp(S->CurrentAddress[0], S->MfgAddress[0], 8), 0);
+  EXPECT_EQ(S->CurrentAddress[0][8], 0x77);
   FUNCTION_SETTINGS *Second = NewRecord();
   SetText(Second->MfgAddressText[1], "ABCDEF");
   EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
@@ -190,6 +199,17 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   mModule.mFamily.QLogic2261 = FALSE, mModule.mFamily.QLogic8070 = TRUE; // its MAC is the permanent one
   EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
   EXPECT_FALSE(RestoreMacFromPermanent(nullptr));
+  // A different MAC returns to the permanent one: twelve digits and the first seven bytes.
+  SetText(S->CurrentAddressText[0], "020000000001");
+  std::memset(S->CurrentAddress[0], 0xEE, 8);
+  std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x55", 8);
+  SetDevice(0x1077, 0x1656); // except on this device
+  EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
+  SetDevice(0x1077, 0x8070);
+  EXPECT_TRUE(Plan(SET_PORT_DEFAULTS));
+  EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
+  EXPECT_EQ(std::vector<UINT8>(S->CurrentAddress[0], S->CurrentAddress[0] + 8),
+            (std::vector<UINT8>{0x00, 0x1B, 0x21, 0x0A, 0xFF, 0x3C, 0x00, 0xEE}));
 
   Fresh(); // no protocol
   P.NaloPresent = false;
@@ -203,22 +223,25 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
 TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
   const struct {
     UINT32 Code;
-    UINT16 Vendor;
     size_t Offset; // of the record field, an interface of the platform
-    const char *Expected;
+    const char *Expected, *QLogicExpected;
   } Cases[] = {
-      {SET_PF_TAR_WWPN1, 0x10DF, 0x374, "50060E8012345678"},
-      {SET_PF_TAR_LUN1, 0x10DF, 0x396, "0001"},
-      {SET_LINK_SPEED, 0x1077, 0x3A0, "16"},
-      {SET_TOPOLOGY, 0x10DF, 0x3A5, "P2"},
+      {SET_PF_TAR_WWPN1, 0x374, "50060E8012345678", "50060E8012345678"},
+      {SET_PF_TAR_WWPN2, 0x385, "50060E8087654321", "50060E8087654321"},
+      {SET_PF_TAR_LUN1, 0x396, "0001", "0001"},
+      {SET_PF_TAR_LUN2, 0x39B, "0002", "0002"},
+      {SET_LINK_SPEED, 0x3A0, "1600", "16"},
+      {SET_TOPOLOGY, 0x3A5, "P2", "P2"},
   };
   for (const auto &C : Cases) {
-    Fresh();
-    SetDevice(C.Vendor, 0x2261);
-    CHAR8 *Field = reinterpret_cast<CHAR8 *>(S) + C.Offset;
-    std::memset(Field, 'Z', 4);
-    EXPECT_TRUE(Plan(C.Code));
-    EXPECT_EQ(Text(Field), C.Expected) << C.Code;
+    for (UINT16 Vendor : {0x10DF, 0x1077}) {
+      Fresh();
+      SetDevice(Vendor, 0x2261);
+      CHAR8 *Field = reinterpret_cast<CHAR8 *>(S) + C.Offset;
+      std::memset(Field, 'Z', 4);
+      EXPECT_TRUE(Plan(C.Code));
+      EXPECT_EQ(Text(Field), Vendor == 0x1077 ? C.QLogicExpected : C.Expected) << C.Code << " " << Vendor;
+    }
   }
 
   AuthMethod = 1; // CHAP without the mutual secret
@@ -237,15 +260,26 @@ TEST_F(PredicateTest, WishedTextsAreCopiedBoundedIntoTheirSlots) {
     UINTN Slot;
     const char *Expected;
   } Names[] = {{SET_PF_WWNN, PF_TYPE_FCOE, 1, "20000090FA1B2C3D"},
-               {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"}};
+               {SET_PF_WWPN, PF_TYPE_FCOE, 2, "10000090FA1B2C3D"},
+               {SET_PF_WWNN, PF_TYPE_FC, 0, "20000090FA1B2C3D"},
+               {SET_PF_WWPN, PF_TYPE_FC, 1, "10000090FA1B2C3D"},
+               {SET_PF_MAC, PF_TYPE_NIC, 0, "001B210AFF3C"}};
   for (const auto &C : Names) {
     SCOPED_TRACE(testing::Message() << C.Code << " type " << C.PfType);
     Fresh();
     S->PfType = C.PfType;
+    std::memset(S->CurrentAddress, 0xEE, sizeof(S->CurrentAddress));
+    SetText(S->CurrentAddressText[C.Slot],
+            ("F" + std::string(C.Expected).substr(1)).c_str()); // first digit differs
     EXPECT_TRUE(Plan(C.Code));
-    const UINT8 Bytes[8] = {UINT8(C.Expected[0] == '2' ? 0x20 : 0x10), 0, 0, 0x90, 0xFA, 0x1B, 0x2C, 0x3D};
+    EXPECT_EQ(S->CurrentAddress[C.Slot][8], 0xEE); // nothing behind the eight bytes of an address
+    const std::string Hex = C.Expected;
+    std::vector<UINT8> Bytes(8, 0xEE); // a MAC takes 6 bytes of the slot
+    for (size_t K = 0; K < Hex.size() / 2; K++) {
+      Bytes[K] = (UINT8)std::stoul(Hex.substr(2 * K, 2), nullptr, 16);
+    }
     EXPECT_EQ(Text(S->CurrentAddressText[C.Slot]), C.Expected);
-    EXPECT_EQ(std::memcmp(S->CurrentAddress[C.Slot], Bytes, 8), 0);
+    EXPECT_EQ(std::vector<UINT8>(S->CurrentAddress[C.Slot], S->CurrentAddress[C.Slot] + 8), Bytes);
     EXPECT_EQ(Text(S->CurrentAddressText[(C.Slot + 1) % 3]), ""); // no other slot written
   }
 }
@@ -263,10 +297,19 @@ TEST_F(PredicateTest, VlanDecisions) {
       {"BootVlanCleared", 21, 0, 0, 0, 0, 0, 0, 50, false, false, {21}, 0},
       {"OnlyLow12BitsCount", 21, 0, 0, 0, 0, 0, 0x1064, 100, false, false, {}, 100},
       {"Config25UsesBootEntry", 21, 0, 2, 5, 2, 200, 100, 100, false, false, {}, 100},
+      {"ConfigType2AloneIsNot25", 21, 0, 2, 0, 2, 200, 100, 100, false, false, {21}, 200},
+      {"ConfigSubtype5AloneIsNot25", 21, 0, 0, 5, 2, 200, 100, 100, false, false, {21}, 200},
       {"Emulex0700FunctionSentinel", 21, 0, 0, 0, 2, 100, 0, 100, true, false, {21}, 100},
       {"PxeOtherFamilyAlwaysSetsId", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
       {"PxeQLogic8070OnlyOnDifference", 53, PF_TYPE_NIC, 0, 0, 0, 0, 100, 100, false, true, {52}, 100},
       {"PxeNoVlanWantedOnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 0, 100, false, false, {52}, 100},
+      {"PxeNewIdRecorded", 53, PF_TYPE_NIC, 0, 0, 0, 0, 300, 100, false, false, {52, 53}, 300},
+      {"PxeVlanOne", 53, PF_TYPE_NIC, 0, 0, 0, 0, 1, 1, false, false, {52, 53}, 1},
+      {"Wish4095MeansNone", 21, 0, 0, 0, 0, 0, 4095, 0, false, false, {}, 0},
+      {"Pxe4095OnlyTagging", 53, PF_TYPE_NIC, 0, 0, 0, 0, 4095, 0, false, false, {52}, 0},
+      {"PxeOnRoce", 53, PF_TYPE_ROCE, 0, 0, 0, 0, 100, 100, false, false, {52, 53}, 100},
+      {"PxeNotOnIscsi", 53, PF_TYPE_ISCSI, 0, 0, 0, 0, 300, 100, false, false, {}, 100},
+      {"Emulex0700BootSentinel", 21, 0, 0, 0, 0, 0, 100, 100, true, false, {21}, 100},
   };
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
@@ -278,6 +321,10 @@ TEST_F(PredicateTest, VlanDecisions) {
     EXPECT_EQ(Planned(), C.Expected);
     EXPECT_EQ(S->VlanId, C.Record);
   }
+  // The shares decided are recorded for the builder.
+  Fresh();
+  EXPECT_TRUE(Plan(SET_PF_BANDWIDTH) && Plan(SET_PF_RATE_LIMIT));
+  EXPECT_EQ(std::make_pair(S->MinBandwidth, S->MaxBandwidth), std::make_pair(MinShare, MaxShare));
 }
 
 TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) {
@@ -288,6 +335,9 @@ TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) 
   Count = COMMAND_LIST_ENTRIES + 10;
   EXPECT_FALSE(AppendCommand(SET_UMC, &Count));
   EXPECT_FALSE(AppendCommand(SET_UMC, nullptr));
+  mModule.mConfigStatus = EFI_SUCCESS;
+  EXPECT_FALSE(PlanCommand(nullptr, SET_PORT_EN, &Count));
+  EXPECT_EQ(mModule.mConfigStatus, EFI_INVALID_PARAMETER);
   // Pairs and queues: what takes the last place is planned, the rest is neither appended nor recorded.
   Fresh();
   Tbl.PortMode = 0;
@@ -333,7 +383,8 @@ TEST_F(PredicateTest, LayoutFunctionCountTypesAndPartitioning) {
   EXPECT_FALSE(Plan(SET_MODE));
   mModule.mLinkConfig = 0;
   EXPECT_TRUE(Plan(SET_MODE));
-  const UINT8 Cases[][4] = {{3, 1, 1, 2}, {3, 2, 0, 9}, {4, 2, 1, 4}}; // wish, current, append, record
+  const UINT8 Cases[][4] = {
+      {3, 1, 1, 2}, {3, 2, 0, 9}, {4, 2, 1, 4}, {1, 2, 1, 1}}; // wish, current, append, record
   for (const auto &C : Cases) {
     Fresh();
     Tbl.DesiredFunctionCount = C[0];
@@ -401,8 +452,10 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
       // Controller-wide: the family, not the layout, allows the decision.
       {"ControllerOn", 0x1077, 0x8070, 0, 2, 0, 0, 0, 0, 0, 0, 0, 1, 1, 45, 1},
       {"ControllerAgrees", 0x1077, 0x8070, 0, 2, 1, 0, 0, 0, 0, 0, 0, 1, 1, 0, 1},
+      {"ControllerOff", 0x1077, 0x8070, 16, 2, 1, 0, 0, 0, 0, 0, 0, 1, 1, 45, 0},
       // Per port: any wished function counts; held back on ports with many functions.
       {"PortOn", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"PortFirstEntryWishes", 0x19A2, 0x0712, 0, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
       {"PortSecondIsFcoe", 0x19A2, 0x0712, 1, 2, 0, 2, 2, 0, 0, 0, 0, 0, 1, 45, 1},
       {"PortSecondIsNic", 0x19A2, 0x0712, 1, 2, 0, 2, 0, 0, 0, 0, 0, 0, 1, 0, 0},
       {"PortThreeFunctions", 0x19A2, 0x0712, 1, 2, 0, 3, 2, 0, 0, 0, 0, 0, 1, 0, 0},
@@ -412,6 +465,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
       {"PortNotFirstFunction", 0x19A2, 0x0712, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0},
       // Per function: held back while partitioning or RoCE typing is being established.
       {"FunctionOn", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 51, 1},
+      {"FunctionOffHeldWhileUmcSwitchesOn", 0x10DF, 0x0722, 16, 2, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1},
       {"FunctionHeldWhileUmcSwitchesOn", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0},
       {"FunctionNotOnUnderUmc", 0x10DF, 0x0722, 0, 2, 0, 0, 0, 1, 1, 0, 0, 0, 1, 0, 0},
       {"FunctionOffUnderUmc", 0x10DF, 0x0722, 16, 2, 1, 0, 0, 1, 1, 0, 0, 0, 1, 51, 0},
@@ -419,6 +473,12 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
       {"FunctionRoceModeSwitchesOff", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 1, 0, 0, 1, 51, 0},
       {"FunctionAgrees", 0x10DF, 0x0722, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1},
       {"OtherDevice", 0x8086, 0x1572, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0},
+      // The other devices of each kind.
+      {"Port1656", 0x1077, 0x1656, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"Port0710", 0x19A2, 0x0710, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"Port0714", 0x19A2, 0x0714, 1, 2, 0, 1, 0, 0, 0, 0, 0, 0, 1, 45, 1},
+      {"Function0720", 0x10DF, 0x0720, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 51, 1},
+      {"Function0724", 0x10DF, 0x0724, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 1, 51, 1},
   };
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
@@ -438,6 +498,11 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
     EXPECT_EQ(Planned(), C.Code != 0 ? Codes{C.Code} : Codes{});
     EXPECT_EQ(S->SriovEnabled, C.Record);
   }
+  // Without valid SR-IOV wishes a per-function device keeps what it reports.
+  Fresh();
+  SetDevice(0x10DF, 0x0722);
+  Hdr.SriovValid = mModule.mTargetUmc = 0;
+  EXPECT_FALSE(Plan(SET_SRIOV_FOR_PF));
   // A wish in a layout that cannot carry SR-IOV is reported once, on the port's first function.
   Fresh();
   S->PciAddress = 0x3A01;
@@ -445,10 +510,21 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
     mModule.mActiveLinkConfig = Step == 2 ? 0 : 1;
     mModule.mFirstFunctionOfPort = Step != 1;
     EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
+    EXPECT_EQ(P.Reports.size(), 1u) << Step; // at once, in the layout that cannot carry it
   }
   EXPECT_EQ(P.Reports,
             (std::vector<std::array<UINT32, 4>>{{0x80000002u, 0x0380801Bu, 0x00013AAAu, 0xD083E94Cu}}));
   EXPECT_NE(S->ErrorFlags & ERROR_FLAG_ERROR_REPORTED, 0);
+  // A QLogic8070 works in the layout its record gives.
+  for (UINT8 Layout : {0, 1}) {
+    Fresh();
+    mModule.mFamily.QLogic8070 = TRUE;
+    FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x8070, 0, 0);
+    F->LinkConfig = Layout;
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanQLogic8070(5, F, &State, &Count);
+    EXPECT_EQ(P.Reports.size(), Layout) << int(Layout);
+  }
   // A multi-port adapter with controller-wide SR-IOV decides on a later port, for every port.
   Fresh();
   SetDevice(0x15B3, 0x1013);
@@ -479,6 +555,138 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   for (UINTN Port = 0; Port < 16; Port++) {
     EXPECT_EQ(Ports[Port]->SriovEnabled, 1) << Port;
   }
+}
+
+// The settings phase of the general planner, family by family and type by type, against the
+// platform that wishes everything (addresses, boot entry, VLAN and shares all differ).
+TEST_F(PredicateTest, GeneralPlannerSettingsByFamilyAndType) {
+  enum Kind { Intel, E200, Oc0700, Oc0710, Q2261, Q2261NoIov };
+  const struct {
+    const char *Name;
+    Kind Family;
+    UINT8 PfType;
+    bool Virtual, Flag6, SameMac;
+    Codes Expected;
+  } Cases[] = {
+      {"IntelNic", Intel, PF_TYPE_NIC, true, false, false, {14}},
+      {"IntelSameMacReadBack", Intel, PF_TYPE_NIC, true, true, true, {13}},
+      {"IntelSameMacNoFlag6", Intel, PF_TYPE_NIC, true, false, true, {}},
+      {"IntelNewMacNoReadBack", Intel, PF_TYPE_NIC, true, true, false, {14}},
+      {"IntelIscsiOnlyMac", Intel, PF_TYPE_ISCSI, true, false, false, {14}},
+      {"E200Nic", E200, PF_TYPE_NIC, true, false, false, {8, 10, 14}},
+      {"E200Fc", E200, PF_TYPE_FC, true, false, false, {8, 10, 17, 20, 24, 25, 26, 27, 28, 29}},
+      {"E200Fcoe", E200, PF_TYPE_FCOE, true, false, false, {8, 10, 14, 17, 20, 24, 25, 26, 27}},
+      {"E200FcoeNoDefaultNames", E200, PF_TYPE_FCOE, false, false, false, {8, 10, 24, 25, 26, 27}},
+      {"E200Iscsi",
+       E200,
+       PF_TYPE_ISCSI,
+       true,
+       false,
+       false,
+       {8, 10, 14, 31, 30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43}},
+      {"E200Ib", E200, PF_TYPE_IB, true, false, false, {8, 10, 14}},
+      {"E200Roce", E200, PF_TYPE_ROCE, true, false, false, {8, 10}},
+      {"Oc0710Nic", Oc0710, PF_TYPE_NIC, true, false, false, {8, 22, 23, 21, 10, 14}},
+      {"Oc0700FcoeDefaultNames", Oc0700, PF_TYPE_FCOE, false, false, false, {8, 49, 50, 10, 24, 25, 26, 27}},
+      {"Oc0700Nic", Oc0700, PF_TYPE_NIC, true, false, false, {8, 21, 10, 14}},
+      {"Q2261Fc", Q2261, PF_TYPE_FC, true, false, false, {8, 10, 17, 20, 24, 25, 26, 27, 28, 29}},
+      {"Q2261WithoutIov", Q2261NoIov, PF_TYPE_FC, true, false, false, {}},
+  };
+  const UINT16 Ids[][2] = {{0x8086, 0x1572}, {0x10DF, 0xE200}, {0x19A2, 0x0700},
+                           {0x19A2, 0x0710}, {0x1077, 0x2261}, {0x1077, 0x2261}};
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    ADAPTER_FAMILY &F = mModule.mFamily;
+    std::tie(F.Intel, F.EmulexE200, F.Emulex0700, F.Emulex0710) =
+        std::make_tuple(C.Family == Intel, C.Family == E200, C.Family == Oc0700, C.Family == Oc0710);
+    F.QLogic2031 = F.QLogic2261 = C.Family >= Q2261;
+    mModule.mFcIovSupported = C.Family == Q2261;
+    SetDevice(Ids[C.Family][0], Ids[C.Family][1]);
+    S->PfType = C.PfType;
+    S->PlatformFlags = C.Flag6 ? PLATFORM_FLAG_6 : 0;
+    Addr0.Enabled = C.Virtual;
+    if (C.SameMac) {
+      SetText(S->CurrentAddressText[0], "001B210AFF3C");
+    }
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanGeneral(5, S, &State, &Count);
+    EXPECT_EQ(Planned(), C.Expected);
+    EXPECT_EQ(mModule.mPlanComplete, 1);
+    EXPECT_EQ(S->ProgressFlags & 0x30, PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
+  }
+}
+
+// The settings phase of a later function of an Emulex0720 port (the port's layout is decided on
+// its first function), type by type, against the platform that wishes everything.
+TEST_F(PredicateTest, Emulex0720SettingsOfALaterFunctionByType) {
+  const struct {
+    UINT8 PfType, TargetUmc;
+    Codes Expected;
+  } Cases[] = {
+      {PF_TYPE_NIC, 1, {22, 23, 21, 10, 14}},
+      {PF_TYPE_FC, 1, {22, 23, 21, 10, 17, 20, 24, 25, 26, 27}},
+      {PF_TYPE_FCOE, 1, {22, 23, 10, 14, 17, 20, 24, 25, 26, 27}},
+      {PF_TYPE_ISCSI, 1, {22, 23, 21, 10, 14, 31, 30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43}},
+      {PF_TYPE_IB, 1, {22, 23, 21, 10, 14}},
+      {PF_TYPE_ROCE, 1, {22, 23, 21, 10, 14}},
+      {PF_TYPE_DISABLED, 1, {22, 23, 21, 10}},
+      {PF_TYPE_NIC, 0, {21, 52, 53, 10, 14}}, // not partitioned: PXE VLAN, no shares
+      {PF_TYPE_ISCSI, 0, {21, 10, 14, 31, 30, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43}},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(testing::Message() << "type " << int(C.PfType) << " umc " << int(C.TargetUmc));
+    Fresh();
+    mModule.mFamily.Emulex0720 = TRUE;
+    mModule.mTargetUmc = C.TargetUmc;
+    FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 1);
+    F->PfType = C.PfType;
+    PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
+    PlanEmulex0720(5, F, &State, &Count);
+    EXPECT_EQ(Planned(), C.Expected);
+    EXPECT_EQ(F->ProgressFlags & 0x30, PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
+  }
+}
+
+// The restart check of the Emulex OneConnect families on the adapter's first function: a change of
+// function count, second-function type or (Emulex0710, when neither of those) SR-IOV ends the plan.
+TEST_F(PredicateTest, EmulexOneConnectRestartCheck) {
+  const struct {
+    const char *Name;
+    bool Is0710;
+    UINT8 Port, WishCount, CurrentCount, Personality;
+    Codes Expected;
+  } Cases[] = {
+      {"CountAndType", true, 0, 2, 0, PF_TYPE_FCOE, {SET_PFCOUNT, SET_PF1_TYPE}},
+      {"CountOnly", true, 0, 1, 2, PF_TYPE_FCOE, {SET_PFCOUNT}},
+      {"TypeOnly", true, 0, 2, 2, PF_TYPE_FCOE, {SET_PF1_TYPE}},
+      {"SriovOnly", true, 0, 1, 1, PF_TYPE_FCOE, {SET_SRIOV_FOR_CONTROLLER}},
+      {"Emulex0700Type", false, 0, 2, 0, PF_TYPE_FCOE, {SET_PF1_TYPE}},
+      {"LaterPortGoesOn", true, 1, 2, 0, PF_TYPE_FCOE, {8, 22, 23, 21, 10, 14}},
+  };
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Fresh();
+    (C.Is0710 ? mModule.mFamily.Emulex0710 : mModule.mFamily.Emulex0700) = TRUE;
+    FUNCTION_SETTINGS *F = NewRecord(0x19A2, C.Is0710 ? 0x0710 : 0x0700, C.Port, 0);
+    Tbl.DesiredFunctionCount = C.WishCount;
+    std::tie(mModule.mCurrentPfCount, mModule.mCurrentPersonality) =
+        std::make_tuple(C.CurrentCount, C.Personality);
+    PLAN_STATE State = {5, PLAN_INSTANCE_NONE, 0, 0, 0};
+    PlanGeneral(5, F, &State, &Count);
+    EXPECT_EQ(Planned(), C.Expected);
+    const bool Stopped = C.Port == 0;
+    EXPECT_EQ(mModule.mPlanStopped, Stopped ? 1 : 0);
+    EXPECT_EQ(mModule.mPlanInstance2, Stopped ? Count : PLAN_INSTANCE_NONE);
+  }
+  // With the IOV firmware a QLogic2261 returns to its defaults before it reads its settings.
+  Fresh();
+  mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = mModule.mFcIovSupported = TRUE;
+  SetDevice(0x1077, 0x2261);
+  Addr0.Enabled = 0;
+  PLAN_STATE State = {5, PLAN_INSTANCE_NONE, 0, 0, 0};
+  PlanGeneral(5, S, &State, &Count);
+  EXPECT_EQ(Planned(), (Codes{66, 7, 9, 15, 16, 18, 19, 59, 60, 61, 62, 63, 64, 65}));
 }
 
 } // namespace

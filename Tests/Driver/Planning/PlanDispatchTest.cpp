@@ -1,0 +1,152 @@
+// The managed step's bookkeeping between controllers: what Instance 0 forgets and what it keeps,
+// and when the link layout is adjusted before any planning.
+#include "PlanningFixture.h"
+#include "Managed/AdapterSettings.h"
+
+namespace {
+
+using DispatchTest = PlanningTest;
+
+// Runs one Instance for the controller's record; Handed receives the record the command is for.
+EFI_STATUS Step(UINTN Instance, FUNCTION_SETTINGS *Adapter, FUNCTION_SETTINGS **Handed = nullptr) {
+  CHAR8 *Text = nullptr;
+  BOOLEAN Parse = FALSE;
+  UINTN Code = 0;
+  const EFI_STATUS Status = RunManagedStep(&Instance, &Adapter, &Text, &Parse, &Code);
+  if (Handed != nullptr) {
+    *Handed = Adapter;
+  }
+  return Status;
+}
+
+Codes PlannedList() {
+  return Codes(mModule.CommandList, mModule.CommandList + mModule.mCommandCount);
+}
+
+// A controller without a family plans nothing: Instance 0 only resets and meets END.
+TEST_F(DispatchTest, InstanceZeroForgetsThePreviousAdapterOnlyOnItsFirstFunction) {
+  const struct {
+    UINT8 Port, Pf;
+    bool NewAdapter, NewPort;
+  } Cases[] = {{0, 0, true, true}, {0, 1, false, false}, {1, 0, false, true}, {0, 16, false, false}};
+  for (const auto &C : Cases) {
+    SCOPED_TRACE(testing::Message() << "port " << int(C.Port) << " pf " << int(C.Pf));
+    Fresh();
+    FUNCTION_SETTINGS *A = NewRecord(0x19A2, 0x0714, C.Port, C.Pf);
+    A->PortEnable = 1;
+    mModule.mLinkConfig = mModule.mActiveLinkConfig = mModule.mCurrentPersonality =
+        mModule.mTargetPersonality = 2;
+    mModule.mCurrentUmc = mModule.mTargetUmc = mModule.mCurrentPfCount = mModule.mTargetPfCount = 2;
+    mModule.mRoceMode = mModule.mSriovRequested = mModule.mRoceTypeFound = mModule.mPlanStopped = 2;
+    mModule.mPlanInstance = mModule.mPlanInstance2 = 7;
+    mModule.mPlanComplete = mModule.mLinkAdjusted = 1;
+    mModule.mCurrentPortEnable = mModule.mTargetPortEnable = 0x33;
+    mModule.mAddrDefaultsPlanned = TRUE;
+    std::fill(std::begin(mModule.CommandList), std::end(mModule.CommandList), 0x5A);
+    mModule.mCommandCount = 9;
+    EXPECT_EQ(Step(0, A), EFI_NOT_FOUND);
+    EXPECT_EQ(mModule.mPciVidDid, 0x19A20714u);
+    const UINT32 Kept = C.NewAdapter ? 0 : 2;
+    EXPECT_EQ(
+        (std::vector<UINT32>{mModule.mLinkConfig, mModule.mActiveLinkConfig, mModule.mCurrentPersonality,
+                             mModule.mTargetPersonality, mModule.mCurrentUmc, mModule.mTargetUmc,
+                             mModule.mCurrentPfCount, mModule.mTargetPfCount, mModule.mRoceMode,
+                             mModule.mSriovRequested, mModule.mRoceTypeFound, mModule.mPlanStopped}),
+        std::vector<UINT32>(12, Kept));
+    EXPECT_EQ(
+        (std::vector<UINT32>{mModule.mPlanInstance, mModule.mPlanInstance2, mModule.mPlanComplete,
+                             mModule.mLinkAdjusted, mModule.mCurrentPortEnable, mModule.mTargetPortEnable}),
+        (std::vector<UINT32>{255, 255, 0, 0, 1, 1}));
+    EXPECT_EQ(std::count(std::begin(mModule.CommandList), std::end(mModule.CommandList), END), 255);
+    EXPECT_EQ(mModule.mCommandCount, 0u);
+    // A function index beyond the 16-entry tables has no entries.
+    EXPECT_EQ((std::vector<const void *>{mModule.mCurFunctionEntry, mModule.mCurAddressEntry,
+                                         mModule.mCurBootEntry}),
+              (C.Pf < 16 ? std::vector<const void *>{&mModule.mNaloPortTable.Function[C.Pf],
+                                                     &mModule.mNaloAddressTable[C.Pf],
+                                                     &mModule.mNaloBootTable[C.Pf]}
+                         : std::vector<const void *>(3, nullptr)));
+    EXPECT_EQ((std::vector<bool>{mModule.mFirstFunctionOfAdapter != 0, mModule.mFirstFunctionOfPort != 0,
+                                 mModule.mAddrDefaultsPlanned != 0}),
+              (std::vector<bool>{C.NewAdapter, C.NewPort, !C.NewPort}));
+  }
+}
+
+// An Emulex0720 adapter already running in layout 1 or 3 has its records rewritten before the
+// first phase of a later controller, and not again at the second.
+TEST_F(DispatchTest, Emulex0720LayoutInForceIsAppliedAtInstanceZero) {
+  for (UINT32 Layout : {0u, 1u, 2u, 3u}) {
+    Fresh();
+    mModule.mFamily.Emulex0720 = TRUE;
+    FUNCTION_SETTINGS *A = NewRecord(0x10DF, 0x0720, 1, 1); // a later function: nothing is planned
+    A->SubsystemId = 0x11F9;
+    A->FunctionCount = 1;
+    A->Functions[0] = A;
+    mModule.mActiveLinkConfig = Layout;
+    mModule.mLinkConfig = 3; // rewrites only the layout field of each record
+    Step(0, A);
+    const bool Adjusted = Layout == 1 || Layout == 3;
+    EXPECT_EQ(A->LinkConfig, Adjusted ? 3u : 0u) << Layout;
+    EXPECT_EQ(mModule.mLinkAdjusted != 0, Adjusted) << Layout;
+  }
+}
+
+// A QLogic2031 plan completes at once. EXIT belongs to the controller's own record, and so does
+// END, even where an earlier controller's plan left its records in the settings list.
+TEST_F(DispatchTest, CompletedPlanIsClosedOnTheControllersOwnRecord) {
+  mModule.mFamily.QLogic2031 = TRUE;
+  FUNCTION_SETTINGS *A = Port(0x1077, 0x2031, 0, 1)[0], *Stale = NewRecord(), *Handed = nullptr;
+  std::fill(std::begin(mModule.mCommandSettings), std::end(mModule.mCommandSettings), Stale);
+  EXPECT_EQ(Step(0, A, &Handed), EFI_SUCCESS);
+  EXPECT_EQ(PlannedList(), (Codes{SHOW_PF_INFO, (INT32)EXIT}));
+  EXPECT_EQ(mModule.CommandList[2], END);
+  EXPECT_EQ(Handed, A);
+  EXPECT_EQ(Step(1, A, &Handed), EFI_SUCCESS);
+  EXPECT_EQ(Handed, A);
+  EXPECT_EQ(Step(2, A, &Handed), EFI_NOT_FOUND);
+  EXPECT_EQ(Handed, A);
+  EXPECT_EQ(A->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE, PROGRESS_FLAG_CONFIG_DONE);
+  EXPECT_EQ(Stale->ProgressFlags, 0);
+}
+
+// In layout 1 a port has one function: the pass ends after the record's first function entry.
+TEST_F(DispatchTest, LayoutOnePlansOnlyThePortsFirstFunction) {
+  for (UINT32 Layout : {0u, 1u, 2u}) {
+    Fresh();
+    mModule.mFamily.QLogic8070 = TRUE;
+    std::vector<FUNCTION_SETTINGS *> Fs = Port(0x1077, 0x8070, 0, 2);
+    Fs[0]->LinkConfig = Fs[1]->LinkConfig = Layout;
+    Step(0, Fs[0]);
+    const bool Both = Layout != 1;
+    EXPECT_EQ(PlannedList(), Both ? (Codes{SHOW_UMC, SHOW_SRIOV, SHOW_VERSION, SHOW_PXE_VLAN, SHOW_PXE_VLAN})
+                                  : (Codes{SHOW_UMC, SHOW_SRIOV, SHOW_VERSION, SHOW_PXE_VLAN}))
+        << Layout;
+    FUNCTION_SETTINGS *const F0 = Fs[0];
+    EXPECT_EQ(std::vector<FUNCTION_SETTINGS *>(mModule.mCommandSettings, mModule.mCommandSettings + 6),
+              (std::vector<FUNCTION_SETTINGS *>{F0, F0, F0, F0, Both ? Fs[1] : nullptr, nullptr}))
+        << Layout;
+  }
+}
+
+// Between the phase Instances no planner runs: nothing is appended and nothing a planner notes
+// about the function it plans (here the device ID of the port's second function) changes.
+TEST_F(DispatchTest, PlannersRunOnlyAtTheirPhaseInstances) {
+  mModule.mFamily.QLogic8070 = TRUE;
+  std::vector<FUNCTION_SETTINGS *> Fs = Port(0x1077, 0x8070, 0, 2);
+  Fs[1]->DeviceId = 0x1644;
+  const struct {
+    UINTN Instance, Count;
+    UINT8 Phase2, Phase3;
+  } Steps[] = {{0, 5, 5, 255}, {1, 5, 5, 255}, {5, 10, 5, 10}, {6, 10, 5, 10}, {9, 10, 5, 10}};
+  for (const auto &T : Steps) {
+    Step(T.Instance, Fs[0]);
+    EXPECT_EQ((std::vector<UINTN>{mModule.mCommandCount, mModule.mPlanInstance, mModule.mPlanInstance2}),
+              (std::vector<UINTN>{T.Count, T.Phase2, T.Phase3}))
+        << T.Instance;
+    // At a phase Instance the second function is planned last.
+    EXPECT_EQ(mModule.mPciVidDid, T.Instance == 0 || T.Instance == 5 ? 0x10771644u : 0x10778070u)
+        << T.Instance;
+  }
+}
+
+} // namespace
