@@ -271,6 +271,7 @@ class Mutant:
     status: str = ""
     detail: str = ""
     seconds: float = 0.0
+    killers: list = field(default_factory=list)  # with --all-killers: every test that failed
 
 
 def spaced(src, t):
@@ -558,25 +559,30 @@ class Tree:
         )
         return r.returncode == 0, r.stdout + r.stderr
 
-    def run(self, binary):
-        """(passed, detail). A timeout or a crash is a failure."""
+    def run(self, binary, every_failure=False):
+        """(passed, failures). A timeout or a crash is a failure; it is charged to the test that
+        was running. With every_failure the whole binary runs and every failing test is named."""
         exe = os.path.join(self.build, TEST_PATHS[binary])
+        cmd = [exe] if every_failure else [exe, "--gtest_fail_fast", "--gtest_brief=1"]
         try:
-            r = subprocess.run(
-                [exe, "--gtest_fail_fast", "--gtest_brief=1"],
-                cwd=self.build,
-                capture_output=True,
-                text=True,
-                timeout=self.timeouts[binary],
-            )
-        except subprocess.TimeoutExpired:
-            return False, "timeout"
-        if r.returncode == 0:
-            return True, ""
-        failed = re.findall(r"\[  FAILED  \] (\S+)", r.stdout)
-        if r.returncode < 0:
-            return False, "signal %d" % -r.returncode
-        return False, failed[0] if failed else "exit %d" % r.returncode
+            r = subprocess.run(cmd, cwd=self.build, capture_output=True, text=True, timeout=self.timeouts[binary])
+            out, code = r.stdout, r.returncode
+        except subprocess.TimeoutExpired as e:
+            out, code = e.stdout or "", None
+            if isinstance(out, bytes):
+                out = out.decode(errors="replace")
+        if code == 0:
+            return True, []
+        failed = re.findall(r"\[  FAILED  \] (\S+)", out)
+        failed = list(dict.fromkeys(f for f in failed if "." in f))
+        if code is None or code < 0:
+            # The test that was running when the binary hung or died has no OK line.
+            started = re.findall(r"\[ RUN      \] (\S+)", out)
+            finished = set(re.findall(r"\[       OK \] (\S+)", out)) | set(failed)
+            running = [s for s in started if s not in finished]
+            reason = "timeout" if code is None else "signal %d" % -code
+            return False, failed + ["%s (%s)" % (running[-1], reason) if running else reason]
+        return False, failed or ["exit %d" % code]
 
     def baseline(self):
         ok, out = self.ninja(TEST_BINARIES)
@@ -584,23 +590,28 @@ class Tree:
             sys.exit("the unmutated build fails in %s:\n%s" % (self.build, out[-4000:]))
         for b in TEST_BINARIES:
             t0 = time.monotonic()
-            passed, detail = self.run(b)
+            passed, failures = self.run(b)
             took = time.monotonic() - t0
             if not passed:
-                sys.exit("the unmutated %s fails (%s); fix the tests first" % (b, detail))
+                sys.exit("the unmutated %s fails (%s); fix the tests first" % (b, ", ".join(failures)))
             # A hang counts as killed: allow ten times the clean run, at least 10 s.
             self.timeouts[b] = max(10.0, 10 * took)
 
-    def test_mutant(self, m, order):
-        """Builds and runs the binaries one at a time: a kill by the first spares linking the rest."""
+    def test_mutant(self, m, order, every_killer=False):
+        """Builds and runs the binaries one at a time: a kill by the first spares linking the rest,
+        unless every killing test is wanted (m.killers)."""
+        killers = []
         for b in order:
             ok, out = self.ninja([b])
             if not ok:
                 return "stillborn", first_error(out)
-            passed, detail = self.run(b)
+            passed, failures = self.run(b, every_killer)
             if not passed:
-                return "killed", "%s: %s" % (b, detail)
-        return "survived", ""
+                killers += ["%s: %s" % (b, f) for f in failures]
+                if not every_killer:
+                    break
+        m.killers = killers
+        return ("killed", killers[0]) if killers else ("survived", "")
 
 
 def first_error(out):
@@ -630,7 +641,7 @@ def write_source(path, text):
 # Running
 
 
-def run_mutants(trees, by_file, originals, progress, rank, file_done):
+def run_mutants(trees, by_file, originals, progress, rank, file_done, every_killer=False):
     work = queue.Queue()
     # Files in the order of the --files patterns that matched them; within that, larger files
     # first so that the trees finish together, and headers last (they rebuild the most).
@@ -658,7 +669,7 @@ def run_mutants(trees, by_file, originals, progress, rank, file_done):
                         text = original[: m.start] + m.mutated + original[m.end :]
                         write_source(target, text)
                         t0 = time.monotonic()
-                        m.status, m.detail = tree.test_mutant(m, binary_order(path))
+                        m.status, m.detail = tree.test_mutant(m, binary_order(path), every_killer)
                         m.seconds = round(time.monotonic() - t0, 2)
                         with lock:
                             progress(m)
@@ -771,6 +782,12 @@ def main():
     ap.add_argument("--survivors", help="write the survivors grouped by file as text")
     ap.add_argument("--min-score", type=float, default=0.0, help="exit 1 below this score (percent)")
     ap.add_argument("--equivalents", default=EQUIVALENTS)
+    ap.add_argument(
+        "--all-killers",
+        action="store_true",
+        help="run every test binary whole for each mutant and record every test that kills it, "
+        "so that tests whose kills others repeat can be found (slower: no test binary is skipped)",
+    )
     ap.add_argument(
         "--resume",
         metavar="REPORT.json",
@@ -889,7 +906,7 @@ def main():
                 {
                     k: getattr(m, k)
                     for k in ("id", "file", "line", "col", "kind", "original", "mutated", "line_text", "status",
-                              "detail", "seconds")
+                              "detail", "seconds", "killers")
                 }
                 for m in done_mutants
             ],
@@ -899,7 +916,9 @@ def main():
         os.replace(args.report + ".tmp", args.report)
 
     # The report is rewritten after every file, so that a long run can be read while it goes on.
-    run_mutants(trees, by_file, originals, progress, rank, lambda path: write_report(False, time.monotonic()))
+    run_mutants(
+        trees, by_file, originals, progress, rank, lambda path: write_report(False, time.monotonic()), args.all_killers
+    )
     t_end = time.monotonic()
 
     totals = print_report(mutants, stale)
