@@ -177,6 +177,21 @@ def tokenize(src):
     return drop_unevaluated(tokens)
 
 
+def closing_paren(tokens, i):
+    """Index of the parenthesis that closes the one at tokens[i]."""
+    depth = 0
+    j = i
+    while j < len(tokens):
+        if tokens[j].text == "(":
+            depth += 1
+        elif tokens[j].text == ")":
+            depth -= 1
+            if depth == 0:
+                break
+        j += 1
+    return j
+
+
 def drop_unevaluated(tokens):
     """Drops static_assert(...) whole and the operand of sizeof(...): neither is evaluated, so a
     fault there cannot change what the code does (an index in sizeof(Table[0]), say)."""
@@ -185,33 +200,14 @@ def drop_unevaluated(tokens):
     while i < len(tokens):
         t = tokens[i]
         if t.kind == "ident" and t.text == "sizeof" and i + 1 < len(tokens) and tokens[i + 1].text == "(":
-            depth = 0
-            j = i + 1
-            while j < len(tokens):
-                if tokens[j].text == "(":
-                    depth += 1
-                elif tokens[j].text == ")":
-                    depth -= 1
-                    if depth == 0:
-                        break
-                j += 1
+            j = closing_paren(tokens, i + 1)
             out.append(t)
             out.append(tokens[i + 1])
             out.append(tokens[j])
             i = j + 1
             continue
         if t.kind == "ident" and t.text == "static_assert":
-            depth = 0
-            j = i + 1
-            while j < len(tokens):
-                if tokens[j].text == "(":
-                    depth += 1
-                elif tokens[j].text == ")":
-                    depth -= 1
-                    if depth == 0:
-                        break
-                j += 1
-            i = j + 1
+            i = closing_paren(tokens, i + 1) + 1
             continue
         out.append(t)
         i += 1
