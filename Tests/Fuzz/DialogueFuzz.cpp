@@ -20,36 +20,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   P.Fw().SetForceAdapterEnable(In.Byte() % 2);
 
   // One controller per PCI function, records linked as the platform links them.
-  std::vector<std::vector<FUNCTION_SETTINGS *>> Records(Ports);
+  const BuiltAdapter Adapter = fuzz::AddFuzzAdapter(P, Id, Bus, Ports, Pfs, Flags);
   std::vector<EFI_HANDLE> Controllers;
-  for (uint8_t Port = 0; Port < Ports; Port++) {
-    for (uint8_t Pf = 0; Pf < Pfs; Pf++) {
-      const auto Function = static_cast<uint8_t>(Port * Pfs + Pf);
-      EFI_HANDLE Handle = P.Fw().AddPciFunction(0, Bus, 0, Function, Id.Vendor, Id.Device);
-      Controllers.push_back(Handle);
-      Records[Port].push_back(P.Fw().AddAdapterSettings(Handle));
-    }
-  }
-  for (uint8_t Port = 0; Port < Ports; Port++) {
-    for (uint8_t Pf = 0; Pf < Pfs; Pf++) {
-      FUNCTION_SETTINGS *R = Records[Port][Pf];
-      R->VendorId = Id.Vendor;
-      R->DeviceId = Id.Device;
-      R->SubsystemId = Id.Subsystem;
-      R->PciAddress = static_cast<UINT16>((Bus << 8) | (Port * Pfs + Pf));
-      R->PortIndex = R->PortIndexCopy = R->PortIndexCopy2 = Port;
-      R->PfIndex = Pf;
-      R->PfsPerPort = Pfs;
-      R->PortCount = Ports;
-      R->FunctionCount = Pfs;
-      R->PlatformFlags = static_cast<UINT8>(Flags | PLATFORM_FLAG_MANAGED_MODE_ENABLED);
+  for (size_t Port = 0; Port < Ports; Port++) {
+    for (size_t Pf = 0; Pf < Pfs; Pf++) {
+      Controllers.push_back(Adapter.Handle(Port, Pf));
+      FUNCTION_SETTINGS *R = Adapter.Record(Port, Pf);
       R->PfType = In.Byte() % 8;
       R->LinkWord = In.Byte() % 4;
       R->IscsiWord = In.Byte() % 2;
-      for (size_t I = 0; I < FUNCTION_LIST_ENTRIES; I++) {
-        R->Functions[I] = I < Pfs ? Records[Port][I] : nullptr;
-        R->Ports[I] = I < Ports ? Records[I][0] : nullptr;
-      }
     }
   }
   for (uint8_t Port = 0; Port < Ports; Port++) {

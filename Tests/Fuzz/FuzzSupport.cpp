@@ -104,6 +104,19 @@ Platform::~Platform() {
   }
 }
 
+BuiltAdapter AddFuzzAdapter(Platform &P, const Family &Id, uint8_t Bus, uint8_t Ports, uint8_t Pfs,
+                            uint8_t Flags) {
+  AdapterSpec Spec;
+  Spec.VendorId = Id.Vendor;
+  Spec.DeviceId = Id.Device;
+  Spec.SubsystemId = Id.Subsystem;
+  Spec.Bus = Bus;
+  Spec.Ports = Ports;
+  Spec.FunctionsPerPort = Pfs;
+  Spec.PlatformFlags = static_cast<uint8_t>(Flags | PLATFORM_FLAG_MANAGED_MODE_ENABLED);
+  return AddAdapter(P.Fw(), Spec);
+}
+
 size_t RunDialogue(Platform &P, EFI_HANDLE Controller, Reader &In, const DialogueLimits &Limits,
                    std::vector<uint8_t> &ReplyStorage) {
   size_t Queries = 0;

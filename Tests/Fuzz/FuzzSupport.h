@@ -11,6 +11,7 @@
 
 #include "FakeFirmware/FakeFirmware.h"
 #include "ModuleState.h"
+#include "Support/AdapterRecords.h"
 
 namespace fuzz {
 
@@ -90,6 +91,11 @@ struct DialogueLimits {
 // buffer of exactly the reply's length), CLPCmdStatus, CLPErrorValue and the configuration action.
 // A RestartController action starts the controller over at Instance 0, as an adapter driver does.
 // Returns the number of Queries made. Must be called inside Fw().RunUntilReset.
+// The PCI functions of one managed adapter at device 0 of Bus, with their settings records linked
+// as the platform links them and ManagedMode enabled on top of Flags.
+BuiltAdapter AddFuzzAdapter(Platform &P, const Family &Id, uint8_t Bus, uint8_t Ports, uint8_t Pfs,
+                            uint8_t Flags);
+
 size_t RunDialogue(Platform &P, EFI_HANDLE Controller, Reader &In, const DialogueLimits &Limits,
                    std::vector<uint8_t> &ReplyStorage);
 

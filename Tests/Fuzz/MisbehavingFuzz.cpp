@@ -221,35 +221,14 @@ void AddAdapter(fuzz::Reader &In, uint8_t Bus) {
   const uint8_t Ports = static_cast<uint8_t>(1 + In.Byte() % 2);
   const uint8_t Pfs = static_cast<uint8_t>(1 + In.Byte() % 2);
   const uint8_t Flags = In.Byte();
-  std::vector<std::vector<FUNCTION_SETTINGS *>> Records(Ports);
-  for (uint8_t Port = 0; Port < Ports; Port++) {
-    for (uint8_t Pf = 0; Pf < Pfs; Pf++) {
-      EFI_HANDLE Handle =
-          C.P->Fw().AddPciFunction(0, Bus, 0, static_cast<uint8_t>(Port * Pfs + Pf), Id.Vendor, Id.Device);
-      C.Controllers.push_back(Handle);
-      Records[Port].push_back(C.P->Fw().AddAdapterSettings(Handle));
-    }
-  }
-  for (uint8_t Port = 0; Port < Ports; Port++) {
-    for (uint8_t Pf = 0; Pf < Pfs; Pf++) {
-      FUNCTION_SETTINGS *R = Records[Port][Pf];
-      R->VendorId = Id.Vendor;
-      R->DeviceId = Id.Device;
-      R->SubsystemId = Id.Subsystem;
-      R->PciAddress = static_cast<UINT16>((Bus << 8) | (Port * Pfs + Pf));
-      R->PortIndex = R->PortIndexCopy = R->PortIndexCopy2 = Port;
-      R->PfIndex = Pf;
-      R->PfsPerPort = Pfs;
-      R->PortCount = Ports;
-      R->FunctionCount = Pfs;
-      R->PlatformFlags = static_cast<UINT8>(Flags | PLATFORM_FLAG_MANAGED_MODE_ENABLED);
+  const BuiltAdapter Adapter = fuzz::AddFuzzAdapter(*C.P, Id, Bus, Ports, Pfs, Flags);
+  for (size_t Port = 0; Port < Ports; Port++) {
+    for (size_t Pf = 0; Pf < Pfs; Pf++) {
+      C.Controllers.push_back(Adapter.Handle(Port, Pf));
+      FUNCTION_SETTINGS *R = Adapter.Record(Port, Pf);
       R->NaloIndex =
           static_cast<UINT8>(Bus - 3); // adapter 0 has ports 0..1 of the table, adapter 1 ports 2..3
       R->PfType = In.Byte() % 8;
-      for (size_t I = 0; I < FUNCTION_LIST_ENTRIES; I++) {
-        R->Functions[I] = I < Pfs ? Records[Port][I] : nullptr;
-        R->Ports[I] = I < Ports ? Records[I][0] : nullptr;
-      }
     }
   }
 }
