@@ -504,7 +504,7 @@ TEST_F(RecordRulesPlanningTest, ControllerSriovStopsAtANullPort) {
   EXPECT_EQ(Port2->SriovEnabled, 0);
 }
 
-// ---- The two runs of the issue, through the installed protocol ---------------------------------------
+// ---- Two whole runs through the installed protocol ----------------------------------------------------
 
 class ReplyReadingRunTest : public IntegrationTest {};
 
