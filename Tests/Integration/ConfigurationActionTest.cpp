@@ -97,25 +97,6 @@ TEST_F(ConfigurationActionTest, ControllerNamedByTheToolWithModeOffGetsNoCommand
   EXPECT_EQ(Fw().EventsOf(fake::EventKind::Disconnect).size(), 1u);
 }
 
-// A second Response to the same command has nothing left to act on.
-TEST_F(ConfigurationActionTest, RepeatedResponseActsOnce) {
-  const EFI_HANDLE H = ManagedController();
-  UINTN Instance = 0, Size = 0;
-  EFI_GUID *Guid = nullptr;
-  EFI_CONFIGURE_CLP_PARAMETER_BLK *Block = nullptr;
-  ASSERT_EQ(Protocol->Query(Protocol, H, nullptr, &Instance, &Guid, reinterpret_cast<VOID **>(&Block), &Size),
-            EFI_SUCCESS);
-  Block->CLPReturnString = reinterpret_cast<CHAR8 *>(Reply);
-  Block->CLPReturnStringLength = sizeof(Reply) - 1;
-  for (int Time = 0; Time < 2; Time++) {
-    Fw().SetDriverBound(H, true);
-    EXPECT_EQ(Protocol->Response(Protocol, H, nullptr, &Instance, Guid, Block, Size,
-                                 EfiPlatformConfigurationActionStopController),
-              EFI_SUCCESS);
-  }
-  EXPECT_EQ(Fw().EventsOf(fake::EventKind::Disconnect).size(), 1u);
-}
-
 // Every family but QLogic8070 resets the platform cold and never returns to the caller.
 TEST_F(ConfigurationActionTest, RestartPlatformResetsColdAndDoesNotReturn) {
   const EFI_HANDLE H = ManagedController();

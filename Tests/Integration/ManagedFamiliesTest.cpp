@@ -23,86 +23,11 @@ protected:
   uint8_t NextBus = 0x10;
 };
 
-TEST_F(ManagedFamiliesTest, Emulex0710FunctionCountChangeRestartsTheController) {
-  BuiltAdapter A = AddBound(0x19A2, 0x0710, 2, 2, kWithTables);
-  fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
-  Nalo.Header.PortTableValid = 1;
-  Nalo.PortTable.DesiredPortEnable = 1;
-  Nalo.PortTable.DesiredFunctionCount = 4;
-  const ScriptedReply TwoFunctions = "retdata=PortEn=enabled\r\nPfCount=2\r\nPfType=NIC\r\n";
-  ScriptedAdapter First(
-      Protocol, A.Handle(0, 0),
-      {{"show port0/pf0 OEMVDR_PfInfo", {TwoFunctions}},
-       {"show port0/pf1 OEMVDR_PfInfo", {TwoFunctions}},
-       {"exit", {ScriptedReply{"", 0, 0, EfiPlatformConfigurationActionRestartController}}}});
-  // The adapter driver restarts the controller after "exit" and asks for no further Instance.
-  EXPECT_EQ(First.Dialogue(4), (Texts{"show port0/pf0 OEMVDR_PfInfo", "show port0/pf1 OEMVDR_PfInfo",
-                                      "set OEMVDR_PfCount=04", "exit"}));
-  EXPECT_EQ(Fw().RestartNotifications(), 1u);
-
-  // The other controllers of the adapter: nothing is planned while the restart is pending.
-  for (auto [Port, Pf] : {std::pair{0, 1}, std::pair{1, 0}, std::pair{1, 1}}) {
-    EXPECT_EQ(Dialogue(A.Handle(Port, Pf)), Texts{});
-  }
-}
-
 // ---- QLogic2261: IOV commands from firmware 6.7 on -----------------------------------------
-
-TEST_F(ManagedFamiliesTest, QLogic2261Firmware6_07_02GetsTheFullPlan) {
-  const BuiltAdapter A = AddBound(0x1077, 0x2261, 1, 1, kWithTables);
-  A.Record(0, 0)->PfType = PF_TYPE_FC;
-  fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
-  Nalo.Header.PortTableValid = Nalo.Header.AddressTableValid = 1;
-  Nalo.PortTable.DesiredPortEnable = 1;
-  Nalo.AddressTable[0].Enabled = 1;
-  Nalo.AddressTable[0].Wwnn = Nalo.OwnText("20000011AABBCCDD");
-  Nalo.AddressTable[0].Wwpn = Nalo.OwnText("21000011AABBCCDD");
-  const std::string PortInfo =
-      "retdata=\r\nFirmwareVersions=8.08.1,6.01,1.2,6.07.02\r\nBootEnable=Enabled\r\n"
-      "WWNN=20000024FF000001\r\nWWPN=21000024FF000001\r\n";
-  EXPECT_EQ(Dialogue(A.Handle(0, 0), {{"show port1", {PortInfo}},
-                                      {"show netport1 OEM_PortEnable", {"retdata=\r\nEnable"}},
-                                      {"show netport1 NetworkAddresses[0]", {"retdata=\r\n20000024FF000001"}},
-                                      {"show netport1 PermanentAddress", {"retdata=\r\n21000024FF000001"}},
-                                      {"show netport1 OEM_hbaportMaxSpeed", {"retdata=\r\n16"}}}),
-            (Texts{"show port1", "show netport1 OEM_PortEnable", "show netport1 OEM_BootEnable",
-                   "show netport1 OEM_MfgWWNN", "show netport1 NetworkAddresses[0]",
-                   "show netport1 OEM_MfgWWPN", "show netport1 PermanentAddress",
-                   "show netport1 OEM_hbaportMaxSpeed", "show netport1 OEM_TargetWWPN[0]",
-                   "show netport1 OEM_TargetWWPN[1]", "show netport1 OEM_TargetLUN[0]",
-                   "show netport1 OEM_TargetLUN[1]", "show netport1 OEM_hbaportLinkSpeed",
-                   "show netport1 OEM_hbaportTopology", "set netport1 NetworkAddresses[0]=20000011AABBCCDD",
-                   "set netport1 PermanentAddress=21000011AABBCCDD", "exit"}));
-  EXPECT_EQ(A.Record(0, 0)->MaxLinkSpeedCode, 0x4010);
-}
-
-TEST_F(ManagedFamiliesTest, QLogic2031IsOnlyRead) {
-  BuiltAdapter A = AddBound(0x1077, 0x2031, 2, 1, kManaged);
-  EXPECT_EQ(
-      Dialogue(
-          A.Handle(1, 0),
-          {{"show port2",
-            {"retdata=FirmwareVersions=8.1,2,3,4\r\nBootEnable=Disabled\r\nWWNN=20000024FF000002\r\n"}}}),
-      (Texts{"show port2", "exit"}));
-  EXPECT_EQ(Str(A.Record(1, 0)->CurrentAddressText[0]), "20000024FF000002");
-  EXPECT_EQ(Str(A.Record(1, 0)->MfgAddressText[0]), "20000024FF000002");
-}
 
 // ---- Intel -------------------------------------------------------------------------------------------
 
 const Script kIntelAddress = {{"show PermanentAddress", {"permanentaddress=001B21AABB01"}}};
-
-TEST_F(ManagedFamiliesTest, IntelWithPlatformTablesSetsTheVirtualMac) {
-  BuiltAdapter A = AddBound(0x8086, 0x10D3, 1, 1, kWithTables);
-  fake::NaloEntry &Nalo = Fw().Nalo(0, 0, 0);
-  Nalo.Header.AddressTableValid = 1;
-  Nalo.AddressTable[0].Enabled = 1;
-  Nalo.AddressTable[0].Mac = Nalo.OwnBytes({0x02, 0x11, 0x22, 0xAB, 0xCD, 0xEF});
-  EXPECT_EQ(Dialogue(A.Handle(0, 0), kIntelAddress),
-            (Texts{"set Default", "show PermanentAddress", "set PermanentAddress=021122ABCDEF", "exit"}));
-  // Done: refused until the platform asks for reconfiguration.
-  EXPECT_EQ(Dialogue(A.Handle(0, 0), kIntelAddress), Texts{});
-}
 
 // Sentinels force the enables; an FCoE function gets its permanent names.
 TEST_F(ManagedFamiliesTest, Emulex0700WithValidTablesAndAnFcoeFunction) {

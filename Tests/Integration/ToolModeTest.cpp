@@ -105,17 +105,6 @@ TEST_F(ToolModeTest, HandsOutTheStoredCommandsAndStoresEachReply) {
   EXPECT_EQ(Console[0].Text, "\r\n!!! TOOL 'Tolvar(EFI)' IS ENABLED FOR V/D 10DF/E200, BUS/DEV 3/5 !!!\r\n");
 }
 
-TEST_F(ToolModeTest, CommandOf500BytesIsHandedOutAnd501EndsTheSequence) {
-  Put(u"CLPCMD000_0", std::vector<uint8_t>(500, 'a'));
-  Put(u"CLPCMD001_0", std::vector<uint8_t>(501, 'b'));
-  QueryResult First = Query(Controllers[0], 0);
-  ASSERT_EQ(First.Status, EFI_SUCCESS);
-  EXPECT_EQ(First.Block->CLPCommandLength, 500u);
-  EXPECT_EQ(First.Block->CLPCommand[500], 0);
-  EXPECT_EQ(Respond(First, ""), EFI_SUCCESS);
-  EXPECT_EQ(Query(Controllers[0], 1).Status, EFI_NOT_FOUND);
-}
-
 struct ModeCase {
   const char *Name;
   std::vector<uint8_t> Mode; // empty: no CLPCMD_MODE variable
@@ -211,82 +200,6 @@ TEST_F(ToolModeTest, RefusesWhatTheToolDidNotName) {
     EXPECT_EQ(Query(Zero, 0).Status, EFI_NOT_FOUND) << Size;
   }
   EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Console).empty());
-}
-
-// The tool's commands are its own business: a ToolMode Response never stops, restarts or resets.
-TEST_F(ToolModeTest, ResponseIgnoresTheConfigurationAction) {
-  QueryResult Q = Query(Controllers[0], 0);
-  ASSERT_EQ(Q.Status, EFI_SUCCESS);
-  EXPECT_EQ(Respond(Q, "ok", EfiPlatformConfigurationActionRestartPlatform), EFI_SUCCESS);
-  // A second Response for the same command belongs to no mode: no result, no action.
-  EFI_CONFIGURE_CLP_PARAMETER_BLK Stray{};
-  Q.Block = &Stray;
-  EXPECT_EQ(Respond(Q, "stray", EfiPlatformConfigurationActionStopController), EFI_SUCCESS);
-  EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), Bytes("ok"));
-  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Reset).empty());
-  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Disconnect).empty());
-}
-
-// The result is exactly the bytes the adapter driver gave: none deletes an older result, a length
-// without a string stores nothing, and Instances past 63 have no result variable.
-TEST_F(ToolModeTest, ResultVariableHoldsExactlyTheGivenBytes) {
-  struct Case {
-    bool WithString;
-    UINT32 Length;
-    UINTN Instance;
-    std::vector<uint8_t> Expected; // of CLPCMD000_0_RESULT, which holds "old" before
-  };
-  const Case Cases[] = {
-      {true, 2, 0, Bytes("ab")},
-      {false, 0, 0, {0xEE}},
-      {false, 5, 0, Bytes("old")},
-      {true, 2, 64, Bytes("old")},
-  };
-  for (const Case &C : Cases) {
-    Put(u"CLPCMD000_0_RESULT", Bytes("old"));
-    QueryResult Q = Query(Controllers[0], 0);
-    ASSERT_EQ(Q.Status, EFI_SUCCESS);
-    ReplyText = "abc";
-    Q.Block->CLPReturnString = C.WithString ? reinterpret_cast<CHAR8 *>(ReplyText.data()) : nullptr;
-    Q.Block->CLPReturnStringLength = C.Length;
-    UINTN Instance = C.Instance;
-    EXPECT_EQ(Protocol->Response(Protocol, Controllers[0], nullptr, &Instance, Q.Guid, Q.Block, Q.Size,
-                                 EfiPlatformConfigurationActionNone),
-              EFI_SUCCESS);
-    EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), C.Expected) << C.Length << " " << C.Instance;
-    EXPECT_EQ(Fw().FindVariable(u"CLPCMD064_0_RESULT", ClpGuid), nullptr);
-  }
-}
-
-TEST_F(ToolModeTest, NullArgumentsAreRefusedWithoutChangingAnything) {
-  UINTN Instance = 0, Size = 0;
-  EFI_GUID *Guid = nullptr;
-  VOID *Block = nullptr;
-  EFI_HANDLE C = Controllers[0];
-  EXPECT_EQ(Protocol->Query(Protocol, nullptr, nullptr, &Instance, &Guid, &Block, &Size),
-            EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Protocol->Query(Protocol, C, nullptr, nullptr, &Guid, &Block, &Size), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Protocol->Query(Protocol, C, nullptr, &Instance, nullptr, &Block, &Size), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Protocol->Query(Protocol, C, nullptr, &Instance, &Guid, nullptr, &Size), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Protocol->Query(Protocol, C, nullptr, &Instance, &Guid, &Block, nullptr), EFI_INVALID_PARAMETER);
-  EFI_CONFIGURE_CLP_PARAMETER_BLK Clp{};
-  EFI_GUID Type = ClpGuid;
-  const auto Action = EfiPlatformConfigurationActionRestartPlatform;
-  EXPECT_EQ(Protocol->Response(Protocol, nullptr, nullptr, &Instance, &Type, &Clp, 32, Action),
-            EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Protocol->Response(Protocol, C, nullptr, nullptr, &Type, &Clp, 32, Action),
-            EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Protocol->Response(Protocol, C, nullptr, &Instance, nullptr, &Clp, 32, Action),
-            EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Protocol->Response(Protocol, C, nullptr, &Instance, &Type, nullptr, 32, Action),
-            EFI_INVALID_PARAMETER);
-  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Console).empty());
-  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::SetVariable).empty());
-  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Reset).empty());
-  EXPECT_FALSE(mModule.mToolBannerShown);
-  // A managed Response that no Query asked for does nothing, whatever its action.
-  EXPECT_EQ(Protocol->Response(Protocol, C, nullptr, &Instance, &Type, &Clp, 32, Action), EFI_SUCCESS);
-  EXPECT_TRUE(Fw().EventsOf(fake::EventKind::Reset).empty());
 }
 
 class DriverLoadTest : public DriverTest {};

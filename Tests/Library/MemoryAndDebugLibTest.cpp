@@ -20,25 +20,6 @@ TEST(CopyMem, OverlappingBuffersBothDirections) {
   EXPECT_EQ(std::vector<UINT8>(Backward, Backward + 8), (std::vector<UINT8>{4, 5, 6, 7, 8, 6, 7, 8}));
 }
 
-// SetMem stores whole words once aligned: every start alignment and length up to a few words
-// fills exactly its range and nothing beside it.
-TEST(SetMem, EveryAlignmentAndLengthStaysInRange) {
-  for (UINTN Offset = 0; Offset < 8; Offset++) {
-    for (UINTN Length = 0; Length <= 33; Length++) {
-      alignas(8) UINT8 Buffer[48];
-      for (UINT8 &Byte : Buffer) {
-        Byte = 0x5A;
-      }
-      EXPECT_EQ(SetMem(Buffer + Offset, Length, 0xC3), Buffer + Offset);
-      for (UINTN I = 0; I < sizeof(Buffer); I++) {
-        const bool Inside = I >= Offset && I < Offset + Length;
-        ASSERT_EQ(Buffer[I], Inside ? 0xC3 : 0x5A)
-            << "offset " << Offset << " length " << Length << " byte " << I;
-      }
-    }
-  }
-}
-
 TEST(CompareMem, UnsignedOrderAndGuids) {
   const UINT8 Low[2] = {1, 0x01};
   const UINT8 High[2] = {1, 0xF0};

@@ -111,35 +111,6 @@ TEST(AsciiSPrint, StatusNames) {
   }
 }
 
-TEST(AsciiSPrint, CapacityCutsAndAlwaysTerminates) {
-  struct Case {
-    UINTN BufferSize;
-    const char *Expected;
-    UINTN Count;
-  };
-  const Case Cases[] = {{0, "", 0},    {1, "", 0},         {2, "a", 1},
-                        {4, "abc", 3}, {7, "abc\r\n1", 6}, {64, "abc\r\n12", 7}};
-  for (const Case &C : Cases) {
-    CHAR8 Buffer[64];
-    std::memset(Buffer, 'Q', sizeof(Buffer));
-    UINTN Count = AsciiSPrint(Buffer, C.BufferSize, "abc\n%d", 12);
-    EXPECT_EQ(Count, C.Count) << C.BufferSize;
-    if (C.BufferSize <= 1) {
-      EXPECT_EQ(Buffer[0], 'Q') << "nothing may be written";
-    } else {
-      EXPECT_EQ(Narrow(Buffer), C.Expected);
-      EXPECT_EQ(Buffer[C.Count + 1], 'Q') << "no byte after the terminator";
-    }
-  }
-}
-
-TEST(AsciiSPrint, MissingFormatAsserts) {
-  ExpectAsserts Expect;
-  CHAR8 Buffer[4] = {'Q', 'Q', 'Q', 0};
-  EXPECT_EQ(AsciiSPrint(Buffer, sizeof(Buffer), nullptr), 0u);
-  EXPECT_EQ(Expect.Records().size(), 1u);
-}
-
 TEST(UnicodeSPrint, SizeInBytesAndSameRulesAsAscii) {
   CHAR16 Buffer[300];
   for (CHAR16 &C : Buffer) {

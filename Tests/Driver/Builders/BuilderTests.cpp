@@ -398,7 +398,6 @@ static const GoldenRow kGolden[] = {
   {"roce 0", ELX, 0x10DF, 1, 2, nullptr, 54, "set / OEMELX_Profile=RoCE-2", false},
   // QLogic8070: "device", port and PF from 1, MACs with colons.
   {"", Q80, 0x1077, 1, 2, nullptr, 2, "show device FirmwareInformation", true},
-  {"5th function", Q80, 0x1077, 1, 2, FN { mModule.mPfTypeCount = 4; }, 5, "show port2.pf5 Personality", true},
   {"past table", Q80, 0x1077, 1, 2, FN { mModule.mPfTypeCount = 16; }, 5, "", true},
   {"", Q80, 0x1077, 1, 2, nullptr, 9, "show port2 BootMode", true},
   {"boot 0", Q80, 0x1077, 1, 2, FN { E.Function.DeviceId = 0x8070; }, 10, "set port2 BootMode=Disabled", false},
@@ -479,6 +478,19 @@ TEST_F(BuilderTest, GoldenLines) {
     EXPECT_EQ(Build(G.Builder, G.Code, &Parse), EFI_SUCCESS);
     EXPECT_EQ(Command(), G.Expected);
     EXPECT_EQ(Parse != FALSE, G.Parse);
+  }
+}
+
+// QLogic8070 reads the personality of one function per SHOW_PF_TYPE, in turn: the k-th query of a
+// run shows function k + 1 of the port.
+TEST_F(BuilderTest, QLogic8070PersonalityQueriesWalkTheFunctions) {
+  E.Function.VendorId = 0x1077;
+  E.Function.PortIndex = 1;
+  for (UINT8 Count = 0; Count < 16; Count++) {
+    mModule.mPfTypeCount = Count;
+    BOOLEAN Parse = FALSE;
+    EXPECT_EQ(Build(BuildQLogic8070ClpCommand, SHOW_PF_TYPE, &Parse), EFI_SUCCESS);
+    EXPECT_EQ(Command(), "show port2.pf" + std::to_string(Count + 1) + " Personality");
   }
 }
 
@@ -609,53 +621,4 @@ TEST_F(BuilderTest, EveryBuilderFrame) {
     EXPECT_EQ((E.Adapter.PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED) == 0, B.ClearsReconfigure);
     EXPECT_TRUE(E.Adapter.PlatformFlags & PLATFORM_FLAG_MANAGED_MODE_ENABLED);
   }
-}
-
-TEST_F(BuilderTest, Emulex0720FunctionTypesOneAtATime) {
-  mModule.mPfTypePfNumber[0] = 1;
-  mModule.mPfTypeTable[0] = 2;
-  mModule.mPfTypePfNumber[1] = 3;
-  mModule.mPfTypeTable[1] = 7;
-  BOOLEAN Parse = FALSE;
-  EXPECT_EQ(Build(ELX, SET_PF2_TYPE, &Parse), EFI_SUCCESS);
-  EXPECT_EQ(Command(), "set port0/pf1 OEMELX_PFType=FCoE");
-  EXPECT_EQ(mModule.mTargetPfTypeWork, 2u);
-  EXPECT_EQ(Build(ELX, SET_PF2_TYPE, &Parse), EFI_SUCCESS);
-  EXPECT_EQ(Command(), "set port0/pf3 OEMELX_PFType=Disable");
-  EXPECT_EQ(mModule.mEmulexPfTypeSetIndex, 2);
-
-  // Past the 16-entry tables nothing is left to name.
-  mModule.mEmulexPfTypeSetIndex = 16;
-  EXPECT_EQ(Build(ELX, SET_PF2_TYPE, &Parse), EFI_SUCCESS);
-  EXPECT_EQ(Command(), "");
-  EXPECT_EQ(mModule.mEmulexPfTypeSetIndex, 16);
-  EXPECT_FALSE(E.Adapter.ProgressFlags & PROGRESS_FLAG_CONFIG_DONE);
-}
-
-// The values sent are kept for the later check of what the adapter reports back.
-TEST_F(BuilderTest, BuildersStoreWhatTheySend) {
-  E.Function.VendorId = 0x19A2;
-  E.FunctionVlan = 0;
-  E.Function.PortEnable = 2;
-  E.Function.BootEnable = 3;
-  BOOLEAN Parse = FALSE;
-  Build(DEF, SET_PF_VLANID, &Parse);
-  EXPECT_EQ(mModule.mTargetVlanId, 4095);
-  Build(DEF, SET_PF_BANDWIDTH, &Parse);
-  EXPECT_EQ(mModule.mTargetBandwidth, 10);
-  Build(DEF, SET_PF_RATE_LIMIT, &Parse);
-  EXPECT_EQ(mModule.mTargetRateLimit, 100);
-  Build(DEF, SET_PORT_EN, &Parse);
-  Build(DEF, SET_BOOT_EN, &Parse);
-  EXPECT_EQ(mModule.mTargetPortEnable, 2);
-  EXPECT_EQ(mModule.mTargetBootEnable, 3);
-
-  E.Function.BootEnableToApply = 1;
-  E.BootVlan = 0x1064;
-  Build(Q80, SET_PXE_VLAN, &Parse);
-  EXPECT_EQ(mModule.mTargetBootEnable, 1);
-  EXPECT_EQ(mModule.mTargetVlanId, 0x064);
-  E.BootVlan = 0;
-  Build(Q80, SET_PXE_VLANID, &Parse);
-  EXPECT_EQ(mModule.mTargetVlanId, 0);
 }

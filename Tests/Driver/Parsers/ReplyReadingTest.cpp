@@ -187,6 +187,25 @@ TEST_F(ReplyReadingTest, ConversionsKeepTheirOwnLimits) {
   EXPECT_EQ(S->PortEnable, 1);
 }
 
+// Emulex0720's enable words set what the adapter reports, but never re-enable what the platform
+// switched off: a PortEnableToApply or BootEnableToApply of 0 stays 0.
+TEST_F(ReplyReadingTest, Emulex0720EnableWordsNeverReEnableAPlatformZero) {
+  struct Case {
+    const char *Word;
+    UINT8 ToApplyBefore, Reported, ToApplyAfter;
+  } Cases[] = {{"Enabled", 0, 1, 0}, {"Disabled", 0, 0, 0}};
+  for (const Case &C : Cases) {
+    SCOPED_TRACE(C.Word);
+    FUNCTION_SETTINGS *S = NewAdapter(kEmulex0720);
+    S->PortEnableToApply = S->BootEnableToApply = C.ToApplyBefore;
+    Parse(S, string("retdata=PortEnable=") + C.Word + "\r\nBootEnable=" + C.Word + "\r\n", SHOW_PF_INFO);
+    EXPECT_EQ(C.Reported, S->PortEnable);
+    EXPECT_EQ(C.ToApplyAfter, S->PortEnableToApply);
+    EXPECT_EQ(C.Reported, S->BootEnable);
+    EXPECT_EQ(C.ToApplyAfter, S->BootEnableToApply);
+  }
+}
+
 // ---- Empty and failed replies go through the same steps --------------------------------------------
 
 TEST_F(ReplyReadingTest, EmptyRepliesGiveTheResultsOfAbsentKeywords) {

@@ -278,36 +278,6 @@ TEST_F(PlannerTest, FirstFunctionOfAPortStartsTheFunctionTypeTableAfresh) {
 
 using LinkLayoutTest = PlanningTest;
 
-TEST_F(LinkLayoutTest, OneGigabitLayoutMovesTheFirstFunctionOfTheWalkToItsPort) {
-  const struct {
-    UINT16 Vendor, Device, Subsystem;
-    UINT8 PortIndex, FunctionNumber, Port;
-    UINT32 LinkWord, LinkConfig;
-  } Cases[] = {
-      {0x10DF, 0x0720, 0x11FA, 1, 3, 3, 0, 1}, {0x10DF, 0x0720, 0x11F9, 1, 4, 1, 0, 1},
-      {0x19A2, 0x0710, 0x0000, 0, 4, 2, 3, 0}, {0x19A2, 0x0700, 0x0000, 1, 5, 3, 3, 0},
-      {0x19A2, 0x0710, 0x0000, 1, 2, 1, 3, 0}, {0x10DF, 0x0720, 0x1234, 1, 2, 1, 7, 0},
-      {0x10DF, 0x0722, 0x11F9, 1, 2, 1, 7, 0}, {0x19A2, 0x0714, 0x0000, 1, 4, 1, 7, 0},
-  };
-  for (const auto &C : Cases) {
-    Fresh();
-    std::vector<FUNCTION_SETTINGS *> Fs = Port(C.Vendor, C.Device, C.PortIndex, 2);
-    FUNCTION_SETTINGS *F = Fs[0];
-    F->SubsystemId = C.Subsystem;
-    F->PciAddress = (UINT16)(0x1200 | C.FunctionNumber);
-    F->LinkWord = 7;
-    mModule.mLinkConfig = 1;
-    AdjustLinkLayout(F);
-    const bool Moved = C.LinkWord != 7;
-    EXPECT_EQ(
-        (std::vector<UINT32>{F->PortIndex, F->PortIndexCopy2, F->NaloIndex, F->LinkWord, F->LinkConfig}),
-        (std::vector<UINT32>{C.Port, Moved ? C.Port : 0u, Moved ? C.Port : 0u, C.LinkWord, C.LinkConfig}))
-        << std::hex << C.Device << ":" << C.Subsystem << " fn " << int(C.FunctionNumber);
-    EXPECT_EQ(F->PortCount + F->FunctionCount, Moved ? 5 : 2);
-    EXPECT_EQ(Fs[1]->PfIndex + Fs[1]->FunctionCount, 3); // only the first function of the walk
-  }
-}
-
 TEST_F(LinkLayoutTest, LaterControllersGetTheFirstFunctionsVersionsBoundedAlongTheWalk) {
   std::vector<FUNCTION_SETTINGS *> Fs = Port(0x19A2, 0x0700, 1, 12); // a controller on port 1
   FUNCTION_SETTINGS *First = NewRecord(0x19A2, 0x0700, 0, 0);
