@@ -81,8 +81,11 @@ typedef struct {
 typedef struct {
   char Text[PF_INFO_KEY_SIZE];
   UINT8 Length;
-  UINT8 Anchor; // position of the key's first '=', Length when it has none
+  UINT8 Anchor; // position of the key's first '='
 } PF_INFO_KEY;
+
+// Called only for a key without an '=': not constexpr, so such a key row fails to compile.
+VOID PfInfoKeyHasNoSign(VOID);
 
 template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size]) {
   static_assert(Size <= PF_INFO_KEY_SIZE, "key text too long for a key row");
@@ -94,6 +97,9 @@ template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size])
     if (Text[Index] == '=' && Result.Anchor == Result.Length) {
       Result.Anchor = (UINT8)Index;
     }
+  }
+  if (Result.Anchor == Result.Length) {
+    PfInfoKeyHasNoSign();
   }
   return Result;
 }
@@ -488,16 +494,11 @@ static BOOLEAN KeyAt(const CHAR8 *Start, const PF_INFO_KEY *Wanted) {
 static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table, const CHAR8 **Matches,
                      UINTN Count) {
   UINT8 Pending[PF_INFO_MAX_ROWS];
-  UINTN PendingCount = 0;
   for (UINTN Index = 0; Index < Count; Index++) {
-    const PF_INFO_KEY *Wanted = &Table[Index].Key;
     Matches[Index] = nullptr;
-    if (Wanted->Anchor == Wanted->Length) {
-      Matches[Index] = FindKeyword(Value, Length, Wanted->Text); // no '=' to anchor on
-    } else {
-      Pending[PendingCount++] = (UINT8)Index;
-    }
+    Pending[Index] = (UINT8)Index;
   }
+  UINTN PendingCount = Count;
   UINTN Position = 0;
   while (PendingCount > 0 && Position < Length) {
     const CHAR8 *Sign = HxMemSearch(Value + Position, Length - Position, ASTR("="), 1);
