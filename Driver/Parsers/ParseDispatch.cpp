@@ -453,10 +453,8 @@ static VOID ParseMaxLinkSpeedStep(const PARSE_VIEW *View) {
 }
 
 static VOID ParsePxeVlanIdMellanox1013(const PARSE_VIEW *View) {
-  CHAR8 Staged[PXE_VLAN_DIGITS + 1];
-  StageValue(Staged, View->Value, View->Length, PXE_VLAN_DIGITS);
   CHAR8 Digits[PXE_VLAN_DIGITS + 1];
-  CopyChars(Digits, Staged, PXE_VLAN_DIGITS);
+  StageValue(Digits, View->Value, View->Length, PXE_VLAN_DIGITS);
   StoreVlanId(View->Settings, (UINT16)AsciiStrDecimalToUintn(Digits));
 }
 

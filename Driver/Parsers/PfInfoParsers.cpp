@@ -33,18 +33,13 @@ typedef enum : UINT8 {
   PfInfoAddress,  // Size characters as text, the leading hexadecimal run as Bytes bytes
   PfInfoHex,      // Size characters read as a little-endian hexadecimal number of Bytes bytes
   PfInfoName,     // the line, at most 254 characters, straight into IscsiInitiatorName
-  PfInfoFlag,     // whether Keyword lies within the first Size characters of the value
+  PfInfoFlag,     // whether "Disabl" lies within the first Size characters of the value
 } PF_INFO_KIND;
-
-// The words a flag conversion looks for, one pool; a row names its word by offset. The tables
-// hold no pointers, so the image carries no load-time relocation for them.
-static constexpr char kFlagWords[] = "Disabl";
 
 typedef struct {
   PF_INFO_KIND Kind;
   UINT8 Size;
   UINT8 Bytes;
-  UINT8 Keyword; // flag conversions: offset of the word in kFlagWords
 } PF_INFO_CONVERSION;
 
 // What a conversion hands to the store action.
@@ -86,8 +81,11 @@ typedef struct {
 typedef struct {
   char Text[PF_INFO_KEY_SIZE];
   UINT8 Length;
-  UINT8 Anchor; // position of the key's first '=', Length when it has none
+  UINT8 Anchor; // position of the key's first '='
 } PF_INFO_KEY;
+
+// Called only for a key without an '=': not constexpr, so such a key row fails to compile.
+VOID PfInfoKeyHasNoSign(VOID);
 
 template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size]) {
   static_assert(Size <= PF_INFO_KEY_SIZE, "key text too long for a key row");
@@ -99,6 +97,9 @@ template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size])
     if (Text[Index] == '=' && Result.Anchor == Result.Length) {
       Result.Anchor = (UINT8)Index;
     }
+  }
+  if (Result.Anchor == Result.Length) {
+    PfInfoKeyHasNoSign();
   }
   return Result;
 }
@@ -116,46 +117,29 @@ typedef struct {
 } PF_INFO_ROW;
 
 static constexpr PF_INFO_CONVERSION Word() {
-  return {PfInfoWord, WORD_COPY_MAX, 0, 0};
+  return {PfInfoWord, WORD_COPY_MAX, 0};
 }
 static constexpr PF_INFO_CONVERSION List(UINT8 Count) {
-  return {PfInfoList, Count, 0, 0};
+  return {PfInfoList, Count, 0};
 }
 static constexpr PF_INFO_CONVERSION Decimal2() {
-  return {PfInfoDecimal2, 2, 0, 0};
+  return {PfInfoDecimal2, 2, 0};
 }
 static constexpr PF_INFO_CONVERSION Decimal() {
-  return {PfInfoDecimal, 0, 0, 0};
+  return {PfInfoDecimal, 0, 0};
 }
 static constexpr PF_INFO_CONVERSION Address(UINT8 Digits, UINT8 Bytes) {
-  return {PfInfoAddress, Digits, Bytes, 0};
+  return {PfInfoAddress, Digits, Bytes};
 }
 static constexpr PF_INFO_CONVERSION Hex(UINT8 Digits, UINT8 Bytes) {
-  return {PfInfoHex, Digits, Bytes, 0};
+  return {PfInfoHex, Digits, Bytes};
 }
 static constexpr PF_INFO_CONVERSION Name() {
-  return {PfInfoName, NAME_COPY_MAX, 0, 0};
+  return {PfInfoName, NAME_COPY_MAX, 0};
 }
 
-#define FLAG_WORD_UNKNOWN 0xFF
-
-// Offset of Word in kFlagWords; FLAG_WORD_UNKNOWN for a word the pool lacks, which the tables'
-// checks below refuse.
-template <UINTN Size> static constexpr UINT8 FlagWordOffset(const char (&Word)[Size]) {
-  for (UINTN Start = 0; Start + Size <= sizeof(kFlagWords); Start++) {
-    UINTN Index = 0;
-    while (Index + 1 < Size && kFlagWords[Start + Index] == Word[Index]) {
-      Index++;
-    }
-    if (Index + 1 == Size && kFlagWords[Start + Index] == 0) {
-      return (UINT8)Start;
-    }
-  }
-  return FLAG_WORD_UNKNOWN;
-}
-template <UINTN Size>
-static constexpr PF_INFO_CONVERSION FoundWithin(UINT8 Window, const char (&Keyword)[Size]) {
-  return {PfInfoFlag, Window, 0, FlagWordOffset(Keyword)};
+static constexpr PF_INFO_CONVERSION DisablWithin(UINT8 Window) {
+  return {PfInfoFlag, Window, 0};
 }
 
 static constexpr PF_INFO_ACTION Store(PF_INFO_STORE Action) {
@@ -418,7 +402,7 @@ static_assert(mEmulex0710Keys[14].Key.Length == 11 && mEmulex0710Keys[14].Key.Te
 // filled from the same (current) values.
 static constexpr PF_INFO_ROW mQLogic2031Keys[] = {
     {Key("FirmwareVersions="), List(4), Store(StoreFcIovSupport2031), Always()},
-    {Key("BootEnable="), FoundWithin(12, "Disabl"), Store(StoreBootEnableToApply2031), Always()},
+    {Key("BootEnable="), DisablWithin(12), Store(StoreBootEnableToApply2031), Always()},
     {Key("WWNN="), Address(16, 8), CurrentSlot(0), Always()},
     {Key("WWNN="), Address(16, 8), MfgSlot(0), Always()},
     {Key("WWPN="), Address(16, 8), CurrentSlot(1), Always()},
@@ -510,16 +494,11 @@ static BOOLEAN KeyAt(const CHAR8 *Start, const PF_INFO_KEY *Wanted) {
 static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table, const CHAR8 **Matches,
                      UINTN Count) {
   UINT8 Pending[PF_INFO_MAX_ROWS];
-  UINTN PendingCount = 0;
   for (UINTN Index = 0; Index < Count; Index++) {
-    const PF_INFO_KEY *Wanted = &Table[Index].Key;
     Matches[Index] = nullptr;
-    if (Wanted->Anchor == Wanted->Length) {
-      Matches[Index] = FindKeyword(Value, Length, Wanted->Text); // no '=' to anchor on
-    } else {
-      Pending[PendingCount++] = (UINT8)Index;
-    }
+    Pending[Index] = (UINT8)Index;
   }
+  UINTN PendingCount = Count;
   UINTN Position = 0;
   while (PendingCount > 0 && Position < Length) {
     const CHAR8 *Sign = HxMemSearch(Value + Position, Length - Position, ASTR("="), 1);
@@ -608,9 +587,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     CopyLine(Settings->IscsiInitiatorName, Staged, NAME_COPY_MAX);
     return;
   case PfInfoFlag:
-    Result.Number =
-        FindInValue(ValueText, Remaining, Conversion.Size, &kFlagWords[Conversion.Keyword]) != nullptr ? 1
-                                                                                                       : 0;
+    Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, "Disabl") != nullptr ? 1 : 0;
     break;
   }
   SaveResult(Row->Action.Store, Settings, &Result);
@@ -627,17 +604,6 @@ static VOID RunKeyTable(const PF_INFO_ROW *Table, UINTN Rows, const CHAR8 *Value
 
 #define TABLE_ROWS(Table) (sizeof(Table) / sizeof((Table)[0]))
 
-template <UINTN Rows> static constexpr BOOLEAN FlagWordsKnown(const PF_INFO_ROW (&Table)[Rows]) {
-  for (UINTN Index = 0; Index < Rows; Index++) {
-    if (Table[Index].Conversion.Kind == PfInfoFlag && Table[Index].Conversion.Keyword == FLAG_WORD_UNKNOWN) {
-      return FALSE;
-    }
-  }
-  return TRUE;
-}
-static_assert(FlagWordsKnown(mEmulex0710Keys), "a flag row names a word that kFlagWords lacks");
-static_assert(FlagWordsKnown(mEmulex0720Keys), "a flag row names a word that kFlagWords lacks");
-static_assert(FlagWordsKnown(mQLogic2031Keys), "a flag row names a word that kFlagWords lacks");
 static_assert(TABLE_ROWS(mEmulex0710Keys) <= PF_INFO_MAX_ROWS, "key table too long");
 static_assert(TABLE_ROWS(mEmulex0720Keys) <= PF_INFO_MAX_ROWS, "key table too long");
 static_assert(TABLE_ROWS(mQLogic2031Keys) <= PF_INFO_MAX_ROWS, "key table too long");

@@ -21,16 +21,15 @@ VOID *CopyMem(VOID *DestinationBuffer, const VOID *SourceBuffer, UINTN Length) {
   UINT8 *Destination = (UINT8 *)DestinationBuffer;
   const UINT8 *Source = (const UINT8 *)SourceBuffer;
   if ((UINTN)Destination < (UINTN)Source || (UINTN)Destination >= (UINTN)Source + Length) {
-    // Forward: eight bytes per step while they fit (replies of kilobytes are copied whole); a
-    // word read at the source is written before the next is read, which is safe here because
-    // the destination lies below the source or behind its end.
+    // Forward: eight bytes per step while they fit (replies of kilobytes are copied whole). Each
+    // word is read whole before it is written, and with the destination below the source or
+    // behind its end a write never reaches a source byte still to be read, however close the
+    // two buffers are.
     UINTN Index = 0;
-    if (Length >= 8 && (UINTN)Source - (UINTN)Destination >= 8) {
-      for (; Length - Index >= 8; Index += 8) {
-        LOOP_BARRIER();
-        *(MEMORY_LIB_UNALIGNED_UINT64 *)(Destination + Index) =
-            *(const MEMORY_LIB_UNALIGNED_UINT64 *)(Source + Index);
-      }
+    for (; Length - Index >= 8; Index += 8) {
+      LOOP_BARRIER();
+      *(MEMORY_LIB_UNALIGNED_UINT64 *)(Destination + Index) =
+          *(const MEMORY_LIB_UNALIGNED_UINT64 *)(Source + Index);
     }
     for (; Index < Length; Index++) {
       LOOP_BARRIER();
