@@ -1,11 +1,10 @@
-// Whole controller runs of the Emulex0710, QLogic2261, QLogic2031, Intel and Emulex0700 families
-// through the installed protocol, with replies in each family's format.
+// Whole controller runs of the Emulex0700 family and of refused controllers
+// through the installed protocol, with replies in the family's format.
 #include "Integration/ScriptedAdapter.h"
 #include "Managed/AdapterSettings.h"
 
 namespace {
 
-constexpr uint8_t kManaged = PLATFORM_FLAG_MANAGED_MODE_ENABLED;
 constexpr uint8_t kWithTables = PLATFORM_FLAG_MANAGED_MODE_ENABLED | PLATFORM_FLAG_6;
 
 class ManagedFamiliesTest : public IntegrationTest {
