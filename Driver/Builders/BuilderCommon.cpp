@@ -84,9 +84,8 @@ struct CLP_NUMBER {
 
 // Indexed by CLP_NUMBER_FORMAT.
 static const CLP_NUMBER kNumberFormats[] = {
-    {"%02x", CLP_VALUE_CAPACITY}, {"%02x", 3},
-    {"%04x", CLP_VALUE_CAPACITY}, {"%03d", CLP_VALUE_CAPACITY},
-    {"%04d", CLP_VALUE_CAPACITY}, {"%05d", CLP_VALUE_CAPACITY},
+    {"%02x", CLP_VALUE_CAPACITY}, {"%02x", 3}, {"%04x", CLP_VALUE_CAPACITY}, {"%04d", CLP_VALUE_CAPACITY},
+    {"%05d", CLP_VALUE_CAPACITY},
 };
 
 // All zeros and large: placed in .bss so that the image file carries none of its bytes (a const

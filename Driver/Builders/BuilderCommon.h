@@ -125,7 +125,6 @@ enum CLP_NUMBER_FORMAT : UINT8 {
   NumHex2,     // "%02x"
   NumHex2Cap3, // "%02x", capacity 3
   NumHex4,     // "%04x"
-  NumDec3,     // "%03d"
   NumDec4,     // "%04d"
   NumDec5,     // "%05d"
 };

@@ -142,6 +142,12 @@ TEST(BuilderHelpers, EncodeCopyAndSpace) {
   FormatMacWithColons(Out, (const CHAR8 *)"0211"); // stops at a short text's end
   EXPECT_STREQ((char *)Out, "02:11");
 
+  FormatMacWithColons(Out, (const CHAR8 *)"021122ABCDEF99"); // twelve digits, no more
+  EXPECT_STREQ((char *)Out, "02:11:22:AB:CD:EF");
+  HexEncodeBytes(nullptr, 8, Out);
+  EXPECT_STREQ((char *)Out, "");
+
+  EXPECT_EQ(CheckClpBufferSpace(1024, 0), EFI_SUCCESS);
   EXPECT_EQ(CheckClpBufferSpace(1016, 8), EFI_SUCCESS);
   EXPECT_EQ(CheckClpBufferSpace(1017, 8), EFI_BUFFER_TOO_SMALL);
   EXPECT_EQ(CheckClpBufferSpace(2000, 0), EFI_BUFFER_TOO_SMALL);
@@ -166,11 +172,13 @@ static const GoldenRow kGolden[] = {
   {"type 6", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 6; }, 6, "set pf1 OEMVDR_PfType=RoCE", false},
   {"type 7", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 7; }, 6, "set pf1 OEMVDR_PfType=Disable", false},
   {"type past table", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 8; }, 6, "set pf1 OEMVDR_PfType=", false},
+  {"type 9", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 9; }, 6, "set pf1 OEMVDR_PfType=", false},
   {"vlan hex, pad, upper", DEF, 0x19A2, 1, 2, nullptr, 21, "set port1/pf2 OEMVDR_PfVLANID=20A", false},
   {"vlan 0", DEF, 0x19A2, 1, 2, FN { E.FunctionVlan = 0; }, 21, "set port1/pf2 OEMVDR_PfVLANID=FFF", false},
   {"vlan masked", DEF, 0x19A2, 1, 2, FN { E.FunctionVlan = 0x1ABC; }, 21, "set port1/pf2 OEMVDR_PfVLANID=ABC", false},
   {"pf 12: first digit", DEF, 0x19A2, 0, 12, nullptr, 21, "set port0/pf1 OEMVDR_PfVLANID=20A", false},
   {"port 12: two chars", DEF, 0x19A2, 12, 3, nullptr, 21, "set port1/pf2 OEMVDR_PfVLANID=20A", false},
+  {"port 10: two chars", DEF, 0x19A2, 10, 3, nullptr, 21, "set port1/pf0 OEMVDR_PfVLANID=20A", false},
   {"", DEF, 0x10DF, 1, 2, nullptr, 22, "set port1/pf2 OEMVDR_PfBandwidth=0A", false},
   {"", DEF, 0x1077, 1, 2, nullptr, 23, "set port1/pf2 OEMVDR_PfRateLimit=64", false},
   {"origin 1", DEF, 0x19A2, 1, 2, nullptr, 30, "set port1/pf2 OEMVDR_InitiatorAddressOrigin=static", false},
@@ -382,6 +390,8 @@ static const GoldenRow kGolden[] = {
   {"sriov 2", ELX, 0x10DF, 1, 2, FN { E.Function.SriovEnabled = 2; }, 45, "set / OEMELX_SRIOVState=Disabled", false},
   {"", ELX, 0x10DF, 1, 2, nullptr, 46, "show / OEMELX_LinkConfig", true},
   {"k-th entry", ELX, 0x10DF, 1, 2, FN { mModule.mEmulexPfTypeSetIndex = 2; mModule.mPfTypePfNumber[2] = 3; mModule.mPfTypeTable[2] = 6; }, 47, "set port1/pf3 OEMELX_PFType=RoCE", false},
+  {"last entry", ELX, 0x10DF, 1, 2, FN { mModule.mEmulexPfTypeSetIndex = 15; mModule.mPfTypePfNumber[15] = 7; mModule.mPfTypeTable[15] = 1; }, 47, "set port1/pf7 OEMELX_PFType=FC", false},
+  {"past the queue", ELX, 0x10DF, 1, 2, FN { mModule.mEmulexPfTypeSetIndex = 16; }, 47, "", false},
   {"umc 1", ELX, 0x10DF, 1, 2, FN { mModule.mTargetUmc = 1; }, 48, "set / OEMELX_UMCState=Enabled", false},
   {"umc 2", ELX, 0x10DF, 1, 2, FN { mModule.mTargetUmc = 2; }, 48, "set / OEMELX_UMCState=Disabled", false},
   {"sriov 1", ELX, 0x10DF, 1, 2, FN { E.Function.SriovEnabled = 1; }, 51, "set port1/pf2 OEMELX_SRIOVState=Enabled", false},
@@ -492,6 +502,34 @@ TEST_F(BuilderTest, QLogic8070PersonalityQueriesWalkTheFunctions) {
     EXPECT_EQ(Build(BuildQLogic8070ClpCommand, SHOW_PF_TYPE, &Parse), EFI_SUCCESS);
     EXPECT_EQ(Command(), "show port2.pf" + std::to_string(Count + 1) + " Personality");
   }
+}
+
+// Every command starts on the first boot target: a line for the second target does not leave its
+// digit to the next command.
+TEST_F(BuilderTest, EachCommandStartsOnTheFirstTarget) {
+  E.Function.VendorId = 0x19A2;
+  E.Function.PortIndex = 1;
+  E.Function.PfIndex = 2;
+  BOOLEAN Parse = FALSE;
+  EXPECT_EQ(Build(BuildDefaultClpCommand, SET_PF_TAR_WWPN2, &Parse), EFI_SUCCESS);
+  EXPECT_EQ(Command(), "set port1/pf2/target1 OEMVDR_TargetWWPN=22000011aabbccee");
+  EXPECT_EQ(Build(BuildDefaultClpCommand, SET_ISCSI_TAR_IPV4_ADDR, &Parse), EFI_SUCCESS);
+  EXPECT_EQ(Command(), "set port1/pf2/target0 OEMVDR_IPv4TargetAddress=C0A80002");
+}
+
+// The buffer holds the previous command behind the new one's terminator; only the new text is
+// searched for its placeholders.
+TEST_F(BuilderTest, OnlyTheNewCommandIsPatched) {
+  E.Function.VendorId = 0x19A2;
+  E.Function.PortIndex = 1;
+  E.Function.PfIndex = 2;
+  strcpy(E.InitiatorName, "iqn.2001-04.com.example:host/pf7");
+  BOOLEAN Parse = FALSE;
+  EXPECT_EQ(Build(BuildDefaultClpCommand, SET_ISCSI_INI_NAME, &Parse), EFI_SUCCESS);
+  E.Function.VendorId = 0x1077;
+  mModule.mCurrentUmc = 1;
+  EXPECT_EQ(BuildQLogic8070ClpCommand(&E.Adapter, &E.Function, SHOW_PF_MFG_MAC, &Parse), EFI_SUCCESS);
+  EXPECT_EQ(Command(), "show port2.pf3 MacAddress");
 }
 
 // Secrets and names as long as their bound or longer still leave a terminated command: the value
