@@ -174,6 +174,32 @@ TEST_F(ToolModeTest, DeclineLastsUntilTheNextInstanceZero) {
 
 // A Query repeated without its Response, or refused for want of pool, leaves no copy behind and
 // frees none twice (TearDown checks both).
+// A command of 500 bytes is the longest handed out; a result is stored for Instances below 64 only,
+// and an empty one replaces the result before it.
+TEST_F(ToolModeTest, LongestCommandAndWhichResultsAreStored) {
+  Put(u"CLPCMD000_1", std::vector<uint8_t>(500, 'a'));
+  QueryResult Q = Query(Controllers[1], 0);
+  ASSERT_EQ(Q.Status, EFI_SUCCESS);
+  EXPECT_EQ(Q.Block->CLPCommandLength, 500u);
+  EXPECT_EQ(std::string(reinterpret_cast<const char *>(Q.Block->CLPCommand)), std::string(500, 'a'));
+  Put(u"CLPCMD000_1_RESULT", Bytes("old"));
+  Q.Block->CLPReturnString = nullptr;
+  Q.Block->CLPReturnStringLength = 0;
+  EXPECT_EQ(Protocol->Response(Protocol, Q.Controller, nullptr, &Q.Instance, Q.Guid, Q.Block, Q.Size,
+                               EfiPlatformConfigurationActionNone),
+            EFI_SUCCESS);
+  EXPECT_EQ(Variable(u"CLPCMD000_1_RESULT"), std::vector<uint8_t>{0xEE});
+
+  Q = Query(Controllers[1], 0);
+  ASSERT_EQ(Q.Status, EFI_SUCCESS);
+  Q.Instance = 64;
+  EXPECT_EQ(Respond(Q, "r"), EFI_SUCCESS);
+  EXPECT_EQ(Variable(u"CLPCMD064_1_RESULT"), std::vector<uint8_t>{0xEE});
+
+  Put(u"CLPCMD000_1", std::vector<uint8_t>(501, 'a'));
+  EXPECT_EQ(Query(Controllers[1], 0).Status, EFI_NOT_FOUND);
+}
+
 TEST_F(ToolModeTest, RepeatedQueriesReleaseTheirCopies) {
   ASSERT_EQ(Query(Controllers[0], 0).Status, EFI_SUCCESS);
   Fw().FailNextAllocations(1);
