@@ -200,6 +200,40 @@ TEST_F(ToolModeTest, LongestCommandAndWhichResultsAreStored) {
   EXPECT_EQ(Query(Controllers[1], 0).Status, EFI_NOT_FOUND);
 }
 
+// Nothing is read or written through a missing argument. A Response goes to ToolMode only after
+// a Query that ToolMode answered: a second one finds nothing to act on.
+TEST_F(ToolModeTest, MissingArgumentsAndAnUnaskedResponse) {
+  UINTN Instance = 0, Size = 0;
+  EFI_GUID *Guid = nullptr;
+  VOID *Block = nullptr;
+  EFI_HANDLE C = Controllers[0];
+  for (int Missing = 0; Missing < 5; Missing++) {
+    EXPECT_EQ(Protocol->Query(Protocol, Missing == 0 ? nullptr : C, nullptr,
+                              Missing == 1 ? nullptr : &Instance, Missing == 2 ? nullptr : &Guid,
+                              Missing == 3 ? nullptr : &Block, Missing == 4 ? nullptr : &Size),
+              EFI_INVALID_PARAMETER)
+        << Missing;
+  }
+  QueryResult Q = Query(C, 0);
+  ASSERT_EQ(Q.Status, EFI_SUCCESS);
+  for (int Missing = 0; Missing < 4; Missing++) {
+    EXPECT_EQ(Protocol->Response(Protocol, Missing == 0 ? nullptr : C, nullptr,
+                                 Missing == 1 ? nullptr : &Q.Instance, Missing == 2 ? nullptr : Q.Guid,
+                                 Missing == 3 ? nullptr : Q.Block, Q.Size,
+                                 EfiPlatformConfigurationActionNone),
+              EFI_INVALID_PARAMETER)
+        << Missing;
+  }
+  EXPECT_EQ(Respond(Q, "r1"), EFI_SUCCESS);
+  EFI_CONFIGURE_CLP_PARAMETER_BLK Unasked{};
+  Unasked.CLPReturnString = reinterpret_cast<CHAR8 *>(const_cast<char *>("again"));
+  Unasked.CLPReturnStringLength = 5;
+  EXPECT_EQ(Protocol->Response(Protocol, C, nullptr, &Q.Instance, const_cast<EFI_GUID *>(&ClpGuid), &Unasked,
+                               sizeof(Unasked), EfiPlatformConfigurationActionNone),
+            EFI_SUCCESS);
+  EXPECT_EQ(Variable(u"CLPCMD000_0_RESULT"), Bytes("r1"));
+}
+
 TEST_F(ToolModeTest, RepeatedQueriesReleaseTheirCopies) {
   ASSERT_EQ(Query(Controllers[0], 0).Status, EFI_SUCCESS);
   Fw().FailNextAllocations(1);
