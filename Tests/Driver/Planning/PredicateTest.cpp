@@ -1,6 +1,7 @@
 // The planning predicate, code by code: when each SET code is planned and what it records, what a
 // missing or NULL wish prevents, and the bounds of the command list and of the 16-entry tables.
 #include "PlanningFixture.h"
+#include "Planning/PredicateInternal.h"
 
 namespace {
 
@@ -690,3 +691,12 @@ TEST_F(PredicateTest, EmulexOneConnectRestartCheck) {
 }
 
 } // namespace
+
+// Address texts fill their slots without a terminator: a comparison stops at the slot's end, and
+// at the terminator of a shorter text.
+TEST(PlanTextDiffersTest, ComparesUpToTheBoundOrTheTerminator) {
+  const CHAR8 *A = (const CHAR8 *)"ABCD\0x", *B = (const CHAR8 *)"ABCE\0y";
+  EXPECT_FALSE(PlanTextDiffers(A, B, 3));
+  EXPECT_TRUE(PlanTextDiffers(A, B, 4));
+  EXPECT_FALSE(PlanTextDiffers((const CHAR8 *)"AB\0x", (const CHAR8 *)"AB\0y", 4));
+}
