@@ -87,6 +87,7 @@ TEST_F(LinkLayoutTableTest, OneGigabitLayoutByDeviceSubsystemAndFunctionNumber) 
     FUNCTION_SETTINGS *F = Fs[0];
     F->SubsystemId = Row.Subsystem;
     F->PciAddress = (UINT16)(0x1200 | Row.Number);
+    F->PfIndex = 1; // a rewritten record becomes its port's function 0
     std::tie(F->SubIndex, F->PfsPerPort, F->PortCount, F->LinkWord, F->LinkConfig) =
         std::make_tuple(9, 9, 9, 7, 9);
     std::tie(F->PortIndexCopy, F->PortIndexCopy2, F->NaloIndex) = std::make_tuple(9, 9, 9);
@@ -96,7 +97,7 @@ TEST_F(LinkLayoutTableTest, OneGigabitLayoutByDeviceSubsystemAndFunctionNumber) 
                                     F->NaloIndex,  F->PfIndex,       F->SubIndex,
                                     F->PfsPerPort, F->PortCount,     F->FunctionCount};
     if (Row.Port < 0) {
-      EXPECT_EQ(Moved, (std::vector<int>{Row.PortIndex, 9, 9, 9, 0, 9, 9, 9, 2}));
+      EXPECT_EQ(Moved, (std::vector<int>{Row.PortIndex, 9, 9, 9, 1, 9, 9, 9, 2}));
       EXPECT_EQ(F->MaxLinkSpeedCode, 0);
     } else {
       EXPECT_EQ(Moved, (std::vector<int>{Row.Port, Row.Port, Row.Port, Row.Port, 0, 0, 4, 4, 1}));
