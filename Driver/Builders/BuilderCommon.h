@@ -275,6 +275,10 @@ static_assert(sizeof(CLP_ROW) == 10, "CLP_ROW is packed into 10 bytes");
 // compile.
 VOID ClpLineDoesNotFit(VOID);
 
+// Called only when the lines of a dialect are not in code order; packing such a table fails to
+// compile the same way.
+VOID ClpLinesOutOfOrder(VOID);
+
 // A dialect as stored: this head (row count and format capacity), then its rows ordered by code,
 // then the texts they name, each text once (CLP_TABLE). The builders hand around the address of
 // the head, which code takes directly; a descriptor holding the addresses of rows and texts
@@ -334,7 +338,7 @@ template <UINTN N> constexpr UINTN ClpPoolBytes(const CLP_LINE (&Lines)[N]) {
   return Total;
 }
 
-// Turns the readable lines into the stored table, ordered by code; evaluated by the compiler only.
+// Turns the readable lines into the stored table; evaluated by the compiler only.
 template <UINTN PoolBytes, UINTN N>
 constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N], UINT16 FormatCapacity) {
   static_assert(PoolBytes <= 0xFFFF, "a dialect's texts must be reachable with 16-bit offsets");
@@ -359,12 +363,6 @@ constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N], UINT1
     } else {
       Row.Prefix = Table.Rows[First].Prefix;
     }
-    if (Line.Param > 0xFF || Line.Code > 0xFF || Line.Args[0] > 15 || Line.Args[1] > 15 ||
-        Line.Args[2] > 15 || Line.Source > 63 || Line.Kind > 15 || Line.Store > 7 || Line.Condition > 7 ||
-        Line.Digits > 15 || Line.Space > 31 || Line.Rule > 3 || Line.Form > 1 ||
-        (Line.TargetDigit != 0 && (Line.TargetDigit < '0' || Line.TargetDigit > '2'))) {
-      ClpLineDoesNotFit();
-    }
     Row.Param = (UINT8)Line.Param;
     Row.Code = (UINT8)Line.Code;
     Row.Arg0 = Line.Args[0];
@@ -380,16 +378,23 @@ constexpr CLP_TABLE<N, PoolBytes> PackClpLines(const CLP_LINE (&Lines)[N], UINT1
     Row.Digits = Line.Digits;
     Row.TargetDigit = Line.TargetDigit != 0 ? (UINT8)(Line.TargetDigit - '0' + 1) : 0;
     Row.Space = Line.Space;
-  }
-  // Rows ordered by code (stably: among the rows of one code the first whose condition holds
-  // wins), so that a lookup can search instead of scanning the table.
-  for (UINTN Index = 1; Index < N; Index++) {
-    const CLP_ROW Row = Table.Rows[Index];
-    UINTN Slot = Index;
-    for (; Slot > 0 && Table.Rows[Slot - 1].Code > Row.Code; Slot--) {
-      Table.Rows[Slot] = Table.Rows[Slot - 1];
+    // A value too large for its field would be cut without a word: the row must read back as the
+    // line it was packed from.
+    if (Row.Param != Line.Param || Row.Code != Line.Code || Row.Arg0 != Line.Args[0] ||
+        Row.Arg1 != Line.Args[1] || Row.Arg2 != Line.Args[2] || Row.Form != Line.Form ||
+        Row.Rule != Line.Rule || Row.Source != Line.Source || Row.Kind != Line.Kind ||
+        Row.Store != Line.Store || Row.Condition != Line.Condition || Row.Digits != Line.Digits ||
+        Row.Space != Line.Space ||
+        (Line.TargetDigit != 0 && (Row.TargetDigit == 0 || Row.TargetDigit != Line.TargetDigit - '0' + 1))) {
+      ClpLineDoesNotFit();
     }
-    Table.Rows[Slot] = Row;
+  }
+  // Lines are written in code order, the lines of one code in the order their conditions are
+  // tried, so that a lookup can search instead of scanning the table.
+  for (UINTN Index = 1; Index < N; Index++) {
+    if (Table.Rows[Index - 1].Code > Table.Rows[Index].Code) {
+      ClpLinesOutOfOrder();
+    }
   }
   return Table;
 }
