@@ -172,11 +172,13 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   SetText(S->CurrentAddressText[0], "020000000001");
   std::memcpy(S->MfgAddress[0], "\x00\x1B\x21\x0A\xFF\x3C\x00\x00", 8);
   std::tie(S->MfgAddress[0][8], S->CurrentAddress[0][8]) = std::make_tuple(0x11, 0x77); // behind the address
+  std::tie(S->MfgAddressText[0][16], S->CurrentAddressText[0][16]) = std::make_tuple('Y', 'Z'); // not copied
   Addr0.Enabled = 0; // no virtual address: the manufacturer's is wanted
   EXPECT_TRUE(Plan(SET_ADDR_DEFAULTS));
   EXPECT_EQ(Text(S->CurrentAddressText[0]), "001B210AFF3C");
   EXPECT_EQ(std::memcmp(S->CurrentAddress[0], S->MfgAddress[0], 8), 0);
   EXPECT_EQ(S->CurrentAddress[0][8], 0x77);
+  EXPECT_EQ(S->CurrentAddressText[0][16], 'Z');
   FUNCTION_SETTINGS *Second = NewRecord();
   SetText(Second->MfgAddressText[1], "ABCDEF");
   EXPECT_FALSE(PlanCommand(Second, SET_ADDR_DEFAULTS, &Count));
