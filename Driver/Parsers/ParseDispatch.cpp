@@ -127,11 +127,11 @@ VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
 }
 
 VOID ConvertAddressRun(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text, UINTN Length) {
-  // One digit more than fits is enough for the conversion to refuse a run that is too long,
-  // however long it really is; the run ends at the first character that is not a digit anyway.
+  // One digit more than the longest address is enough for the conversion to refuse a run that is
+  // too long for the slot, however long it really is; the run ends at the first character that is
+  // not a digit anyway.
   CHAR8 Digits[2 * ADDRESS_BYTES_MAX + 2];
-  const UINTN Kept = 2 * Capacity + 1 < sizeof(Digits) - 1 ? 2 * Capacity + 1 : sizeof(Digits) - 1;
-  StageValue(Digits, Text, Length, Kept);
+  StageValue(Digits, Text, Length, sizeof(Digits) - 1);
   ConvertAddressBytes(ByteSlot, Capacity, Digits);
 }
 
@@ -299,14 +299,12 @@ typedef struct {
   BOOLEAN Manufacturer;
   UINT8 FcoeSlot;
   UINT8 OtherSlot;
-  UINT8 Digits;
-  UINT8 Bytes;
+  UINT8 Digits; // two for each byte of the address
 } ADDRESS_COMMAND;
 
 static const ADDRESS_COMMAND mAddressCommands[] = {
-    {SHOW_PF_MFG_MAC, TRUE, 0, 0, 12, 6},  {SHOW_PF_MAC, FALSE, 0, 0, 12, 6},
-    {SHOW_PF_MFG_WWNN, TRUE, 1, 0, 16, 8}, {SHOW_PF_WWNN, FALSE, 1, 0, 16, 8},
-    {SHOW_PF_MFG_WWPN, TRUE, 2, 1, 16, 8}, {SHOW_PF_WWPN, FALSE, 2, 1, 16, 8},
+    {SHOW_PF_MFG_MAC, TRUE, 0, 0, 12}, {SHOW_PF_MAC, FALSE, 0, 0, 12},     {SHOW_PF_MFG_WWNN, TRUE, 1, 0, 16},
+    {SHOW_PF_WWNN, FALSE, 1, 0, 16},   {SHOW_PF_MFG_WWPN, TRUE, 2, 1, 16}, {SHOW_PF_WWPN, FALSE, 2, 1, 16},
 };
 
 static const char mZeroMacText[] = "000000000000";
@@ -331,8 +329,7 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
   if (mModule.mFamily.QLogic8070 && IsMac) {
     ParseColonMacQLogic8070(Text, View->Value, View->Length);
   } else {
-    mModule.mScanLength = Command->Digits;
-    CHAR8 Digits[2 * ADDRESS_BYTES_MAX + 1];
+    CHAR8 Digits[FUNCTION_ADDRESS_SLOT_SIZE];
     StageValue(Digits, View->Value, View->Length, Command->Digits);
     CopyCharsUpper(Text, Digits, Command->Digits);
   }
@@ -348,7 +345,7 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
   CHAR8 Terminated[FUNCTION_ADDRESS_SLOT_SIZE];
   CopyMem(Terminated, Text, FUNCTION_ADDRESS_SLOT_SIZE - 1);
   Terminated[FUNCTION_ADDRESS_SLOT_SIZE - 1] = 0;
-  ConvertAddressBytes(Bytes, Command->Bytes, Terminated);
+  ConvertAddressBytes(Bytes, Command->Digits / 2, Terminated);
 }
 
 static VOID ParseSriovStep(const PARSE_VIEW *View) {

@@ -419,7 +419,6 @@ static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, 
   CHAR8 *Text =
       Row->Action.Manufacturer ? Settings->MfgAddressText[Slot] : Settings->CurrentAddressText[Slot];
   UINT8 *Bytes = Row->Action.Manufacturer ? Settings->MfgAddress[Slot] : Settings->CurrentAddress[Slot];
-  mModule.mScanLength = Row->Conversion.Size;
   CopyChars(Text, Staged, Row->Conversion.Size);
   // From the reply, not the copied text: a run longer than the slot's bytes must not fit.
   ConvertAddressRun(Bytes, Row->Conversion.Bytes, ValueText, Remaining);
@@ -453,9 +452,6 @@ static VOID StageForConversion(CHAR8 *Dest, const PF_INFO_CONVERSION &Conversion
   case PfInfoAddress:
   case PfInfoHex:
     StageValue(Dest, Text, Length, Conversion.Size);
-    return;
-  case PfInfoFlag:
-    Dest[0] = 0; // searched in the reply itself
     return;
   case PfInfoList:
     StageLine(Dest, Text, Length, LIST_COPY_MAX, FALSE);
@@ -570,12 +566,10 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     ConvertAddress(Row, Settings, Staged, ValueText, Remaining);
     return;
   case PfInfoHex: {
+    // Every hexadecimal row stages twice as many digits as it has bytes, so the run always fits.
     UINT8 Number[2] = {0, 0};
-    mModule.mDestPtr = Number;
     mModule.mByteLength = Conversion.Bytes;
-    if (AsciiHexStringToBuf(Number, &mModule.mByteLength, Staged, &mModule.mScanLength) != EFI_SUCCESS) {
-      mModule.mByteLength = 0;
-    }
+    AsciiHexStringToBuf(Number, &mModule.mByteLength, Staged, &mModule.mScanLength);
     // A one-byte result goes straight into its field, which keeps its value without a digit.
     if (Conversion.Bytes == 1 && mModule.mByteLength == 0) {
       return;
@@ -587,7 +581,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     CopyLine(Settings->IscsiInitiatorName, Staged, NAME_COPY_MAX);
     return;
   case PfInfoFlag:
-    Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, "Disabl") != nullptr ? 1 : 0;
+    Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, "Disabl") != nullptr;
     break;
   }
   SaveResult(Row->Action.Store, Settings, &Result);
