@@ -36,10 +36,11 @@ typedef enum : UINT8 {
   PfInfoFlag,     // whether "Disabl" lies within the first Size characters of the value
 } PF_INFO_KIND;
 
-typedef struct {
+// Fields a kind does not use stay 0.
+typedef struct _PF_INFO_CONVERSION {
   PF_INFO_KIND Kind;
-  UINT8 Size;
-  UINT8 Bytes;
+  UINT8 Size{};  // characters (address, hex), strings (list), digits (decimal2) or window (flag)
+  UINT8 Bytes{}; // address and hex results
 } PF_INFO_CONVERSION;
 
 // What a conversion hands to the store action.
@@ -68,10 +69,10 @@ typedef enum : UINT8 {
   StoreBootEnableToApply2031,
 } PF_INFO_STORE;
 
-typedef struct {
-  PF_INFO_STORE Store;  // word, number and list results
-  INT8 AddressSlot;     // address results: the slot, -1 for none
-  BOOLEAN Manufacturer; // address results: MfgAddress(Text) instead of CurrentAddress(Text)
+typedef struct _PF_INFO_ACTION {
+  PF_INFO_STORE Store;    // word, number and list results
+  UINT8 AddressSlot{};    // address results: the slot
+  BOOLEAN Manufacturer{}; // address results: MfgAddress(Text) instead of CurrentAddress(Text)
 } PF_INFO_ACTION;
 
 // A key with what its search needs, worked out when the table is compiled. The longest key,
@@ -104,9 +105,10 @@ template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size])
   return Result;
 }
 
-typedef struct {
-  INT8 UnlessRow;                     // the row is skipped when the key of this row (>= 0) is in the reply
-  BOOLEAN FirstFunctionOfAdapterOnly; // the row is read only on the adapter's first function
+typedef struct _PF_INFO_CONDITION {
+  BOOLEAN Unless{}; // the row is skipped when the key of row UnlessRow is in the reply
+  UINT8 UnlessRow{};
+  BOOLEAN FirstFunctionOfAdapterOnly{}; // the row is read only on the adapter's first function
 } PF_INFO_CONDITION;
 
 typedef struct {
@@ -117,16 +119,16 @@ typedef struct {
 } PF_INFO_ROW;
 
 static constexpr PF_INFO_CONVERSION Word() {
-  return {PfInfoWord, WORD_COPY_MAX, 0};
+  return {PfInfoWord};
 }
 static constexpr PF_INFO_CONVERSION List(UINT8 Count) {
-  return {PfInfoList, Count, 0};
+  return {PfInfoList, Count};
 }
 static constexpr PF_INFO_CONVERSION Decimal2() {
-  return {PfInfoDecimal2, 2, 0};
+  return {PfInfoDecimal2, 2};
 }
 static constexpr PF_INFO_CONVERSION Decimal() {
-  return {PfInfoDecimal, 0, 0};
+  return {PfInfoDecimal};
 }
 static constexpr PF_INFO_CONVERSION Address(UINT8 Digits, UINT8 Bytes) {
   return {PfInfoAddress, Digits, Bytes};
@@ -135,35 +137,37 @@ static constexpr PF_INFO_CONVERSION Hex(UINT8 Digits, UINT8 Bytes) {
   return {PfInfoHex, Digits, Bytes};
 }
 static constexpr PF_INFO_CONVERSION Name() {
-  return {PfInfoName, NAME_COPY_MAX, 0};
+  return {PfInfoName};
 }
 
 static constexpr PF_INFO_CONVERSION DisablWithin(UINT8 Window) {
-  return {PfInfoFlag, Window, 0};
+  return {PfInfoFlag, Window};
 }
 
 static constexpr PF_INFO_ACTION Store(PF_INFO_STORE Action) {
-  return {Action, -1, FALSE};
+  return {Action};
 }
 static constexpr PF_INFO_ACTION Nothing() {
-  return {StoreNone, -1, FALSE};
+  return {StoreNone};
 }
-static constexpr PF_INFO_ACTION CurrentSlot(INT8 Slot) {
-  return {StoreNone, Slot, FALSE};
+static constexpr PF_INFO_ACTION CurrentSlot(UINT8 Slot) {
+  return {StoreNone, Slot};
 }
-static constexpr PF_INFO_ACTION MfgSlot(INT8 Slot) {
+static constexpr PF_INFO_ACTION MfgSlot(UINT8 Slot) {
   return {StoreNone, Slot, TRUE};
 }
 
 static constexpr PF_INFO_CONDITION Always() {
-  return {-1, FALSE};
+  return {};
 }
 // Row: the row of the same table whose key, when present, skips this row.
-static constexpr PF_INFO_CONDITION UnlessKeyOfRow(INT8 Row) {
-  return {Row, FALSE};
+static constexpr PF_INFO_CONDITION UnlessKeyOfRow(UINT8 Row) {
+  return {TRUE, Row};
 }
 static constexpr PF_INFO_CONDITION FirstFunctionOfAdapter() {
-  return {-1, TRUE};
+  PF_INFO_CONDITION Condition = {};
+  Condition.FirstFunctionOfAdapterOnly = TRUE;
+  return Condition;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -415,7 +419,7 @@ static constexpr PF_INFO_ROW mQLogic2031Keys[] = {
 
 static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, const CHAR8 *Staged,
                            const CHAR8 *ValueText, UINTN Remaining) {
-  const UINT8 Slot = (UINT8)Row->Action.AddressSlot;
+  const UINT8 Slot = Row->Action.AddressSlot;
   CHAR8 *Text =
       Row->Action.Manufacturer ? Settings->MfgAddressText[Slot] : Settings->CurrentAddressText[Slot];
   UINT8 *Bytes = Row->Action.Manufacturer ? Settings->MfgAddress[Slot] : Settings->CurrentAddress[Slot];
@@ -528,11 +532,12 @@ static const CHAR8 *KeyFound(const PF_INFO_KEY *Wanted, const CHAR8 *Match) {
 static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const *Matches, const CHAR8 *Value,
                        UINTN Length, FUNCTION_SETTINGS *Settings) {
   const PF_INFO_ROW *Row = &Table[Index];
-  if (Row->Condition.FirstFunctionOfAdapterOnly && !mModule.mFirstFunctionOfAdapter) {
+  const PF_INFO_CONDITION &Condition = Row->Condition;
+  if (Condition.FirstFunctionOfAdapterOnly && !mModule.mFirstFunctionOfAdapter) {
     return;
   }
-  const INT8 Unless = Row->Condition.UnlessRow;
-  if (Unless >= 0 && KeyFound(&Table[Unless].Key, Matches[Unless]) != nullptr) {
+  if (Condition.Unless &&
+      KeyFound(&Table[Condition.UnlessRow].Key, Matches[Condition.UnlessRow]) != nullptr) {
     return;
   }
   if (KeyFound(&Row->Key, Matches[Index]) == nullptr) {
@@ -544,7 +549,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
 
   CHAR8 Staged[PF_INFO_SCRATCH_SIZE];
   StageForConversion(Staged, Row->Conversion, ValueText, Remaining);
-  PF_INFO_VALUE Result = {Staged, 0};
+  PF_INFO_VALUE Result = {Staged, {}};
   const PF_INFO_CONVERSION &Conversion = Row->Conversion;
   switch (Conversion.Kind) {
   case PfInfoWord:
