@@ -30,17 +30,17 @@ typedef enum : UINT8 {
   PfInfoList,     // the line, at most 255 characters, split into Size firmware version strings
   PfInfoDecimal2, // at most 2 leading decimal digits of the line
   PfInfoDecimal,  // the leading decimal digits of the line; 0 without a digit or on overflow
-  PfInfoAddress,  // Size characters as text, the leading hexadecimal run as Bytes bytes
-  PfInfoHex,      // Size characters read as a little-endian hexadecimal number of Bytes bytes
+  PfInfoAddress,  // Size characters as text, the leading hexadecimal run as Size / 2 bytes
+  PfInfoHex,      // Size characters read as a little-endian hexadecimal number of Size / 2 bytes
   PfInfoName,     // the line, at most 254 characters, straight into IscsiInitiatorName
   PfInfoFlag,     // whether "Disabl" lies within the first Size characters of the value
 } PF_INFO_KIND;
 
-// Fields a kind does not use stay 0.
+// Address and hex results take half as many bytes as they read digits. A kind without a size
+// leaves it 0.
 typedef struct _PF_INFO_CONVERSION {
   PF_INFO_KIND Kind;
-  UINT8 Size{};  // characters (address, hex), strings (list), digits (decimal2) or window (flag)
-  UINT8 Bytes{}; // address and hex results
+  UINT8 Size{}; // digits (address, hex, decimal2), strings (list) or window (flag)
 } PF_INFO_CONVERSION;
 
 // What a conversion hands to the store action.
@@ -85,22 +85,16 @@ typedef struct {
   UINT8 Anchor; // position of the key's first '='
 } PF_INFO_KEY;
 
-// Called only for a key without an '=': not constexpr, so such a key row fails to compile.
-VOID PfInfoKeyHasNoSign(VOID);
-
 template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size]) {
   static_assert(Size <= PF_INFO_KEY_SIZE, "key text too long for a key row");
   PF_INFO_KEY Result = {};
   Result.Length = (UINT8)(Size - 1);
-  Result.Anchor = Result.Length;
-  for (UINTN Index = 0; Index + 1 < Size; Index++) {
+  for (UINTN Index = 0; Index < Size; Index++) {
     Result.Text[Index] = Text[Index];
-    if (Text[Index] == '=' && Result.Anchor == Result.Length) {
-      Result.Anchor = (UINT8)Index;
-    }
   }
-  if (Result.Anchor == Result.Length) {
-    PfInfoKeyHasNoSign();
+  // For a key without an '=' this reads past the text, which a constant table does not compile.
+  while (Text[Result.Anchor] != '=') {
+    Result.Anchor++;
   }
   return Result;
 }
@@ -130,11 +124,11 @@ static constexpr PF_INFO_CONVERSION Decimal2() {
 static constexpr PF_INFO_CONVERSION Decimal() {
   return {PfInfoDecimal};
 }
-static constexpr PF_INFO_CONVERSION Address(UINT8 Digits, UINT8 Bytes) {
-  return {PfInfoAddress, Digits, Bytes};
+static constexpr PF_INFO_CONVERSION Address(UINT8 Digits) {
+  return {PfInfoAddress, Digits};
 }
-static constexpr PF_INFO_CONVERSION Hex(UINT8 Digits, UINT8 Bytes) {
-  return {PfInfoHex, Digits, Bytes};
+static constexpr PF_INFO_CONVERSION Hex(UINT8 Digits) {
+  return {PfInfoHex, Digits};
 }
 static constexpr PF_INFO_CONVERSION Name() {
   return {PfInfoName};
@@ -367,16 +361,16 @@ static constexpr PF_INFO_ROW mEmulex0710Keys[] = {
     {Key("SRIOV="), Word(), Store(StoreSriov0710), Always()},
     {Key("PfType="), Word(), Store(StorePfType0710), Always()},
     {Key("PfBootEnable="), Word(), Store(StoreBootEnable0710), Always()},
-    {Key("PfMAC="), Address(12, 6), CurrentSlot(0), Always()},
-    {Key("MFG_PfMAC="), Address(12, 6), MfgSlot(0), Always()},
-    {Key("WWNN="), Address(16, 8), CurrentSlot(1), Always()},
-    {Key("MFG_WWNN="), Address(16, 8), MfgSlot(1), Always()},
-    {Key("WWPN="), Address(16, 8), CurrentSlot(2), Always()},
-    {Key("MFG_WWPN="), Address(16, 8), MfgSlot(2), Always()},
-    {Key("PfBandwidth="), Hex(2, 1), Store(StoreMinBandwidth), Always()},
-    {Key("PfRateLimit="), Hex(2, 1), Store(StoreMaxBandwidth), Always()},
-    {Key("PfVLANID=0x"), Hex(4, 2), Store(StoreVlanIdNumber), Always()},
-    {Key("PfVLANID="), Hex(4, 2), Store(StoreVlanIdNumber), UnlessKeyOfRow(14)},
+    {Key("PfMAC="), Address(12), CurrentSlot(0), Always()},
+    {Key("MFG_PfMAC="), Address(12), MfgSlot(0), Always()},
+    {Key("WWNN="), Address(16), CurrentSlot(1), Always()},
+    {Key("MFG_WWNN="), Address(16), MfgSlot(1), Always()},
+    {Key("WWPN="), Address(16), CurrentSlot(2), Always()},
+    {Key("MFG_WWPN="), Address(16), MfgSlot(2), Always()},
+    {Key("PfBandwidth="), Hex(2), Store(StoreMinBandwidth), Always()},
+    {Key("PfRateLimit="), Hex(2), Store(StoreMaxBandwidth), Always()},
+    {Key("PfVLANID=0x"), Hex(4), Store(StoreVlanIdNumber), Always()},
+    {Key("PfVLANID="), Hex(4), Store(StoreVlanIdNumber), UnlessKeyOfRow(14)},
     {Key("InitiatorIscsiName="), Name(), Nothing(), Always()},
 };
 
@@ -387,15 +381,15 @@ static constexpr PF_INFO_ROW mEmulex0720Keys[] = {
     {Key("SRIOVState="), Word(), Store(StoreSriov0720), Always()},
     {Key("UMCState="), Word(), Store(StoreUmc0720), FirstFunctionOfAdapter()},
     {Key("BootEnable="), Word(), Store(StoreBootEnable0720), Always()},
-    {Key("MAC="), Address(12, 6), CurrentSlot(0), Always()},
-    {Key("MfgMAC="), Address(12, 6), MfgSlot(0), Always()},
+    {Key("MAC="), Address(12), CurrentSlot(0), Always()},
+    {Key("MfgMAC="), Address(12), MfgSlot(0), Always()},
     {Key("MinBandwidth="), Decimal(), Store(StoreMinBandwidth), Always()},
     {Key("MaxBandwidth="), Decimal(), Store(StoreMaxBandwidth), Always()},
     {Key("PfVLANID="), Decimal(), Store(StoreVlanIdNumber), Always()},
-    {Key("WWNN="), Address(16, 8), CurrentSlot(1), Always()},
-    {Key("MFG_WWNN="), Address(16, 8), MfgSlot(1), Always()},
-    {Key("WWPN="), Address(16, 8), CurrentSlot(2), Always()},
-    {Key("MFG_WWPN="), Address(16, 8), MfgSlot(2), Always()},
+    {Key("WWNN="), Address(16), CurrentSlot(1), Always()},
+    {Key("MFG_WWNN="), Address(16), MfgSlot(1), Always()},
+    {Key("WWPN="), Address(16), CurrentSlot(2), Always()},
+    {Key("MFG_WWPN="), Address(16), MfgSlot(2), Always()},
     {Key("InitiatorIscsiName="), Name(), Nothing(), Always()},
 };
 
@@ -407,10 +401,10 @@ static_assert(mEmulex0710Keys[14].Key.Length == 11 && mEmulex0710Keys[14].Key.Te
 static constexpr PF_INFO_ROW mQLogic2031Keys[] = {
     {Key("FirmwareVersions="), List(4), Store(StoreFcIovSupport2031), Always()},
     {Key("BootEnable="), DisablWithin(12), Store(StoreBootEnableToApply2031), Always()},
-    {Key("WWNN="), Address(16, 8), CurrentSlot(0), Always()},
-    {Key("WWNN="), Address(16, 8), MfgSlot(0), Always()},
-    {Key("WWPN="), Address(16, 8), CurrentSlot(1), Always()},
-    {Key("WWPN="), Address(16, 8), MfgSlot(1), Always()},
+    {Key("WWNN="), Address(16), CurrentSlot(0), Always()},
+    {Key("WWNN="), Address(16), MfgSlot(0), Always()},
+    {Key("WWPN="), Address(16), CurrentSlot(1), Always()},
+    {Key("WWPN="), Address(16), MfgSlot(1), Always()},
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -425,7 +419,7 @@ static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, 
   UINT8 *Bytes = Row->Action.Manufacturer ? Settings->MfgAddress[Slot] : Settings->CurrentAddress[Slot];
   CopyChars(Text, Staged, Row->Conversion.Size);
   // From the reply, not the copied text: a run longer than the slot's bytes must not fit.
-  ConvertAddressRun(Bytes, Row->Conversion.Bytes, ValueText, Remaining);
+  ConvertAddressRun(Bytes, Row->Conversion.Size / 2, ValueText, Remaining);
 }
 
 // Copies the value's line up to the CR, LF or NUL that ends it, at most Max characters and never
@@ -499,9 +493,9 @@ static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table,
     Pending[Index] = (UINT8)Index;
   }
   UINTN PendingCount = Count;
-  UINTN Position = 0;
-  while (PendingCount > 0 && Position < Length) {
-    const CHAR8 *Sign = HxMemSearch(Value + Position, Length - Position, ASTR("="), 1);
+  const CHAR8 *Cursor = Value;
+  while (PendingCount > 0) {
+    const CHAR8 *Sign = HxMemSearch(Cursor, Length - (UINTN)(Cursor - Value), ASTR("="), 1);
     if (Sign == nullptr) {
       break;
     }
@@ -517,7 +511,7 @@ static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table,
         Slot++;
       }
     }
-    Position = At + 1;
+    Cursor = Sign + 1;
   }
 }
 
@@ -571,12 +565,13 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     ConvertAddress(Row, Settings, Staged, ValueText, Remaining);
     return;
   case PfInfoHex: {
-    // Every hexadecimal row stages twice as many digits as it has bytes, so the run always fits.
+    // The staged digits always fit their bytes.
+    const UINTN Bytes = Conversion.Size / 2;
     UINT8 Number[2] = {0, 0};
-    mModule.mByteLength = Conversion.Bytes;
+    mModule.mByteLength = Bytes;
     AsciiHexStringToBuf(Number, &mModule.mByteLength, Staged, &mModule.mScanLength);
     // A one-byte result goes straight into its field, which keeps its value without a digit.
-    if (Conversion.Bytes == 1 && mModule.mByteLength == 0) {
+    if (Bytes == 1 && mModule.mByteLength == 0) {
       return;
     }
     Result.Number = (UINTN)Number[0] | ((UINTN)Number[1] << 8);
