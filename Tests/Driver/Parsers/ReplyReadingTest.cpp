@@ -530,7 +530,9 @@ TEST_F(ReplyReadingTest, NullListEntryEndsEveryWalk) {
         // The count ends the list as well, even with the entries behind it set.
         (C.PortHole ? R->PortCount : R->FunctionCount) = ByCount ? 1 : 3;
       }
-      FUNCTION_SETTINGS *Behind = C.PortHole ? S->Ports[2] : S->Functions[2];
+      // Behind the hole, or the first entry past the count.
+      const int Past = ByCount ? 1 : 2;
+      FUNCTION_SETTINGS *Behind = C.PortHole ? S->Ports[Past] : S->Functions[Past];
       if (!ByCount) {
         (C.PortHole ? S->Ports[1] : S->Functions[1]) = nullptr;
       }
