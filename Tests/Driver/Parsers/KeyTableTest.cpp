@@ -286,7 +286,7 @@ const KeyRow kRows[] = {
     {0x19A20710, SHOW_PF_INFO, "retdata=PfVLANID=zz\r\n", "Vlan=0;CurVlan=0;TgtVlan=0"},
     {0x19A20710, SHOW_PF_INFO, "retdata=PfVLANID=0064\r\n", "Vlan=100;CurVlan=100;TgtVlan=100", 1, 0},
     // "PfVLANID=0x" cut by the reply's end is not that key.
-    {0x19A20710, SHOW_PF_INFO, "retdata=PfVLANID=0", "Vlan=0;CurVlan=0;TgtVlan=0"},
+    {0x19A20710, SHOW_PF_INFO, "retdata=\r\nPfVLANID=0", "Vlan=0;CurVlan=0;TgtVlan=0"},
     {0x19A20710, SHOW_PF_INFO, "retdata=InitiatorIscsiName=iqn.2001-05.com.example:host\r\nPfCount=2",
      "Ini=iqn.2001-05.com.example:host;CurPfCount=2;TgtPfCount=2;FnCount=2"},
     {0x19A20710, SHOW_PF_INFO, "retdata=InitiatorIscsiName=" + kLongName, "Ini=" + kLongName.substr(0, 254)},
@@ -344,6 +344,7 @@ const KeyRow kRows[] = {
      "Ini=iqn.2001-05.com.example:h2"},
     {0x10DF0720, SHOW_PF_INFO, "retdata=PortEn=disabled\r\nSRIOV=enabled\r\nPfCount=4\r\n", ""},
     {0x10DF0720, SHOW_PF_INFO, "retdata=xAC=0000c9aabbcc\r\n", ""},
+    {0x10DF0720, SHOW_PF_INFO, "retdata=PortEnable=Disabled\r\nMfgMAC=", "PortEn=0;PortEnApply=0;Mfg0=;Cur0="},
     // Every key of the table in one reply, the last one found last.
     {0x10DF0720, SHOW_PF_INFO,
      "retdata=PfType=FCoE\r\nPortEnable=Disabled\r\nFirmwareVersions=1.1,2.2,3.3\r\nSRIOVState=Enabled\r\n"
