@@ -23,8 +23,6 @@
 #define VIDDID_QLOGIC_1644 0x10771644u
 
 #define VLAN_ID_NONE 4095
-// Longest byte-form address: a WWN.
-#define ADDRESS_BYTES_MAX 8
 // SplitVersionList reads at most four strings of 31 characters and their separators.
 #define VERSION_LIST_CHARS 255
 // Significant digits that a UINTN always holds: 19 decimal, 16 hexadecimal.
@@ -71,10 +69,7 @@ static UINTN ConstLength(const char *Text) {
 const CHAR8 *FindInValue(const CHAR8 *Value, UINTN Length, UINTN Window, const char *Key) {
   mModule.mSearchKey = ASTR(Key);
   mModule.mScanLength = ConstLength(Key);
-  mModule.mScanPtr = nullptr;
-  if (Value == nullptr) {
-    return nullptr;
-  }
+  // HxMemSearch finds nothing in a NULL value.
   const UINTN Range = Window < Length ? Window : Length;
   mModule.mScanPtr = HxMemSearch(Value, Range, ASTR(Key), mModule.mScanLength);
   return mModule.mScanPtr;
@@ -127,11 +122,11 @@ VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
 }
 
 VOID ConvertAddressRun(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text, UINTN Length) {
-  // One digit more than fits is enough for the conversion to refuse a run that is too long,
-  // however long it really is; the run ends at the first character that is not a digit anyway.
-  CHAR8 Digits[2 * ADDRESS_BYTES_MAX + 2];
-  const UINTN Kept = 2 * Capacity + 1 < sizeof(Digits) - 1 ? 2 * Capacity + 1 : sizeof(Digits) - 1;
-  StageValue(Digits, Text, Length, Kept);
+  // One digit more than an address slot holds is enough for the conversion to refuse a run that is
+  // too long for the slot, however long it really is; the run ends at the first character that is
+  // not a digit anyway.
+  CHAR8 Digits[FUNCTION_ADDRESS_SLOT_SIZE + 1];
+  StageValue(Digits, Text, Length, sizeof(Digits) - 1);
   ConvertAddressBytes(ByteSlot, Capacity, Digits);
 }
 
@@ -299,14 +294,12 @@ typedef struct {
   BOOLEAN Manufacturer;
   UINT8 FcoeSlot;
   UINT8 OtherSlot;
-  UINT8 Digits;
-  UINT8 Bytes;
+  UINT8 Digits; // two for each byte of the address
 } ADDRESS_COMMAND;
 
 static const ADDRESS_COMMAND mAddressCommands[] = {
-    {SHOW_PF_MFG_MAC, TRUE, 0, 0, 12, 6},  {SHOW_PF_MAC, FALSE, 0, 0, 12, 6},
-    {SHOW_PF_MFG_WWNN, TRUE, 1, 0, 16, 8}, {SHOW_PF_WWNN, FALSE, 1, 0, 16, 8},
-    {SHOW_PF_MFG_WWPN, TRUE, 2, 1, 16, 8}, {SHOW_PF_WWPN, FALSE, 2, 1, 16, 8},
+    {SHOW_PF_MFG_MAC, TRUE, 0, 0, 12}, {SHOW_PF_MAC, FALSE, 0, 0, 12},     {SHOW_PF_MFG_WWNN, TRUE, 1, 0, 16},
+    {SHOW_PF_WWNN, FALSE, 1, 0, 16},   {SHOW_PF_MFG_WWPN, TRUE, 2, 1, 16}, {SHOW_PF_WWPN, FALSE, 2, 1, 16},
 };
 
 static const char mZeroMacText[] = "000000000000";
@@ -331,8 +324,7 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
   if (mModule.mFamily.QLogic8070 && IsMac) {
     ParseColonMacQLogic8070(Text, View->Value, View->Length);
   } else {
-    mModule.mScanLength = Command->Digits;
-    CHAR8 Digits[2 * ADDRESS_BYTES_MAX + 1];
+    CHAR8 Digits[FUNCTION_ADDRESS_SLOT_SIZE];
     StageValue(Digits, View->Value, View->Length, Command->Digits);
     CopyCharsUpper(Text, Digits, Command->Digits);
   }
@@ -345,10 +337,9 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
 
   // The text slot may still hold what the platform put there (a short colon MAC leaves it alone),
   // so convert from a copy that is certain to end inside the slot.
-  CHAR8 Terminated[FUNCTION_ADDRESS_SLOT_SIZE];
+  CHAR8 Terminated[FUNCTION_ADDRESS_SLOT_SIZE] = {};
   CopyMem(Terminated, Text, FUNCTION_ADDRESS_SLOT_SIZE - 1);
-  Terminated[FUNCTION_ADDRESS_SLOT_SIZE - 1] = 0;
-  ConvertAddressBytes(Bytes, Command->Bytes, Terminated);
+  ConvertAddressBytes(Bytes, Command->Digits / 2, Terminated);
 }
 
 static VOID ParseSriovStep(const PARSE_VIEW *View) {
@@ -556,7 +547,7 @@ static VOID RunParseStep(PARSE_STEP Step, const PARSE_VIEW *View) {
 }
 
 // What an empty reply is read as when the adapter driver passes no string at all.
-static const CHAR8 mEmptyReply[1] = {0};
+static const CHAR8 mEmptyReply{};
 
 EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Reply, UINT32 ReplyLength,
                          UINTN CommandCode) {
@@ -577,7 +568,7 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
     if (ReplyLength != 0) {
       return mModule.mConfigStatus;
     }
-    Text = mEmptyReply;
+    Text = &mEmptyReply;
   }
 
   for (const PARSE_DISPATCH_ENTRY &Entry : mParseDispatch) {

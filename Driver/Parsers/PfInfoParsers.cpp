@@ -30,16 +30,17 @@ typedef enum : UINT8 {
   PfInfoList,     // the line, at most 255 characters, split into Size firmware version strings
   PfInfoDecimal2, // at most 2 leading decimal digits of the line
   PfInfoDecimal,  // the leading decimal digits of the line; 0 without a digit or on overflow
-  PfInfoAddress,  // Size characters as text, the leading hexadecimal run as Bytes bytes
-  PfInfoHex,      // Size characters read as a little-endian hexadecimal number of Bytes bytes
+  PfInfoAddress,  // Size characters as text, the leading hexadecimal run as Size / 2 bytes
+  PfInfoHex,      // Size characters read as a little-endian hexadecimal number of Size / 2 bytes
   PfInfoName,     // the line, at most 254 characters, straight into IscsiInitiatorName
   PfInfoFlag,     // whether "Disabl" lies within the first Size characters of the value
 } PF_INFO_KIND;
 
-typedef struct {
+// Address and hex results take half as many bytes as they read digits. A kind without a size
+// leaves it 0.
+typedef struct _PF_INFO_CONVERSION {
   PF_INFO_KIND Kind;
-  UINT8 Size;
-  UINT8 Bytes;
+  UINT8 Size{}; // digits (address, hex, decimal2), strings (list) or window (flag)
 } PF_INFO_CONVERSION;
 
 // What a conversion hands to the store action.
@@ -68,10 +69,10 @@ typedef enum : UINT8 {
   StoreBootEnableToApply2031,
 } PF_INFO_STORE;
 
-typedef struct {
-  PF_INFO_STORE Store;  // word, number and list results
-  INT8 AddressSlot;     // address results: the slot, -1 for none
-  BOOLEAN Manufacturer; // address results: MfgAddress(Text) instead of CurrentAddress(Text)
+typedef struct _PF_INFO_ACTION {
+  PF_INFO_STORE Store;    // word, number and list results
+  UINT8 AddressSlot{};    // address results: the slot
+  BOOLEAN Manufacturer{}; // address results: MfgAddress(Text) instead of CurrentAddress(Text)
 } PF_INFO_ACTION;
 
 // A key with what its search needs, worked out when the table is compiled. The longest key,
@@ -84,29 +85,24 @@ typedef struct {
   UINT8 Anchor; // position of the key's first '='
 } PF_INFO_KEY;
 
-// Called only for a key without an '=': not constexpr, so such a key row fails to compile.
-VOID PfInfoKeyHasNoSign(VOID);
-
 template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size]) {
   static_assert(Size <= PF_INFO_KEY_SIZE, "key text too long for a key row");
   PF_INFO_KEY Result = {};
   Result.Length = (UINT8)(Size - 1);
-  Result.Anchor = Result.Length;
-  for (UINTN Index = 0; Index + 1 < Size; Index++) {
+  for (UINTN Index = 0; Index < Size; Index++) {
     Result.Text[Index] = Text[Index];
-    if (Text[Index] == '=' && Result.Anchor == Result.Length) {
-      Result.Anchor = (UINT8)Index;
-    }
   }
-  if (Result.Anchor == Result.Length) {
-    PfInfoKeyHasNoSign();
+  // For a key without an '=' this reads past the text, which a constant table does not compile.
+  while (Text[Result.Anchor] != '=') {
+    Result.Anchor++;
   }
   return Result;
 }
 
-typedef struct {
-  INT8 UnlessRow;                     // the row is skipped when the key of this row (>= 0) is in the reply
-  BOOLEAN FirstFunctionOfAdapterOnly; // the row is read only on the adapter's first function
+typedef struct _PF_INFO_CONDITION {
+  BOOLEAN Unless{}; // the row is skipped when the key of row UnlessRow is in the reply
+  UINT8 UnlessRow{};
+  BOOLEAN FirstFunctionOfAdapterOnly{}; // the row is read only on the adapter's first function
 } PF_INFO_CONDITION;
 
 typedef struct {
@@ -117,53 +113,55 @@ typedef struct {
 } PF_INFO_ROW;
 
 static constexpr PF_INFO_CONVERSION Word() {
-  return {PfInfoWord, WORD_COPY_MAX, 0};
+  return {PfInfoWord};
 }
 static constexpr PF_INFO_CONVERSION List(UINT8 Count) {
-  return {PfInfoList, Count, 0};
+  return {PfInfoList, Count};
 }
 static constexpr PF_INFO_CONVERSION Decimal2() {
-  return {PfInfoDecimal2, 2, 0};
+  return {PfInfoDecimal2, 2};
 }
 static constexpr PF_INFO_CONVERSION Decimal() {
-  return {PfInfoDecimal, 0, 0};
+  return {PfInfoDecimal};
 }
-static constexpr PF_INFO_CONVERSION Address(UINT8 Digits, UINT8 Bytes) {
-  return {PfInfoAddress, Digits, Bytes};
+static constexpr PF_INFO_CONVERSION Address(UINT8 Digits) {
+  return {PfInfoAddress, Digits};
 }
-static constexpr PF_INFO_CONVERSION Hex(UINT8 Digits, UINT8 Bytes) {
-  return {PfInfoHex, Digits, Bytes};
+static constexpr PF_INFO_CONVERSION Hex(UINT8 Digits) {
+  return {PfInfoHex, Digits};
 }
 static constexpr PF_INFO_CONVERSION Name() {
-  return {PfInfoName, NAME_COPY_MAX, 0};
+  return {PfInfoName};
 }
 
 static constexpr PF_INFO_CONVERSION DisablWithin(UINT8 Window) {
-  return {PfInfoFlag, Window, 0};
+  return {PfInfoFlag, Window};
 }
 
 static constexpr PF_INFO_ACTION Store(PF_INFO_STORE Action) {
-  return {Action, -1, FALSE};
+  return {Action};
 }
 static constexpr PF_INFO_ACTION Nothing() {
-  return {StoreNone, -1, FALSE};
+  return {StoreNone};
 }
-static constexpr PF_INFO_ACTION CurrentSlot(INT8 Slot) {
-  return {StoreNone, Slot, FALSE};
+static constexpr PF_INFO_ACTION CurrentSlot(UINT8 Slot) {
+  return {StoreNone, Slot};
 }
-static constexpr PF_INFO_ACTION MfgSlot(INT8 Slot) {
+static constexpr PF_INFO_ACTION MfgSlot(UINT8 Slot) {
   return {StoreNone, Slot, TRUE};
 }
 
 static constexpr PF_INFO_CONDITION Always() {
-  return {-1, FALSE};
+  return {};
 }
 // Row: the row of the same table whose key, when present, skips this row.
-static constexpr PF_INFO_CONDITION UnlessKeyOfRow(INT8 Row) {
-  return {Row, FALSE};
+static constexpr PF_INFO_CONDITION UnlessKeyOfRow(UINT8 Row) {
+  return {TRUE, Row};
 }
 static constexpr PF_INFO_CONDITION FirstFunctionOfAdapter() {
-  return {-1, TRUE};
+  PF_INFO_CONDITION Condition = {};
+  Condition.FirstFunctionOfAdapterOnly = TRUE;
+  return Condition;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -363,16 +361,16 @@ static constexpr PF_INFO_ROW mEmulex0710Keys[] = {
     {Key("SRIOV="), Word(), Store(StoreSriov0710), Always()},
     {Key("PfType="), Word(), Store(StorePfType0710), Always()},
     {Key("PfBootEnable="), Word(), Store(StoreBootEnable0710), Always()},
-    {Key("PfMAC="), Address(12, 6), CurrentSlot(0), Always()},
-    {Key("MFG_PfMAC="), Address(12, 6), MfgSlot(0), Always()},
-    {Key("WWNN="), Address(16, 8), CurrentSlot(1), Always()},
-    {Key("MFG_WWNN="), Address(16, 8), MfgSlot(1), Always()},
-    {Key("WWPN="), Address(16, 8), CurrentSlot(2), Always()},
-    {Key("MFG_WWPN="), Address(16, 8), MfgSlot(2), Always()},
-    {Key("PfBandwidth="), Hex(2, 1), Store(StoreMinBandwidth), Always()},
-    {Key("PfRateLimit="), Hex(2, 1), Store(StoreMaxBandwidth), Always()},
-    {Key("PfVLANID=0x"), Hex(4, 2), Store(StoreVlanIdNumber), Always()},
-    {Key("PfVLANID="), Hex(4, 2), Store(StoreVlanIdNumber), UnlessKeyOfRow(14)},
+    {Key("PfMAC="), Address(12), CurrentSlot(0), Always()},
+    {Key("MFG_PfMAC="), Address(12), MfgSlot(0), Always()},
+    {Key("WWNN="), Address(16), CurrentSlot(1), Always()},
+    {Key("MFG_WWNN="), Address(16), MfgSlot(1), Always()},
+    {Key("WWPN="), Address(16), CurrentSlot(2), Always()},
+    {Key("MFG_WWPN="), Address(16), MfgSlot(2), Always()},
+    {Key("PfBandwidth="), Hex(2), Store(StoreMinBandwidth), Always()},
+    {Key("PfRateLimit="), Hex(2), Store(StoreMaxBandwidth), Always()},
+    {Key("PfVLANID=0x"), Hex(4), Store(StoreVlanIdNumber), Always()},
+    {Key("PfVLANID="), Hex(4), Store(StoreVlanIdNumber), UnlessKeyOfRow(14)},
     {Key("InitiatorIscsiName="), Name(), Nothing(), Always()},
 };
 
@@ -383,15 +381,15 @@ static constexpr PF_INFO_ROW mEmulex0720Keys[] = {
     {Key("SRIOVState="), Word(), Store(StoreSriov0720), Always()},
     {Key("UMCState="), Word(), Store(StoreUmc0720), FirstFunctionOfAdapter()},
     {Key("BootEnable="), Word(), Store(StoreBootEnable0720), Always()},
-    {Key("MAC="), Address(12, 6), CurrentSlot(0), Always()},
-    {Key("MfgMAC="), Address(12, 6), MfgSlot(0), Always()},
+    {Key("MAC="), Address(12), CurrentSlot(0), Always()},
+    {Key("MfgMAC="), Address(12), MfgSlot(0), Always()},
     {Key("MinBandwidth="), Decimal(), Store(StoreMinBandwidth), Always()},
     {Key("MaxBandwidth="), Decimal(), Store(StoreMaxBandwidth), Always()},
     {Key("PfVLANID="), Decimal(), Store(StoreVlanIdNumber), Always()},
-    {Key("WWNN="), Address(16, 8), CurrentSlot(1), Always()},
-    {Key("MFG_WWNN="), Address(16, 8), MfgSlot(1), Always()},
-    {Key("WWPN="), Address(16, 8), CurrentSlot(2), Always()},
-    {Key("MFG_WWPN="), Address(16, 8), MfgSlot(2), Always()},
+    {Key("WWNN="), Address(16), CurrentSlot(1), Always()},
+    {Key("MFG_WWNN="), Address(16), MfgSlot(1), Always()},
+    {Key("WWPN="), Address(16), CurrentSlot(2), Always()},
+    {Key("MFG_WWPN="), Address(16), MfgSlot(2), Always()},
     {Key("InitiatorIscsiName="), Name(), Nothing(), Always()},
 };
 
@@ -403,10 +401,10 @@ static_assert(mEmulex0710Keys[14].Key.Length == 11 && mEmulex0710Keys[14].Key.Te
 static constexpr PF_INFO_ROW mQLogic2031Keys[] = {
     {Key("FirmwareVersions="), List(4), Store(StoreFcIovSupport2031), Always()},
     {Key("BootEnable="), DisablWithin(12), Store(StoreBootEnableToApply2031), Always()},
-    {Key("WWNN="), Address(16, 8), CurrentSlot(0), Always()},
-    {Key("WWNN="), Address(16, 8), MfgSlot(0), Always()},
-    {Key("WWPN="), Address(16, 8), CurrentSlot(1), Always()},
-    {Key("WWPN="), Address(16, 8), MfgSlot(1), Always()},
+    {Key("WWNN="), Address(16), CurrentSlot(0), Always()},
+    {Key("WWNN="), Address(16), MfgSlot(0), Always()},
+    {Key("WWPN="), Address(16), CurrentSlot(1), Always()},
+    {Key("WWPN="), Address(16), MfgSlot(1), Always()},
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -415,14 +413,13 @@ static constexpr PF_INFO_ROW mQLogic2031Keys[] = {
 
 static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, const CHAR8 *Staged,
                            const CHAR8 *ValueText, UINTN Remaining) {
-  const UINT8 Slot = (UINT8)Row->Action.AddressSlot;
+  const UINT8 Slot = Row->Action.AddressSlot;
   CHAR8 *Text =
       Row->Action.Manufacturer ? Settings->MfgAddressText[Slot] : Settings->CurrentAddressText[Slot];
   UINT8 *Bytes = Row->Action.Manufacturer ? Settings->MfgAddress[Slot] : Settings->CurrentAddress[Slot];
-  mModule.mScanLength = Row->Conversion.Size;
   CopyChars(Text, Staged, Row->Conversion.Size);
   // From the reply, not the copied text: a run longer than the slot's bytes must not fit.
-  ConvertAddressRun(Bytes, Row->Conversion.Bytes, ValueText, Remaining);
+  ConvertAddressRun(Bytes, Row->Conversion.Size / 2, ValueText, Remaining);
 }
 
 // Copies the value's line up to the CR, LF or NUL that ends it, at most Max characters and never
@@ -453,9 +450,6 @@ static VOID StageForConversion(CHAR8 *Dest, const PF_INFO_CONVERSION &Conversion
   case PfInfoAddress:
   case PfInfoHex:
     StageValue(Dest, Text, Length, Conversion.Size);
-    return;
-  case PfInfoFlag:
-    Dest[0] = 0; // searched in the reply itself
     return;
   case PfInfoList:
     StageLine(Dest, Text, Length, LIST_COPY_MAX, FALSE);
@@ -499,9 +493,9 @@ static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table,
     Pending[Index] = (UINT8)Index;
   }
   UINTN PendingCount = Count;
-  UINTN Position = 0;
-  while (PendingCount > 0 && Position < Length) {
-    const CHAR8 *Sign = HxMemSearch(Value + Position, Length - Position, ASTR("="), 1);
+  const CHAR8 *Cursor = Value;
+  while (PendingCount > 0) {
+    const CHAR8 *Sign = HxMemSearch(Cursor, Length - (UINTN)(Cursor - Value), ASTR("="), 1);
     if (Sign == nullptr) {
       break;
     }
@@ -517,7 +511,7 @@ static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table,
         Slot++;
       }
     }
-    Position = At + 1;
+    Cursor = Sign + 1;
   }
 }
 
@@ -532,11 +526,12 @@ static const CHAR8 *KeyFound(const PF_INFO_KEY *Wanted, const CHAR8 *Match) {
 static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const *Matches, const CHAR8 *Value,
                        UINTN Length, FUNCTION_SETTINGS *Settings) {
   const PF_INFO_ROW *Row = &Table[Index];
-  if (Row->Condition.FirstFunctionOfAdapterOnly && !mModule.mFirstFunctionOfAdapter) {
+  const PF_INFO_CONDITION &Condition = Row->Condition;
+  if (Condition.FirstFunctionOfAdapterOnly && !mModule.mFirstFunctionOfAdapter) {
     return;
   }
-  const INT8 Unless = Row->Condition.UnlessRow;
-  if (Unless >= 0 && KeyFound(&Table[Unless].Key, Matches[Unless]) != nullptr) {
+  if (Condition.Unless &&
+      KeyFound(&Table[Condition.UnlessRow].Key, Matches[Condition.UnlessRow]) != nullptr) {
     return;
   }
   if (KeyFound(&Row->Key, Matches[Index]) == nullptr) {
@@ -548,7 +543,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
 
   CHAR8 Staged[PF_INFO_SCRATCH_SIZE];
   StageForConversion(Staged, Row->Conversion, ValueText, Remaining);
-  PF_INFO_VALUE Result = {Staged, 0};
+  PF_INFO_VALUE Result = {Staged, {}};
   const PF_INFO_CONVERSION &Conversion = Row->Conversion;
   switch (Conversion.Kind) {
   case PfInfoWord:
@@ -570,14 +565,13 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     ConvertAddress(Row, Settings, Staged, ValueText, Remaining);
     return;
   case PfInfoHex: {
+    // The staged digits always fit their bytes.
+    const UINTN Bytes = Conversion.Size / 2;
     UINT8 Number[2] = {0, 0};
-    mModule.mDestPtr = Number;
-    mModule.mByteLength = Conversion.Bytes;
-    if (AsciiHexStringToBuf(Number, &mModule.mByteLength, Staged, &mModule.mScanLength) != EFI_SUCCESS) {
-      mModule.mByteLength = 0;
-    }
+    mModule.mByteLength = Bytes;
+    AsciiHexStringToBuf(Number, &mModule.mByteLength, Staged, &mModule.mScanLength);
     // A one-byte result goes straight into its field, which keeps its value without a digit.
-    if (Conversion.Bytes == 1 && mModule.mByteLength == 0) {
+    if (Bytes == 1 && mModule.mByteLength == 0) {
       return;
     }
     Result.Number = (UINTN)Number[0] | ((UINTN)Number[1] << 8);
@@ -587,7 +581,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     CopyLine(Settings->IscsiInitiatorName, Staged, NAME_COPY_MAX);
     return;
   case PfInfoFlag:
-    Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, "Disabl") != nullptr ? 1 : 0;
+    Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, "Disabl") != nullptr;
     break;
   }
   SaveResult(Row->Action.Store, Settings, &Result);

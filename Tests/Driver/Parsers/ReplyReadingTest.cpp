@@ -185,6 +185,43 @@ TEST_F(ReplyReadingTest, ConversionsKeepTheirOwnLimits) {
   EXPECT_EQ(Text(S->IscsiInitiatorName), string(254, 'n'));
   // 32 characters of "Disabledddd..." are not the word Disabled.
   EXPECT_EQ(S->PortEnable, 1);
+  // The name's copy stops at its line end and leaves what the field held past it.
+  S = NewAdapter(kEmulex0720);
+  SetText(S->IscsiInitiatorName, "0123456789");
+  Parse(S, "retdata=InitiatorIscsiName=iqn\r\n", SHOW_PF_INFO);
+  EXPECT_EQ(Text(S->IscsiInitiatorName) + "|" + Text(S->IscsiInitiatorName + 4), "iqn|456789");
+}
+
+// A colon MAC too short to read leaves the platform's text, which is then converted as it stands.
+TEST_F(ReplyReadingTest, ShortColonMacLeavesThePlatformText) {
+  struct Case {
+    const char *Current, *Mfg, *Expected;
+    std::vector<int> Bytes;
+  } Cases[] = {
+      {"0000C901234567", "0000C9FEDCBA", "0000C901234567", {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+      {"00000000000012", "0000C9FEDCBA", "0000C9FEDCBA", {0x00, 0x00, 0xC9, 0xFE, 0xDC, 0xBA}},
+      // Only the manufacturer text's 13 bytes are copied over the all-zero one.
+      {"00000000000012", "0000C9FEDCBA34", "0000C9FEDCBA32", {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+  };
+  for (const Case &C : Cases) {
+    SCOPED_TRACE(C.Current + string(" ") + C.Mfg);
+    FUNCTION_SETTINGS *S = NewAdapter(kQLogic8070);
+    SetText(S->CurrentAddressText[0], C.Current);
+    SetText(S->MfgAddressText[0], C.Mfg);
+    std::memset(S->CurrentAddress[0], 0xEE, sizeof(S->CurrentAddress[0]));
+    Parse(S, "data=\"00:0e:1e\"", SHOW_PF_MAC);
+    EXPECT_EQ(Text(S->CurrentAddressText[0]), C.Expected);
+    EXPECT_EQ(std::vector<int>(S->CurrentAddress[0], S->CurrentAddress[0] + 6), C.Bytes);
+  }
+}
+
+// The QLogic8070 type table takes sixteen replies; a seventeenth sets the record's type only.
+TEST_F(ReplyReadingTest, QLogic8070TypeTableTakesSixteenReplies) {
+  FUNCTION_SETTINGS *S = NewAdapter(kQLogic8070);
+  mModule.mPfTypeCount = 15;
+  Parse(S, "data=\"FCoE\"", SHOW_PF_TYPE);
+  Parse(S, "data=\"iSCSI\"", SHOW_PF_TYPE);
+  EXPECT_EQ((Fields{mModule.mPfTypeTable[15], mModule.mPfTypeCount, S->PfType}), (Fields{2, 16, 3}));
 }
 
 // Emulex0720's enable words set what the adapter reports, but never re-enable what the platform
@@ -258,6 +295,9 @@ TEST_F(ReplyReadingTest, EmptyRepliesGiveTheResultsOfAbsentKeywords) {
        33, 0},
       {"QLogic8070 PF type", kQLogic8070, 0, SHOW_PF_TYPE, Nothing,
        [](const FUNCTION_SETTINGS *S) { return S->PfType * 10LL + mModule.mPfTypeTable[0]; }, 0, 55},
+      {"QLogic2261 IOV support", kQLogic2261, 0, SHOW_PF_INFO,
+       [](FUNCTION_SETTINGS *) { mModule.mFcIovSupported = 1; },
+       [](const FUNCTION_SETTINGS *) { return (long long)mModule.mFcIovSupported; }, 1, 0},
       {"Emulex0710 versions", kEmulex0710, 0, SHOW_VERSION,
        [](FUNCTION_SETTINGS *S) { SetText(S->FirmwareVersion[2], "x"); },
        [](const FUNCTION_SETTINGS *S) { return (long long)S->FirmwareVersion[2][0]; }, 'x', 0},
@@ -428,6 +468,21 @@ TEST_F(ReplyReadingTest, ScanVariablesFollowTheSearch) {
   // A failed search leaves no match behind.
   ParseClpReply(S, &Instance, Reply.data(), 3005, SHOW_UMC);
   EXPECT_EQ(mModule.mScanPtr, nullptr);
+
+  // An address: the prefix was the last search; the conversion tells its text, bytes and digits.
+  S = NewAdapter(kEmulexE200);
+  Parse(S, "retdata=0000c9aabbcc", SHOW_PF_MAC);
+  EXPECT_EQ(string(reinterpret_cast<const char *>(mModule.mSearchKey)), "retdata=");
+  EXPECT_EQ(mModule.mScanPtr, S->CurrentAddressText[0]);
+  EXPECT_EQ(mModule.mDestPtr, S->CurrentAddress[0]);
+  EXPECT_EQ((std::vector<UINTN>{mModule.mByteLength, mModule.mScanLength}), (std::vector<UINTN>{6, 12}));
+  Parse(S, "retdata=zz", SHOW_PF_MAC);
+  EXPECT_EQ((std::vector<UINTN>{mModule.mByteLength, mModule.mScanLength}), (std::vector<UINTN>{0, 0}));
+  // A PF information reply: every key is searched, the table's last one last.
+  S = NewAdapter(kEmulex0720);
+  Parse(S, "retdata=MAC=0000c9aabbcc", SHOW_PF_INFO);
+  EXPECT_EQ(string(reinterpret_cast<const char *>(mModule.mSearchKey)), "InitiatorIscsiName=");
+  EXPECT_EQ(mModule.mScanPtr, nullptr);
 }
 
 // ---- A NULL entry ends a Functions or Ports list ----------------------------------------------------
@@ -465,23 +520,49 @@ TEST_F(ReplyReadingTest, NullListEntryEndsEveryWalk) {
        [](const FUNCTION_SETTINGS *S) { return (long long)S->FirmwareVersion[0][0]; }},
   };
   for (const Case &C : Cases) {
-    SCOPED_TRACE(C.Name);
-    FUNCTION_SETTINGS *S = NewAdapter(C.D, 3, 3);
-    for (auto &R : Records) {
-      R->BootEnable = R->MinBandwidth = R->MaxBandwidth = R->SriovEnabled = 7;
-      R->VlanId = 7;
-      SetText(R->FirmwareVersion[0], "7");
-    }
-    FUNCTION_SETTINGS *Behind = C.PortHole ? S->Ports[2] : S->Functions[2];
-    (C.PortHole ? S->Ports[1] : S->Functions[1]) = nullptr;
-    Parse(S, C.Reply, C.Code);
-    const long long Preset = C.Code == SHOW_VERSION ? '7' : 7;
-    EXPECT_NE(C.Read(S), Preset) << "the walk did not reach the first record";
-    EXPECT_EQ(C.Read(Behind), Preset);
-    if (C.PortHole) {
-      EXPECT_EQ(C.Read(Behind->Functions[1]), Preset) << "a PF behind the hole";
+    for (const bool ByCount : {false, true}) {
+      SCOPED_TRACE(string(C.Name) + (ByCount ? ", count 1" : ", NULL entry"));
+      FUNCTION_SETTINGS *S = NewAdapter(C.D, 3, 3);
+      for (auto &R : Records) {
+        R->BootEnable = R->MinBandwidth = R->MaxBandwidth = R->SriovEnabled = 7;
+        R->VlanId = 7;
+        SetText(R->FirmwareVersion[0], "7");
+        // The count ends the list as well, even with the entries behind it set.
+        (C.PortHole ? R->PortCount : R->FunctionCount) = ByCount ? 1 : 3;
+      }
+      // Behind the hole, or the first entry past the count.
+      const int Past = ByCount ? 1 : 2;
+      FUNCTION_SETTINGS *Behind = C.PortHole ? S->Ports[Past] : S->Functions[Past];
+      if (!ByCount) {
+        (C.PortHole ? S->Ports[1] : S->Functions[1]) = nullptr;
+      }
+      Parse(S, C.Reply, C.Code);
+      const long long Preset = C.Code == SHOW_VERSION ? '7' : 7;
+      EXPECT_NE(C.Read(S), Preset) << "the walk did not reach the first record";
+      EXPECT_EQ(C.Read(Behind), Preset);
+      if (C.PortHole) {
+        EXPECT_EQ(C.Read(Behind->Functions[1]), Preset) << "a PF behind the hole";
+      }
     }
   }
+}
+
+// A count above the sixteen list entries is read as sixteen: what lies past the list is not a record.
+TEST_F(ReplyReadingTest, ListCountAboveSixteenStopsAtTheLastEntry) {
+  FUNCTION_SETTINGS *S = NewAdapter(kMellanox1013, 16, 1);
+  for (auto &R : Records) {
+    R->PortCount = 17;
+  }
+  Parse(S, "data=enabled", SHOW_SRIOV);
+  EXPECT_EQ(S->Ports[15]->SriovEnabled, 1);
+  // Past Functions[15] lies Ports[0], here another port's record.
+  S = NewAdapter(kQLogic8070, 2, 16);
+  FUNCTION_SETTINGS *Port1 = S->Ports[1];
+  for (auto &R : Records) {
+    R->FunctionCount = 17;
+  }
+  Parse(Port1, "data=\"100\"", SHOW_PXE_VLANID);
+  EXPECT_EQ((Fields{Port1->Functions[15]->VlanId, S->VlanId}), (Fields{100, 0}));
 }
 
 // ---- Planner side of the record rules ------------------------------------------------------------------
