@@ -17,7 +17,7 @@ static_assert(HX_OEM_ENTERPRISE_NUMBER <= 0xFFFFFF, "an IANA enterprise number t
 const UINT8 HxOemEnterpriseNumber[3] = {
     (UINT8)(HX_OEM_ENTERPRISE_NUMBER & 0xFF),
     (UINT8)((HX_OEM_ENTERPRISE_NUMBER >> 8) & 0xFF),
-    (UINT8)((HX_OEM_ENTERPRISE_NUMBER >> 16) & 0xFF),
+    (UINT8)(HX_OEM_ENTERPRISE_NUMBER >> 16),
 };
 
 #define IPMI_NETFN_OEM_GROUP 0x2E
@@ -58,9 +58,7 @@ static EFI_STATUS SendBoundedLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 
   const UINT8 Length =
       (UINT8)BoundedLength(Text, Available < CLP_LOG_TEXT_MAX ? Available : CLP_LOG_TEXT_MAX);
 
-  Message[0] = HxOemEnterpriseNumber[0];
-  Message[1] = HxOemEnterpriseNumber[1];
-  Message[2] = HxOemEnterpriseNumber[2];
+  CopyMem(Message, HxOemEnterpriseNumber, sizeof(HxOemEnterpriseNumber));
   Message[3] = CLP_LOG_SUBFUNCTION_TEXT;
   Message[4] = Length;
   CopyMem(&Message[CLP_LOG_MESSAGE_HEADER], Text, Length);

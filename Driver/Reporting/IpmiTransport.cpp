@@ -22,8 +22,8 @@ static BOOLEAN IsRetryableCompletionCode(UINT8 CompletionCode) {
          CompletionCode == IPMI_CC_UNSPECIFIED_ERROR;
 }
 
-// Looks the transport up through the given system table. A failed lookup leaves no stale
-// pointer behind, so the next send tries again.
+// Looks the transport up through the given system table. Only called while none is cached, so a
+// failed lookup leaves none behind and the next send tries again.
 static EFI_STATUS LocateIpmiTransport(EFI_SYSTEM_TABLE *SystemTable) {
   if (SystemTable == nullptr || SystemTable->BootServices == nullptr) {
     return EFI_INVALID_PARAMETER;
@@ -32,7 +32,6 @@ static EFI_STATUS LocateIpmiTransport(EFI_SYSTEM_TABLE *SystemTable) {
   EFI_STATUS Status =
       SystemTable->BootServices->LocateProtocol(&gIpmiTransportProtocolGuid, nullptr, &Interface);
   if (EFI_ERROR(Status)) {
-    mModule.mIpmiTransport = nullptr;
     return Status;
   }
   mModule.mIpmiTransport = (IPMI_TRANSPORT_PROTOCOL *)Interface;
