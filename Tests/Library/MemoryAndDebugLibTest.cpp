@@ -124,8 +124,9 @@ TEST(DebugAssert, PrintsFileLineAndDescriptionThenCallsHandler) {
   EXPECT_EQ(Expect.Records()[0].Description, "0");
   DebugAssert("F", 10, "x");
   DebugAssert("F", 18446744073709551615ULL, "x");
-  EXPECT_EQ(Serial.Text(),
-            "ASSERT HxStringLib(4096): 0\r\nASSERT F(10): x\r\nASSERT F(18446744073709551615): x\r\n");
+  DebugAssert(nullptr, 3, nullptr);
+  EXPECT_EQ(Serial.Text(), "ASSERT HxStringLib(4096): 0\r\nASSERT F(10): x\r\nASSERT "
+                           "F(18446744073709551615): x\r\nASSERT <null string>(3): <null string>\r\n");
 }
 
 // Without a handler the report goes to stderr and the process stops, as a dead loop would not.
