@@ -112,9 +112,9 @@ UINTN Larger(UINTN First, UINTN Second) {
   return First > Second ? First : Second;
 }
 
-// Every caller names one of the two texts.
 void EmitPiece(Output &Out, const Piece &Text, UINTN Flags, UINTN Width, UINTN Precision) {
-  UINTN Length = Text.Length;
+  // Every caller names one of the two texts; a piece with neither is empty.
+  UINTN Length = Text.Narrow != nullptr || Text.Wide != nullptr ? Text.Length : 0;
   if ((Flags & kHasPrecision) != 0 && Precision < Length) {
     Length = Precision;
   }
