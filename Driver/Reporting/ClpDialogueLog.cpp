@@ -4,6 +4,7 @@
 #include "Library/BaseMemoryLib.h"
 #include "Library/PrintLib.h"
 #include "Library/UefiBootServicesTableLib.h"
+#include "Strings/DriverStrings.h"
 
 // IANA private enterprise number of the management controller's maker. The controller accepts
 // the text sub-function only under its own number, so a build for another controller sets
@@ -17,7 +18,7 @@ static_assert(HX_OEM_ENTERPRISE_NUMBER <= 0xFFFFFF, "an IANA enterprise number t
 const UINT8 HxOemEnterpriseNumber[3] = {
     (UINT8)(HX_OEM_ENTERPRISE_NUMBER & 0xFF),
     (UINT8)((HX_OEM_ENTERPRISE_NUMBER >> 8) & 0xFF),
-    (UINT8)((HX_OEM_ENTERPRISE_NUMBER >> 16) & 0xFF),
+    (UINT8)(HX_OEM_ENTERPRISE_NUMBER >> 16),
 };
 
 #define IPMI_NETFN_OEM_GROUP 0x2E
@@ -30,6 +31,8 @@ const UINT8 HxOemEnterpriseNumber[3] = {
 #define CLP_LOG_RESPONSE_CAPACITY 3
 // A long reply is cut after this many messages so one failure cannot flood the controller's log.
 #define CLP_LOG_MESSAGES_MAX 68
+// Characters of one text that can reach the controller.
+#define CLP_LOG_TEXT_CAP (CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX)
 
 static_assert(CLP_LOG_MESSAGE_HEADER + CLP_LOG_TEXT_MAX >= CLP_LOG_RESPONSE_CAPACITY,
               "the response lands in the request buffer");
@@ -58,9 +61,7 @@ static EFI_STATUS SendBoundedLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 
   const UINT8 Length =
       (UINT8)BoundedLength(Text, Available < CLP_LOG_TEXT_MAX ? Available : CLP_LOG_TEXT_MAX);
 
-  Message[0] = HxOemEnterpriseNumber[0];
-  Message[1] = HxOemEnterpriseNumber[1];
-  Message[2] = HxOemEnterpriseNumber[2];
+  CopyMem(Message, HxOemEnterpriseNumber, sizeof(HxOemEnterpriseNumber));
   Message[3] = CLP_LOG_SUBFUNCTION_TEXT;
   Message[4] = Length;
   CopyMem(&Message[CLP_LOG_MESSAGE_HEADER], Text, Length);
@@ -82,32 +83,26 @@ static VOID SendBoundedLogChunks(const CHAR8 *Text, UINTN Available) {
   if (Text == nullptr) {
     return;
   }
-  // Counting stops one past what can be sent, so a huge reply costs no more than a capped one.
-  const UINTN Cap = CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX + 1;
-  const UINTN Length = BoundedLength(Text, Available < Cap ? Available : Cap);
-  UINTN Messages = 1;
-  if (Length > CLP_LOG_TEXT_MAX) {
-    Messages = (Length + CLP_LOG_TEXT_MAX - 1) / CLP_LOG_TEXT_MAX;
-    if (Messages > CLP_LOG_MESSAGES_MAX) {
-      Messages = CLP_LOG_MESSAGES_MAX;
-    }
-  }
-  // A lost log line must not stop the rest of the dialogue, so send errors are not acted on.
-  for (UINTN Index = 0; Index < Messages; Index++) {
-    SendBoundedLogText(gST, Text + CLP_LOG_TEXT_MAX * Index, Length - CLP_LOG_TEXT_MAX * Index, nullptr);
-  }
+  // Counting stops at what can be sent, so a huge reply costs no more than a capped one.
+  const UINTN Length = BoundedLength(Text, Available < CLP_LOG_TEXT_CAP ? Available : CLP_LOG_TEXT_CAP);
+  // At least one message, so an empty text is logged as such. A lost log line must not stop the
+  // rest of the dialogue, so send errors are not acted on.
+  UINTN Sent = 0;
+  do {
+    SendBoundedLogText(gST, Text + Sent, Length - Sent, nullptr);
+    Sent += CLP_LOG_TEXT_MAX;
+  } while (Sent < Length);
 }
 
 VOID SendClpLogChunks(const CHAR8 *Text) {
-  SendBoundedLogChunks(Text, CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX + 1);
+  SendBoundedLogChunks(Text, CLP_LOG_TEXT_CAP);
 }
 
 // Formats the line that tells the controller's log which adapter function the dialogue is for.
 static VOID FormatClpLogHeader(const FUNCTION_SETTINGS *Settings) {
   // The platform fills the version text; never let the formatter read past its slot.
   CHAR8 FirmwareVersion[FUNCTION_FIRMWARE_VERSION_SIZE];
-  CopyMem(FirmwareVersion, Settings->FirmwareVersion[0], sizeof(FirmwareVersion) - 1);
-  FirmwareVersion[sizeof(FirmwareVersion) - 1] = 0;
+  CopyChars(FirmwareVersion, Settings->FirmwareVersion[0], sizeof(FirmwareVersion) - 1);
 
   AsciiSPrint(mModule.mClpLogHeader, sizeof(mModule.mClpLogHeader), mHeaderFormat, (UINT32)Settings->VendorId,
               (UINT32)Settings->DeviceId, (UINT32)Settings->PciAddress, FirmwareVersion,
@@ -128,5 +123,5 @@ VOID LogClpDialogueWithReply(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestTe
 }
 
 VOID LogClpDialogue(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const CHAR8 *ResponseText) {
-  LogClpDialogueWithReply(Settings, RequestText, ResponseText, CLP_LOG_TEXT_MAX * CLP_LOG_MESSAGES_MAX + 1);
+  LogClpDialogueWithReply(Settings, RequestText, ResponseText, CLP_LOG_TEXT_CAP);
 }

@@ -22,8 +22,8 @@ static BOOLEAN IsRetryableCompletionCode(UINT8 CompletionCode) {
          CompletionCode == IPMI_CC_UNSPECIFIED_ERROR;
 }
 
-// Looks the transport up through the given system table. A failed lookup leaves no stale
-// pointer behind, so the next send tries again.
+// Looks the transport up through the given system table. Only called while none is cached, so a
+// failed lookup leaves none behind and the next send tries again.
 static EFI_STATUS LocateIpmiTransport(EFI_SYSTEM_TABLE *SystemTable) {
   if (SystemTable == nullptr || SystemTable->BootServices == nullptr) {
     return EFI_INVALID_PARAMETER;
@@ -32,7 +32,6 @@ static EFI_STATUS LocateIpmiTransport(EFI_SYSTEM_TABLE *SystemTable) {
   EFI_STATUS Status =
       SystemTable->BootServices->LocateProtocol(&gIpmiTransportProtocolGuid, nullptr, &Interface);
   if (EFI_ERROR(Status)) {
-    mModule.mIpmiTransport = nullptr;
     return Status;
   }
   mModule.mIpmiTransport = (IPMI_TRANSPORT_PROTOCOL *)Interface;
@@ -70,9 +69,6 @@ EFI_STATUS hxIpmiSendCommandCc(EFI_SYSTEM_TABLE *SystemTable, UINT8 NetFunction,
     return EFI_INVALID_PARAMETER;
   }
 
-  UINT8 LastCompletionCode = IPMI_CC_RESPONSE_NOT_PROVIDED;
-  EFI_STATUS Status = EFI_SUCCESS;
-
   // Every attempt sends from this copy: the caller may pass its request buffer as the response
   // buffer too, and a partial response must not change what a retry sends.
   UINT8 *Request = mModule.mIpmiRequestCopy;
@@ -87,14 +83,18 @@ EFI_STATUS hxIpmiSendCommandCc(EFI_SYSTEM_TABLE *SystemTable, UINT8 NetFunction,
     if (SystemTable == nullptr) {
       return EFI_INVALID_PARAMETER;
     }
-    Status = LocateIpmiTransport(SystemTable);
-    if (EFI_ERROR(Status)) {
-      return Status;
+    const EFI_STATUS LookupStatus = LocateIpmiTransport(SystemTable);
+    if (EFI_ERROR(LookupStatus)) {
+      return LookupStatus;
     }
   }
 
+  // At least one attempt is always made, so the status and code returned are always a transport's.
   IPMI_TRANSPORT_PROTOCOL *Transport = mModule.mIpmiTransport;
-  for (UINT32 RetriesLeft = IPMI_SEND_ATTEMPTS; RetriesLeft > 0;) {
+  UINT32 RetriesLeft = IPMI_SEND_ATTEMPTS;
+  EFI_STATUS Status;
+  UINT8 LastCompletionCode;
+  for (;;) {
     *ResponseSize = ResponseCapacity;
     Status = Transport->SendIpmiCommand(Transport, NetFunction, Lun, Command, Request, RequestSize,
                                         ResponseData, ResponseSize);
@@ -105,6 +105,9 @@ EFI_STATUS hxIpmiSendCommandCc(EFI_SYSTEM_TABLE *SystemTable, UINT8 NetFunction,
     }
     RetriesLeft--;
     DebugRetry(Status, LastCompletionCode, NetFunction, Lun, Command, Request, RequestSize, RetriesLeft);
+    if (RetriesLeft == 0) {
+      break;
+    }
   }
 
   if (CompletionCode != nullptr) {

@@ -1,6 +1,6 @@
 // Host build: a failed assertion goes to the installed handler (the test harness turns it into a
 // test failure); without one it is printed to stderr and the process aborts, as a dead loop would
-// only hang the test run.
+// only hang the test run. Tests may also widen the print mask.
 #include "DebugLibInternal.h"
 #include "Library/HostHooks.h"
 
@@ -21,6 +21,10 @@ HOST_ASSERT_HANDLER gAssertHandler = DefaultAssertHandler;
 
 void HostSetAssertHandler(HOST_ASSERT_HANDLER Handler) {
   gAssertHandler = Handler != nullptr ? Handler : DefaultAssertHandler;
+}
+
+void HostSetDebugPrintErrorLevel(UINTN Level) {
+  mDebugPrintErrorLevel = Level;
 }
 
 void DebugAssertFinish(const char *FileName, UINTN LineNumber, const char *Description) {

@@ -10,8 +10,11 @@ namespace {
 const UINTN kMaxDebugMessageLength = 256;
 }
 
+// A variable, as a patchable PCD is: the host build lets a test widen it.
+UINTN mDebugPrintErrorLevel = DEBUG_PRINT_ERROR_LEVEL;
+
 void DebugPrint(UINTN ErrorLevel, const char *Format, ...) {
-  if ((ErrorLevel & DEBUG_PRINT_ERROR_LEVEL) == 0 || Format == nullptr) {
+  if ((ErrorLevel & mDebugPrintErrorLevel) == 0 || Format == nullptr) {
     return;
   }
   CHAR8 Buffer[kMaxDebugMessageLength];
@@ -39,15 +42,16 @@ struct ASSERT_REPORT {
     Length += Count;
   }
 
+  // Most significant digit first, one at a time.
   void WriteDecimal(UINT64 Value) {
-    char Text[21];
-    UINTN Start = sizeof(Text) - 1;
-    Text[Start] = 0;
-    do {
-      Text[--Start] = (char)('0' + Value % 10);
-      Value /= 10;
-    } while (Value != 0);
-    Write(Text + Start);
+    UINT64 Divisor = 1;
+    while (Value / Divisor >= 10) {
+      Divisor *= 10;
+    }
+    for (; Divisor != 0; Divisor /= 10) {
+      const char Digit[] = {(char)('0' + Value / Divisor % 10), 0};
+      Write(Digit);
+    }
   }
 };
 

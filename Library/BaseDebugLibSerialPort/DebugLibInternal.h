@@ -8,4 +8,7 @@
 
 void DebugAssertFinish(const char *FileName, UINTN LineNumber, const char *Description);
 
+// The print mask DebugPrint applies; DEBUG_PRINT_ERROR_LEVEL unless a host test changed it.
+extern UINTN mDebugPrintErrorLevel;
+
 #endif

@@ -43,8 +43,9 @@ UINTN AsciiStrDecimalToUintn(const CHAR8 *String) {
   UINTN Result = 0;
   while (*String >= '0' && *String <= '9') {
     UINTN Digit = (UINTN)(*String - '0');
-    if (Result > (kMaxUintn - Digit) / 10) {
-      ASSERT(Result <= (kMaxUintn - Digit) / 10);
+    const BOOLEAN Overflow = Result > (kMaxUintn - Digit) / 10;
+    ASSERT(!Overflow);
+    if (Overflow) {
       return kMaxUintn;
     }
     Result = Result * 10 + Digit;
@@ -75,8 +76,9 @@ UINTN AsciiStrHexToUintn(const CHAR8 *String) {
   UINTN Result = 0;
   UINTN Digit = 0;
   while (HexValue(*String, &Digit)) {
-    if (Result > ((kMaxUintn - Digit) >> 4)) {
-      ASSERT(Result <= ((kMaxUintn - Digit) >> 4));
+    const BOOLEAN Overflow = Result > ((kMaxUintn - Digit) >> 4);
+    ASSERT(!Overflow);
+    if (Overflow) {
       return kMaxUintn;
     }
     Result = (Result << 4) + Digit;

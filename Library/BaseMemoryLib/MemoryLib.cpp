@@ -20,7 +20,8 @@ VOID *CopyMem(VOID *DestinationBuffer, const VOID *SourceBuffer, UINTN Length) {
   }
   UINT8 *Destination = (UINT8 *)DestinationBuffer;
   const UINT8 *Source = (const UINT8 *)SourceBuffer;
-  if ((UINTN)Destination < (UINTN)Source || (UINTN)Destination >= (UINTN)Source + Length) {
+  // Unsigned distance: a destination below the source wraps to far more than Length.
+  if ((UINTN)Destination - (UINTN)Source >= Length) {
     // Forward: eight bytes per step while they fit (replies of kilobytes are copied whole). Each
     // word is read whole before it is written, and with the destination below the source or
     // behind its end a write never reaches a source byte still to be read, however close the

@@ -94,8 +94,9 @@ struct Output {
     }
   }
   void Repeat(UINT32 Char, UINTN Times) {
-    for (UINTN Index = 0; Index < Times && Count < Capacity; Index++) {
-      Put(Char);
+    for (; Times > 0 && Count < Capacity; Times--) {
+      Store(Count, Char);
+      Count++;
     }
   }
 };
@@ -107,13 +108,17 @@ struct Piece {
   UINTN Length;
 };
 
+UINTN Larger(UINTN First, UINTN Second) {
+  return First > Second ? First : Second;
+}
+
 void EmitPiece(Output &Out, const Piece &Text, UINTN Flags, UINTN Width, UINTN Precision) {
   // Every caller names one of the two texts; a piece with neither is empty.
   UINTN Length = Text.Narrow != nullptr || Text.Wide != nullptr ? Text.Length : 0;
   if ((Flags & kHasPrecision) != 0 && Precision < Length) {
     Length = Precision;
   }
-  UINTN Pad = Width > Length ? Width - Length : 0;
+  const UINTN Pad = Larger(Width, Length) - Length;
   if ((Flags & kLeftJustify) == 0) {
     Out.Repeat(' ', Pad);
   }
@@ -153,14 +158,13 @@ void EmitNumber(Output &Out, UINT64 Magnitude, BOOLEAN Negative, UINT32 Radix, U
     Magnitude /= Radix;
   } while (Magnitude != 0);
 
-  UINTN MinimumDigits = ((Flags & kHasPrecision) != 0 && Precision > DigitCount) ? Precision : DigitCount;
+  UINTN MinimumDigits = (Flags & kHasPrecision) != 0 ? Larger(Precision, DigitCount) : DigitCount;
   UINTN Length = MinimumDigits + (Negative ? 1 : 0);
-  BOOLEAN ZeroFill = (Flags & (kZeroPad | kLeftJustify | kHasPrecision)) == kZeroPad;
-  if (ZeroFill && Width > Length) {
-    MinimumDigits += Width - Length;
-    Length = Width;
+  if ((Flags & (kZeroPad | kLeftJustify | kHasPrecision)) == kZeroPad) {
+    MinimumDigits += Larger(Width, Length) - Length;
+    Length = Larger(Width, Length);
   }
-  UINTN Pad = Width > Length ? Width - Length : 0;
+  const UINTN Pad = Larger(Width, Length) - Length;
   if ((Flags & kLeftJustify) == 0) {
     Out.Repeat(' ', Pad);
   }
@@ -191,10 +195,9 @@ struct FormatText {
 
 UINTN ReadNumber(FormatText &Format) {
   UINTN Value = 0;
+  // A width beyond the buffer is cut by it like any other; an absurd one just wraps.
   while (Format.Peek() >= '0' && Format.Peek() <= '9') {
-    if (Value < 100000) { // widths beyond any buffer are pointless; keep the arithmetic bounded
-      Value = Value * 10 + (UINTN)(Format.Peek() - '0');
-    }
+    Value = Value * 10 + (UINTN)(Format.Peek() - '0');
     Format.Index++;
   }
   return Value;
@@ -279,7 +282,7 @@ UINTN FormatTo(VOID *Buffer, BOOLEAN Wide, UINTN Capacity, const VOID *FormatStr
       break; // a format ending in a lone '%' prints nothing for it
     }
 
-    Piece Text = {nullptr, nullptr, 0};
+    Piece Text = {};
     UINT32 Type = Format.Peek();
     Format.Index++;
     switch (Type) {
@@ -289,15 +292,9 @@ UINTN FormatTo(VOID *Buffer, BOOLEAN Wide, UINTN Capacity, const VOID *FormatStr
     case 'x':
     case 'u':
     case 'd': {
-      INT64 Signed = 0;
-      UINT64 Unsigned = 0;
-      if ((Flags & kLong) != 0) {
-        Unsigned = va_arg(Marker, UINT64);
-        Signed = (INT64)Unsigned;
-      } else {
-        Unsigned = (UINT64)va_arg(Marker, unsigned int);
-        Signed = (INT64)(int)(unsigned int)Unsigned;
-      }
+      const BOOLEAN Long = (Flags & kLong) != 0;
+      const UINT64 Unsigned = Long ? va_arg(Marker, UINT64) : (UINT64)va_arg(Marker, unsigned int);
+      const INT64 Signed = Long ? (INT64)Unsigned : (INT64)(int)(unsigned int)Unsigned;
       if (Type == 'd' && Signed < 0) {
         EmitNumber(Out, (UINT64)0 - (UINT64)Signed, TRUE, 10, Flags, Width, Precision);
       } else {
@@ -331,7 +328,6 @@ UINTN FormatTo(VOID *Buffer, BOOLEAN Wide, UINTN Capacity, const VOID *FormatStr
       Text.Wide = va_arg(Marker, const CHAR16 *);
       if (Text.Wide == nullptr) {
         Text.Narrow = (const CHAR8 *)"<null string>";
-        Text.Wide = nullptr;
         Text.Length = NarrowLength(Text.Narrow);
       } else {
         Text.Length = WideLength(Text.Wide);

@@ -28,14 +28,14 @@ EFI_STATUS ReportStatusCodeEx(EFI_STATUS_CODE_TYPE Type, EFI_STATUS_CODE_VALUE V
     ExtendedDataSize = 0;
   }
 
-  // UINT64 elements keep the header and the data naturally aligned for the listener.
-  UINT64 Storage[(sizeof(EFI_STATUS_CODE_DATA) + kMaxExtendedDataSize + sizeof(UINT64) - 1) / sizeof(UINT64)];
+  // Aligned like a UINT64, so the header and the data are naturally aligned for the listener.
+  alignas(UINT64) UINT8 Storage[sizeof(EFI_STATUS_CODE_DATA) + kMaxExtendedDataSize];
   EFI_STATUS_CODE_DATA *Data = (EFI_STATUS_CODE_DATA *)Storage;
   Data->HeaderSize = (UINT16)sizeof(EFI_STATUS_CODE_DATA);
   Data->Size = (UINT16)ExtendedDataSize;
   CopyGuid(&Data->Type, ExtendedDataGuid != nullptr ? ExtendedDataGuid : &kStatusCodeSpecificDataGuid);
   if (ExtendedDataSize != 0) {
-    CopyMem((UINT8 *)Storage + sizeof(EFI_STATUS_CODE_DATA), ExtendedData, ExtendedDataSize);
+    CopyMem(Storage + sizeof(EFI_STATUS_CODE_DATA), ExtendedData, ExtendedDataSize);
   }
 
   if (gBS == nullptr) {

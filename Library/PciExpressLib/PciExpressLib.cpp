@@ -21,8 +21,9 @@ const UINTN kMcfgMinimumLength = 60;
 // More XSDT entries than any platform has; bounds the walk over a corrupt length.
 const UINTN kMaxXsdtEntries = 1024;
 
-// The only mutable state of the library: set by the constructor, read by every access.
-UINT64 mPciExpressBaseAddress = 0;
+// The only mutable state of the library (static storage, so 0 until the constructor sets it), read
+// by every access.
+UINT64 mPciExpressBaseAddress;
 
 UINT64 ReadUnaligned64(const UINT8 *Bytes) {
   UINT64 Value;

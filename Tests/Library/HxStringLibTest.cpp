@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstring>
 #include <string>
 
 #include "Library/HxStringLib.h"
@@ -41,6 +45,11 @@ TEST(HxMemSearch, WordBoundariesFirstMatchAndBounds) {
       {"MFG_PfMAC=2\r\nPfMAC=1", "PfMAC=", All, 4},
       {"short", "rt", All, 3},
       {"aaaaaaaaaaaaaaaaaaaab", "aab", All, 18},
+      // The only candidate at the first and at the last byte of a word ("x" ^ "y" is 1, which no
+      // zero-byte test flags), and a long pattern whose last start is a word boundary.
+      {"x" + std::string(15, 'y'), "x", All, 0},
+      {std::string(7, 'y') + "x" + std::string(8, 'y'), "x", All, 7},
+      {std::string(25, 'a'), "ZZZZZZZZZZ", All, -1},
   };
   for (const Case &C : Cases) {
     const UINTN Length = C.BufferLength != All ? C.BufferLength : C.Buffer.size();
@@ -53,6 +62,23 @@ TEST(HxMemSearch, WordBoundariesFirstMatchAndBounds) {
   }
   EXPECT_EQ(HxMemSearch(nullptr, 4, A("a"), 1), nullptr);
   EXPECT_EQ(HxMemSearch(A("abc"), 3, nullptr, 1), nullptr);
+}
+
+// A buffer that ends where readable memory ends: no length makes the search read past it.
+TEST(HxMemSearch, NeverReadsPastTheBuffer) {
+  const long Page = sysconf(_SC_PAGESIZE);
+  void *Pages = mmap(nullptr, 2 * Page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(Pages, MAP_FAILED);
+  ASSERT_EQ(mprotect((char *)Pages + Page, Page, PROT_NONE), 0);
+  CHAR8 *const End = (CHAR8 *)Pages + Page;
+  for (UINTN Length = 1; Length <= 48; Length++) {
+    CHAR8 *Buffer = End - Length;
+    std::memset(Buffer, 'a', Length);
+    EXPECT_EQ(HxMemSearch(Buffer, Length, A("Z"), 1), nullptr) << Length;
+    End[-1] = 'Z';
+    EXPECT_EQ(HxMemSearch(Buffer, Length, A("Z"), 1), End - 1) << Length;
+  }
+  munmap(Pages, 2 * Page);
 }
 
 TEST(HxStrnDecimalToUint, DigitLimitAndFirstNonDigit) {

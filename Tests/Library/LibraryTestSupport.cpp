@@ -12,8 +12,10 @@ std::vector<AssertRecord> gRecords;
 std::string gSerial;
 
 void RecordAssert(const CHAR8 *File, UINTN Line, const CHAR8 *Description) {
-  AssertRecord Record{reinterpret_cast<const char *>(File), Line,
-                      reinterpret_cast<const char *>(Description)};
+  auto Text = [](const CHAR8 *Chars) {
+    return Chars != nullptr ? reinterpret_cast<const char *>(Chars) : "";
+  };
+  AssertRecord Record{Text(File), Line, Text(Description)};
   if (gExpectDepth == 0) {
     ADD_FAILURE() << "unexpected ASSERT " << Record.File << "(" << Line << "): " << Record.Description;
   }

@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "Library/BaseMemoryLib.h"
 #include "Library/DebugLib.h"
+#include "Library/HostHooks.h"
 #include "Library/MemoryAllocationLib.h"
+#include "Library/SerialPortLib.h"
 #include "Library/UefiBootServicesTableLib.h"
 #include "Library/UefiRuntimeServicesTableLib.h"
 #include "LibraryTestSupport.h"
@@ -18,6 +22,23 @@ TEST(CopyMem, OverlappingBuffersBothDirections) {
   UINT8 Backward[8] = {1, 2, 3, 4, 5, 6, 7, 8};
   CopyMem(Backward, Backward + 3, 5);
   EXPECT_EQ(std::vector<UINT8>(Backward, Backward + 8), (std::vector<UINT8>{4, 5, 6, 7, 8, 6, 7, 8}));
+}
+
+// An unaligned head, whole words and a tail; the value's bytes differ from the fill around them.
+TEST(SetMem, HeadWordsAndTailStayInsideTheRange) {
+  const struct {
+    UINTN Offset;
+    UINTN Length;
+  } Cases[] = {{1, 2}, {3, 20}, {8, 8}, {5, 0}};
+  for (const auto &C : Cases) {
+    alignas(8) UINT8 Buffer[32];
+    std::memset(Buffer, 0x11, sizeof(Buffer));
+    EXPECT_EQ(SetMem(Buffer + C.Offset, C.Length, 0xA5), Buffer + C.Offset);
+    for (UINTN Index = 0; Index < sizeof(Buffer); Index++) {
+      const bool Inside = Index >= C.Offset && Index < C.Offset + C.Length;
+      EXPECT_EQ(Buffer[Index], Inside ? 0xA5 : 0x11) << C.Offset << "+" << C.Length << " at " << Index;
+    }
+  }
 }
 
 TEST(CompareMem, UnsignedOrderAndGuids) {
@@ -48,9 +69,9 @@ TEST(MemoryLib, NullBuffersAssertOnlyWithALength) {
   CopyMem(nullptr, &Byte, 1);
   CopyMem(&Byte, nullptr, 1);
   SetMem(nullptr, 1, 0);
-  CompareMem(&Byte, nullptr, 1);
-  CompareGuid(nullptr, &Guid);
-  CompareGuid(&Guid, nullptr);
+  EXPECT_EQ(CompareMem(&Byte, nullptr, 1), 0);
+  EXPECT_FALSE(CompareGuid(nullptr, &Guid));
+  EXPECT_FALSE(CompareGuid(&Guid, nullptr));
   EXPECT_EQ(Expect.Records().size(), 6u);
   EXPECT_EQ(Byte, 1);
 }
@@ -89,6 +110,7 @@ TEST(DebugPrint, PrintsOnlyLevelsInTheMaskAndCutsLongMessages) {
   std::string Long(600, 'z');
   DEBUG((DEBUG_ERROR, "%a", A(Long.c_str())));
   EXPECT_EQ(Serial.Text(), "error 2\r\nwarn\r\n" + std::string(255, 'z'));
+  EXPECT_EQ(SerialPortWrite(nullptr, 5), 0u);
 }
 
 TEST(DebugAssert, PrintsFileLineAndDescriptionThenCallsHandler) {
@@ -100,6 +122,21 @@ TEST(DebugAssert, PrintsFileLineAndDescriptionThenCallsHandler) {
   EXPECT_EQ(Expect.Records()[0].File, "HxStringLib");
   EXPECT_EQ(Expect.Records()[0].Line, 4096u);
   EXPECT_EQ(Expect.Records()[0].Description, "0");
+  DebugAssert("F", 10, "x");
+  DebugAssert("F", 18446744073709551615ULL, "x");
+  DebugAssert(nullptr, 3, nullptr);
+  EXPECT_EQ(Serial.Text(), "ASSERT HxStringLib(4096): 0\r\nASSERT F(10): x\r\nASSERT "
+                           "F(18446744073709551615): x\r\nASSERT <null string>(3): <null string>\r\n");
+}
+
+// Without a handler the report goes to stderr and the process stops, as a dead loop would not.
+TEST(DebugAssertDeathTest, WithoutAHandlerTheProcessStops) {
+  EXPECT_DEATH(
+      {
+        HostSetAssertHandler(nullptr);
+        DebugAssert("Lib", 12, "x != 0");
+      },
+      "ASSERT Lib\\(12\\): x != 0");
 }
 
 // The report shares the 255 characters of a debug message.

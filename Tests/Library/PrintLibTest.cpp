@@ -57,6 +57,60 @@ TEST(AsciiSPrint, SignedLongStringsAndOddTypes) {
   // An unknown type prints as itself and consumes no argument.
   AsciiSPrint(Buffer, sizeof(Buffer), "%q%d", 3);
   EXPECT_EQ(Narrow(Buffer), "q3");
+  // Empty strings take no room (the bytes behind their terminator are not text), and a width pads
+  // "%%" like any other piece.
+  const CHAR8 EmptyNarrow[] = {0, 'z', 0};
+  const CHAR16 EmptyWide[] = {0, u'z', 0};
+  EXPECT_EQ(AsciiSPrint(Buffer, sizeof(Buffer), "[%a][%s][%5%]", EmptyNarrow, EmptyWide), 11u);
+  EXPECT_EQ(Narrow(Buffer), "[][][    %]");
+}
+
+// The size counts bytes, terminator included: what does not fit is cut, padding too, and nothing is
+// written behind the terminator. Too small a buffer is left alone; a missing format asserts.
+TEST(AsciiSPrint, BufferSizesAndAMissingFormat) {
+  struct Case {
+    UINTN Size;
+    const char *Expected; // nullptr: the buffer is not touched
+  };
+  const Case Cases[] = {{0, nullptr}, {1, nullptr}, {2, " "}, {4, "   "}, {12, "         5a"}};
+  for (const Case &C : Cases) {
+    CHAR8 Buffer[16];
+    std::memset(Buffer, 'Q', sizeof(Buffer));
+    const UINTN Count = AsciiSPrint(Buffer, C.Size, "%10dab", 5);
+    if (C.Expected == nullptr) {
+      EXPECT_EQ(Count, 0u) << C.Size;
+      EXPECT_EQ(Buffer[0], 'Q') << C.Size;
+      continue;
+    }
+    EXPECT_EQ(Narrow(Buffer), C.Expected) << C.Size;
+    EXPECT_EQ(Count, C.Size - 1);
+    EXPECT_EQ(Buffer[C.Size], 'Q') << C.Size;
+  }
+  const Case WideCases[] = {{0, nullptr}, {1, nullptr}, {2, ""}, {3, ""}, {8, "   "}};
+  for (const Case &C : WideCases) {
+    CHAR16 Buffer[8];
+    for (CHAR16 &Char : Buffer) {
+      Char = u'Q';
+    }
+    const UINTN Count = UnicodeSPrint(Buffer, C.Size, W(u"%10dab"), 5);
+    if (C.Expected == nullptr) {
+      EXPECT_EQ(Count, 0u) << C.Size;
+      EXPECT_EQ(Buffer[0], u'Q') << C.Size;
+      continue;
+    }
+    const std::string Text = C.Expected;
+    EXPECT_EQ(Wide(Buffer), std::u16string(Text.begin(), Text.end())) << C.Size;
+    EXPECT_EQ(Count, Text.size()) << C.Size;
+    EXPECT_EQ(Buffer[Text.size() + 1], u'Q') << C.Size;
+  }
+  ExpectAsserts Expect;
+  CHAR8 NarrowText[4] = {'Q', 'Q', 0, 0};
+  CHAR16 WideText[4] = {u'Q', u'Q', 0, 0};
+  EXPECT_EQ(AsciiSPrint(NarrowText, sizeof(NarrowText), nullptr), 0u);
+  EXPECT_EQ(UnicodeSPrint(WideText, sizeof(WideText), nullptr), 0u);
+  EXPECT_EQ(NarrowText[0], 0);
+  EXPECT_EQ(WideText[0], 0);
+  EXPECT_EQ(Expect.Records().size(), 2u);
 }
 
 TEST(AsciiSPrint, LineEndsOfTheFormatBecomeCrLf) {
@@ -124,8 +178,9 @@ TEST(UnicodeSPrint, SizeInBytesAndSameRulesAsAscii) {
   EXPECT_EQ(UnicodeSPrint(Buffer, 6, W(u"%d"), 12345), 2u);
   EXPECT_EQ(Wide(Buffer), u"12");
 
-  UnicodeSPrint(Buffer, sizeof(Buffer), W(u"%a %02X %x %r\n"), A("nic"), 7, 0xabu,
-                (EFI_STATUS)((1ULL << 63) | 14));
+  EXPECT_EQ(UnicodeSPrint(Buffer, sizeof(Buffer), W(u"%a %02X %x %r\n"), A("nic"), 7, 0xabu,
+                          (EFI_STATUS)((1ULL << 63) | 14)),
+            21u);
   EXPECT_EQ(Wide(Buffer), u"nic 07 AB Not Found\r\n");
 }
 

@@ -15,4 +15,7 @@ void HostSetSerialSink(HOST_SERIAL_SINK Sink);
 typedef void (*HOST_ASSERT_HANDLER)(const CHAR8 *File, UINTN Line, const CHAR8 *Description);
 void HostSetAssertHandler(HOST_ASSERT_HANDLER Handler);
 
+// The debug library's print mask, as a platform would patch it; DEBUG_PRINT_ERROR_LEVEL at start.
+void HostSetDebugPrintErrorLevel(UINTN Level);
+
 #endif

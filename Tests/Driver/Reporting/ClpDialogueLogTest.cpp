@@ -74,6 +74,32 @@ TEST_F(ClpDialogueLog, WholeDialogueOfAKnownRecord) {
   EXPECT_EQ(std::string((const char *)mModule.mClpLogHeader), Header);
 }
 
+// A text goes out in 61-character pieces, the last one with the remainder, and at most 68 of them.
+TEST_F(ClpDialogueLog, TextsAreCutIntoPiecesOf61) {
+  const struct {
+    size_t Length;
+    size_t Messages;
+    size_t LastLength;
+  } Cases[] = {{0, 1, 0}, {1, 1, 1}, {61, 1, 61}, {62, 2, 1}, {122, 2, 61}, {5000, 68, 61}};
+  size_t Sent = 0;
+  for (const auto &Case : Cases) {
+    const std::string Text = PatternText(Case.Length);
+    SendClpLogChunks(ASTR(Text.c_str()));
+    const std::vector<fake::Event> Requests = this->Requests();
+    ASSERT_EQ(Requests.size() - Sent, Case.Messages) << Case.Length;
+    for (size_t Piece = 0; Piece < Case.Messages; Piece++) {
+      const size_t Length = Piece + 1 < Case.Messages ? 61 : Case.LastLength;
+      EXPECT_EQ(Requests[Sent + Piece].Data, LogMessage(Text.substr(Piece * 61, Length))) << Case.Length;
+    }
+    Sent = Requests.size();
+  }
+  SendClpLogChunks(nullptr);
+  UINT8 CompletionCode = 0x55;
+  EXPECT_EQ(SendClpLogText(Fw().SystemTable(), nullptr, &CompletionCode), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Requests().size(), Sent);
+  EXPECT_EQ(CompletionCode, 0x55);
+}
+
 TEST_F(ClpDialogueLog, FailedMessagesDoNotStopTheDialogue) {
   ScriptAttempts(3 * 5, EFI_DEVICE_ERROR, 0xFF);
   FUNCTION_SETTINGS Settings = KnownRecord();

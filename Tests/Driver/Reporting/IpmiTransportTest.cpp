@@ -67,7 +67,98 @@ INSTANTIATE_TEST_SUITE_P(
         RetryCase{"NeighbourCodesAreFinal", {{EFI_SUCCESS, 0xCF}}, 1, EFI_SUCCESS, 0xCF}),
     [](const ::testing::TestParamInfo<RetryCase> &Info) { return std::string(Info.param.Name); });
 
+// Arguments and the protocol lookup. Every row starts with no transport cached and a stale private
+// copy, which must be cleared beyond the request.
+enum class Platform { Transport, NoTransport, TransportWithoutInstance, NoBootServices };
+
+struct SendCase {
+  const char *Name;
+  Platform Setup;
+  std::vector<UINT8> Request; // passed as a null pointer when empty
+  UINT8 Size;
+  bool NullResponseSize;
+  EFI_STATUS ExpectedStatus;
+  bool ExpectSent;
+};
+
+class IpmiSendTest : public ReportingTest, public ::testing::WithParamInterface<SendCase> {};
+
+TEST_P(IpmiSendTest, ChecksArgumentsAndLooksTheTransportUp) {
+  const SendCase &Case = GetParam();
+  EFI_SYSTEM_TABLE Table = *Fw().SystemTable();
+  if (Case.Setup != Platform::Transport) {
+    Fw().RemoveIpmi();
+  }
+  if (Case.Setup == Platform::TransportWithoutInstance) {
+    EFI_HANDLE Handle = nullptr;
+    ASSERT_EQ(Fw().InstallProtocol(&Handle, gIpmiTransportProtocolGuid, nullptr), EFI_SUCCESS);
+  }
+  if (Case.Setup == Platform::NoBootServices) {
+    Table.BootServices = nullptr;
+  }
+  std::memset(mModule.mIpmiRequestCopy, 0xEE, sizeof(mModule.mIpmiRequestCopy));
+  std::vector<UINT8> Request = Case.Request;
+  UINT8 Response[3] = {};
+  UINT8 ResponseSize = sizeof(Response);
+  UINT8 CompletionCode = 0x55;
+  EXPECT_EQ(hxIpmiSendCommandCc(&Table, 0x2E, 0, 0xF5, Request.empty() ? nullptr : Request.data(), Case.Size,
+                                Response, Case.NullResponseSize ? nullptr : &ResponseSize, &CompletionCode),
+            Case.ExpectedStatus);
+  if (!Case.ExpectSent) {
+    EXPECT_TRUE(Requests().empty());
+    EXPECT_EQ(CompletionCode, 0x55);
+    return;
+  }
+  ASSERT_EQ(Requests().size(), 1u);
+  EXPECT_EQ(Requests()[0].Data, Case.Request);
+  EXPECT_EQ(CompletionCode, 0x00);
+  EXPECT_EQ(mModule.mIpmiTransport, Fw().IpmiProtocol());
+  for (size_t Index = Case.Request.size(); Index < sizeof(mModule.mIpmiRequestCopy); Index++) {
+    ASSERT_EQ(mModule.mIpmiRequestCopy[Index], 0) << Index;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, IpmiSendTest,
+    ::testing::Values(
+        SendCase{"OneByte", Platform::Transport, {0x42}, 1, false, EFI_SUCCESS, true},
+        SendCase{"Empty", Platform::Transport, {}, 0, false, EFI_SUCCESS, true},
+        SendCase{"NullDataWithASize", Platform::Transport, {}, 2, false, EFI_INVALID_PARAMETER, false},
+        SendCase{"NullResponseSize", Platform::Transport, {1}, 1, true, EFI_INVALID_PARAMETER, false},
+        SendCase{"NoTransport", Platform::NoTransport, {1}, 1, false, EFI_NOT_FOUND, false},
+        SendCase{"TransportWithoutInstance",
+                 Platform::TransportWithoutInstance,
+                 {1},
+                 1,
+                 false,
+                 EFI_NOT_FOUND,
+                 false},
+        SendCase{"NoBootServices", Platform::NoBootServices, {1}, 1, false, EFI_INVALID_PARAMETER, false}),
+    [](const ::testing::TestParamInfo<SendCase> &Info) { return std::string(Info.param.Name); });
+
 using IpmiTransport = ReportingTest;
+
+// The trace of a repeated attempt, printed only once the mask lets DEBUG_INFO through.
+TEST_F(IpmiTransport, RepeatedAttemptsLeaveATraceAtInfoLevel) {
+  struct InfoLevel {
+    InfoLevel() { HostSetDebugPrintErrorLevel(DEBUG_PRINT_ERROR_LEVEL | DEBUG_INFO); }
+    ~InfoLevel() { HostSetDebugPrintErrorLevel(DEBUG_PRINT_ERROR_LEVEL); }
+  } Level;
+  ScriptAttempts(2, EFI_DEVICE_ERROR, 0xC0);
+  mModule.mIpmiTransport = Fw().IpmiProtocol();
+  UINT8 Request[] = {0x11, 0x02};
+  UINT8 ResponseSize = 0;
+  hxIpmiSendCommandCc(nullptr, 0x2E, 5, 0xF5, Request, sizeof(Request), nullptr, &ResponseSize, nullptr);
+  const std::string Attempt = "hxIpmiSendCommandCc(): iQSP returned with Status 'Device Error' CC = 0xC0\r\n"
+                              "                       IPMI Cmd: B9 F5 11 02  -- remaining Retries ";
+  EXPECT_EQ(Fw().SerialOutput(), Attempt + "2\r\n" + Attempt + "1\r\n");
+}
+
+TEST_F(IpmiTransport, ConstructorWithoutSystemTableLooksNothingUp) {
+  EXPECT_EQ(IpmiTransportLibConstructor(nullptr, nullptr), EFI_SUCCESS);
+  EXPECT_EQ(mModule.mIpmiTransport, nullptr);
+  EXPECT_EQ(TransportLookups(), 0u);
+}
 
 TEST_F(IpmiTransport, UnknownTransportWithoutSystemTableIsAnInvalidParameter) {
   UINT8 Request[] = {7};

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "Support/DriverTest.h"
+#include "Library/DebugLib.h"
+#include "Library/HostHooks.h"
 #include "Reporting/Reporting.h"
 
 class ReportingTest : public DriverTest {

@@ -1,6 +1,7 @@
 // Status codes of failed CLP commands: selection, instance bytes and the ErrorReported flag.
 #include "Driver/Reporting/ReportingTest.h"
 #include "Library/ReportStatusCodeLib.h"
+#include "Library/UefiBootServicesTableLib.h"
 
 namespace {
 
@@ -97,6 +98,24 @@ TEST_F(StatusCodes, ExtendedDataFollowsTheHeaderAndAMismatchAsserts) {
   ReportStatusCodeEx(0x80000002, 0x03808010, 7, nullptr, nullptr, nullptr, 4);
   ReportStatusCodeEx(0x80000002, 0x03808010, 7, nullptr, nullptr, &Byte, 0);
   EXPECT_EQ(Fw().Assertions().size(), 2u);
+
+  // 200 bytes of data is the most a report carries; more, or no boot services, drops it.
+  std::vector<UINT8> Data(201);
+  for (size_t Index = 0; Index < Data.size(); Index++) {
+    Data[Index] = (UINT8)(Index * 3);
+  }
+  const size_t Before = Fw().EventsOf(fake::EventKind::StatusCode).size();
+  EXPECT_EQ(ReportStatusCodeEx(0x80000002, 0x03808010, 7, nullptr, nullptr, Data.data(), 200), EFI_SUCCESS);
+  EXPECT_EQ(ReportStatusCodeEx(0x80000002, 0x03808010, 7, nullptr, nullptr, Data.data(), 201),
+            EFI_UNSUPPORTED);
+  EFI_BOOT_SERVICES *const BootServices = gBS;
+  gBS = nullptr;
+  EXPECT_EQ(ReportStatusCodeEx(0x80000002, 0x03808010, 7, nullptr, nullptr, nullptr, 0), EFI_UNSUPPORTED);
+  gBS = BootServices;
+  const std::vector<fake::Event> After = Fw().EventsOf(fake::EventKind::StatusCode);
+  ASSERT_EQ(After.size(), Before + 1);
+  EXPECT_EQ(After.back().DataSize, 200);
+  EXPECT_EQ(After.back().Data, std::vector<uint8_t>(Data.begin(), Data.begin() + 200));
 }
 
 } // namespace
