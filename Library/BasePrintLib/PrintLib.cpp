@@ -337,7 +337,7 @@ UINTN FormatTo(VOID *Buffer, BOOLEAN Wide, UINTN Capacity, const VOID *FormatStr
       static_assert(sizeof(CHAR16) == 2, "UCS-2");
       CHAR16 Single = (CHAR16)va_arg(Marker, int);
       Piece One = {nullptr, &Single, 1};
-      EmitPiece(Out, One, Flags, Width, 0);
+      EmitPiece(Out, One, Flags, Width, Precision);
       continue;
     }
     case '%':

@@ -27,6 +27,7 @@ TEST(AsciiSPrint, NumbersWidthsAndFlags) {
       {"%-04d|", 12, "12  |"}, // left justification wins over zero padding
       {"%10d", 5, "         5"},  {"%9u", 7, "        7"},
       {"%.3d", 7, "007"},         {"%.1d", 123, "123"}, // precision: the fewest digits
+      {"%.5c|", 'Q', "Q|"},       {"%.0c|", 'Q', "|"},  // a precision limits the one character
       {"ab%", 0, "ab"},                                 // a lone '%' at the end prints nothing
   };
   for (const Case &C : Cases) {
