@@ -61,17 +61,9 @@ INSTANTIATE_TEST_SUITE_P(
                    5,
                    {{0x03808014, 0x00013AA6}, {0x03808015, 0x000500A6}}},
         StatusCase{"ProcessingFailedOther", 2, 0xF6, 0x0300, 0, {{0x03808012, 0x000003A5}}},
-        StatusCase{"ProcessingFailedZero",
-                   2,
-                   0x00,
-                   0x0300,
-                   0x80,
-                   {{0x03808012, 0x000003A5}, {0x03808013, 0x008000A5}}},
         StatusCase{
             "ExecutionFailed", 3, 0xF7, 0x1234, 0xFF, {{0x03808016, 0x003412A7}, {0x03808017, 0x00FF00A7}}},
         StatusCase{"Spawned", 1, 0, 0x3A01, 0, {{0x03808010, 0x00013AA4}}},
-        StatusCase{
-            "UnknownStatus", 0xFF, 0xF7, 0xFFFF, 1, {{0x03808010, 0x00FFFFA4}, {0x03808011, 0x000100A4}}},
         StatusCase{"Completed", 0, 0xF7, 0x3A01, 5, {}}),
     [](const ::testing::TestParamInfo<StatusCase> &Info) { return std::string(Info.param.Name); });
 
