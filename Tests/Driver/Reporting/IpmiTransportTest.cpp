@@ -59,8 +59,11 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Arguments and the protocol lookup. Every row starts with no transport cached and a stale private
 // copy, which must be cleared beyond the request.
+enum class Platform { Transport, TransportWithoutInstance, NoBootServices };
+
 struct SendCase {
   const char *Name;
+  Platform Setup;
   std::vector<UINT8> Request; // passed as a null pointer when empty
   UINT8 Size;
   EFI_STATUS ExpectedStatus;
@@ -72,6 +75,14 @@ class IpmiSendTest : public ReportingTest, public ::testing::WithParamInterface<
 TEST_P(IpmiSendTest, ChecksArgumentsAndLooksTheTransportUp) {
   const SendCase &Case = GetParam();
   EFI_SYSTEM_TABLE Table = *Fw().SystemTable();
+  if (Case.Setup == Platform::TransportWithoutInstance) {
+    Fw().RemoveIpmi();
+    EFI_HANDLE Handle = nullptr;
+    ASSERT_EQ(Fw().InstallProtocol(&Handle, gIpmiTransportProtocolGuid, nullptr), EFI_SUCCESS);
+  }
+  if (Case.Setup == Platform::NoBootServices) {
+    Table.BootServices = nullptr;
+  }
   std::memset(mModule.mIpmiRequestCopy, 0xEE, sizeof(mModule.mIpmiRequestCopy));
   std::vector<UINT8> Request = Case.Request;
   UINT8 Response[3] = {};
@@ -96,9 +107,13 @@ TEST_P(IpmiSendTest, ChecksArgumentsAndLooksTheTransportUp) {
 
 INSTANTIATE_TEST_SUITE_P(
     Arguments, IpmiSendTest,
-    ::testing::Values(SendCase{"OneByte", {0x42}, 1, EFI_SUCCESS, true},
-                      SendCase{"Empty", {}, 0, EFI_SUCCESS, true},
-                      SendCase{"NullDataWithASize", {}, 2, EFI_INVALID_PARAMETER, false}),
+    ::testing::Values(
+        SendCase{"OneByte", Platform::Transport, {0x42}, 1, EFI_SUCCESS, true},
+        SendCase{"Empty", Platform::Transport, {}, 0, EFI_SUCCESS, true},
+        SendCase{"NullDataWithASize", Platform::Transport, {}, 2, EFI_INVALID_PARAMETER, false},
+        SendCase{
+            "TransportWithoutInstance", Platform::TransportWithoutInstance, {1}, 1, EFI_NOT_FOUND, false},
+        SendCase{"NoBootServices", Platform::NoBootServices, {1}, 1, EFI_INVALID_PARAMETER, false}),
     [](const ::testing::TestParamInfo<SendCase> &Info) { return std::string(Info.param.Name); });
 
 using IpmiTransport = ReportingTest;
