@@ -4,6 +4,7 @@
 #include <Library/BaseLib.h>
 #include <Library/PrintLib.h>
 #include "Strings/DriverStrings.h"
+#include "Strings/Vocabulary.h"
 
 // --- Constant tables ---------------------------------------------------------------------------
 
@@ -110,15 +111,6 @@ VOID HexEncodeBytes(const UINT8 *Source, UINTN Count, CHAR8 *Destination) {
   Destination[2 * Count] = 0;
 }
 
-// Length of Text, but never looking at more than Max characters.
-static UINTN BoundedLength(const CHAR8 *Text, UINTN Max) {
-  UINTN Length = 0;
-  while (Length < Max && Text[Length] != 0) {
-    Length++;
-  }
-  return Length;
-}
-
 VOID CopyBoundedText(CHAR8 *Destination, const CHAR8 *Source, UINTN Bound) {
   if (Destination == nullptr) {
     return;
@@ -212,7 +204,7 @@ static CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
     if (Function->BootEnable != 1) {
       return Number(0);
     }
-    return Number(Function->VendorId == 0x1077 && Function->DeviceId == 0x1656 ? 2 : 1);
+    return Number(RecordVidDid(Function) == VIDDID_QLOGIC_1656 ? 2 : 1);
   case SrcActiveLinkConfig:
     return Number(mModule.mActiveLinkConfig);
   case SrcTargetPfCount:
@@ -237,17 +229,17 @@ static CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
     return Number(ReadByte(Entry != nullptr ? Entry->MaxBandwidthShare : nullptr));
   case SrcFunctionVlanOr4095: {
     const UINT64 Vlan = MaskedVlan(Entry != nullptr ? Entry->FunctionVlanId : nullptr);
-    return Number(Vlan == 0 ? 4095 : Vlan);
+    return Number(Vlan == 0 ? VLAN_NONE : Vlan);
   }
   case SrcFunctionVlanPxe: {
     const UINT64 Vlan = MaskedVlan(Entry != nullptr ? Entry->FunctionVlanId : nullptr);
-    return Number(Vlan == 4095 ? 0 : Vlan);
+    return Number(Vlan == VLAN_NONE ? 0 : Vlan);
   }
   case SrcRoceMode:
     return Number(mModule.mNaloPortTable.Function[0].RoceMode);
   case SrcBootVlanOr4095: {
     const UINT64 Vlan = MaskedVlan(Boot != nullptr ? Boot->BootVlanId : nullptr);
-    return Number(Vlan == 0 ? 4095 : Vlan);
+    return Number(Vlan == 0 ? VLAN_NONE : Vlan);
   }
   case SrcBootVlan:
     return Number(MaskedVlan(Boot != nullptr ? Boot->BootVlanId : nullptr));
@@ -324,7 +316,7 @@ static const char *SelectWord(UINT8 List, UINT8 Rule, UINT64 Number) {
     Index = Number != 0 ? 1 : 0;
     break;
   case IfUsableVlan:
-    Index = Number != 0 && Number < 4095 ? 1 : 0;
+    Index = Number != 0 && Number < VLAN_NONE ? 1 : 0;
     break;
   default:
     Index = Number < Words->Count ? Number : Words->Fallback;
@@ -561,7 +553,7 @@ static BOOLEAN ConditionHolds(const CLP_ROW *Line, const FUNCTION_SETTINGS *Func
     return mModule.mCurrentUmc == 1;
   case CondUsableVlan: {
     const UINT64 Vlan = ResolveValue(Line->Source, Function).Number;
-    return Vlan != 0 && Vlan < 4095;
+    return Vlan != 0 && Vlan < VLAN_NONE;
   }
   case CondPfTypeSetIndexValid:
     return mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES;

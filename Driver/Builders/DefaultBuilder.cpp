@@ -2,6 +2,7 @@
 // Emulex0710, EmulexE200, QLogic2261). Adapter-wide and iSCSI lines are the same for every vendor;
 // the other lines come from the dialect of the entry's PCI vendor.
 #include "DefaultDialects.h"
+#include "Strings/Vocabulary.h"
 
 // clang-format off
 
@@ -118,13 +119,13 @@ const CLP_DIALECT *IntelDialect(VOID) {
 
 static const CLP_DIALECT *DialectOfVendor(UINT16 VendorId) {
   switch (VendorId) {
-  case 0x19A2:
+  case VENDOR_EMULEX_OC:
     return OemPortFunctionDialect();
-  case 0x10DF:
+  case VENDOR_EMULEX:
     return FcPortDialect();
-  case 0x1077:
+  case VENDOR_QLOGIC:
     return NetPortDialect();
-  case 0x8086:
+  case VENDOR_INTEL:
     return IntelDialect();
   default:
     return nullptr;

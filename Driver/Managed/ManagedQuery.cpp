@@ -8,6 +8,7 @@
 #include "Library/BaseLib.h"
 #include "Library/BaseMemoryLib.h"
 #include "Library/UefiBootServicesTableLib.h"
+#include "Strings/Vocabulary.h"
 
 typedef VOID (*FAMILY_PLANNER)(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
                                UINTN *Count);
@@ -16,10 +17,6 @@ typedef VOID (*FAMILY_PLANNER)(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLA
 static const FAMILY_PLANNER mFamilyPlanners[] = {
     PlanEmulex0720, PlanGeneral, PlanQLogic2031, PlanQLogic8070, PlanMellanox1013, PlanMellanox1017,
 };
-
-static UINT32 VidDidOf(const FUNCTION_SETTINGS *Settings) {
-  return (((UINT32)Settings->VendorId) << 16) | Settings->DeviceId;
-}
 
 static CLP_BUILDER SelectBuilder(VOID) {
   const ADAPTER_FAMILY &Family = mModule.mFamily;
@@ -141,7 +138,7 @@ EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 *
   FUNCTION_SETTINGS *Adapter = *Settings;
   const UINTN N = *Instance;
 
-  mModule.mPciVidDid = VidDidOf(Adapter);
+  mModule.mPciVidDid = RecordVidDid(Adapter);
   BOOLEAN Plan = TRUE;
 
   if (N == 0) {

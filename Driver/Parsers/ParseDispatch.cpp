@@ -11,18 +11,8 @@
 #include "Library/BaseMemoryLib.h"
 #include "Library/HxStringLib.h"
 #include "Library/PrintLib.h"
+#include "Strings/Vocabulary.h"
 
-#define VENDOR_QLOGIC 0x1077
-#define VENDOR_EMULEX 0x10DF
-#define VENDOR_EMULEX_OEM 0x19A2
-#define VENDOR_MELLANOX 0x15B3
-#define VENDOR_INTEL 0x8086
-
-#define SUBSYSTEM_EMULEX_4X10G 0xE868
-#define VIDDID_QLOGIC_8070 0x10778070u
-#define VIDDID_QLOGIC_1644 0x10771644u
-
-#define VLAN_ID_NONE 4095
 // SplitVersionList reads at most four strings of 31 characters and their separators.
 #define VERSION_LIST_CHARS 255
 // Significant digits that a UINTN always holds: 19 decimal, 16 hexadecimal.
@@ -82,7 +72,7 @@ const CHAR8 *FindKeyword(const CHAR8 *Value, UINTN Length, const char *Key) {
 VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
   mModule.mCurrentVlanId = VlanId;
   mModule.mTargetVlanId = VlanId;
-  Settings->VlanId = VlanId == VLAN_ID_NONE ? 0 : VlanId;
+  Settings->VlanId = VlanId == VLAN_NONE ? 0 : VlanId;
 }
 
 UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
@@ -214,7 +204,7 @@ static VOID ParseVersionStep(const PARSE_VIEW *View) {
       SplitVersionList(2, Versions, PortRecord);
     }
     return;
-  case VENDOR_EMULEX_OEM:
+  case VENDOR_EMULEX_OC:
     SplitVersionList(3, Versions, Settings);
     return;
   default:
@@ -556,7 +546,7 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
   if (Settings == nullptr) {
     return mModule.mConfigStatus;
   }
-  mModule.mPciVidDid = (((UINT32)Settings->VendorId) << 16) | Settings->DeviceId;
+  mModule.mPciVidDid = RecordVidDid(Settings);
   mModule.mFirstFunctionOfPort = Settings->PfIndex == 0;
   mModule.mFirstFunctionOfAdapter = Settings->PortIndex == 0 && Settings->PfIndex == 0;
 

@@ -3,13 +3,7 @@
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
 #include "Strings/DriverStrings.h"
-
-#define VIDDID_EMULEX_0720 0x10DF0720u
-#define VIDDID_EMULEX_0700 0x19A20700u
-#define VIDDID_EMULEX_0710 0x19A20710u
-#define SUBSYSTEM_FOUR_BY_ONE_A 0x11F9
-#define SUBSYSTEM_FOUR_BY_ONE_B 0x11FA
-#define SUBSYSTEM_FOUR_BY_FOUR 0xE868
+#include "Strings/Vocabulary.h"
 
 #define LAYOUT_ONE_PER_PORT 1
 #define LAYOUT_FOUR_PER_PORT 3
@@ -79,7 +73,8 @@ static VOID CopyVersionsFrom(FUNCTION_SETTINGS *Function, const FUNCTION_SETTING
 }
 
 VOID AdjustLayout4x1G(FUNCTION_SETTINGS *Settings) {
-  if (Settings->SubsystemId != SUBSYSTEM_FOUR_BY_ONE_A && Settings->SubsystemId != SUBSYSTEM_FOUR_BY_ONE_B) {
+  if (Settings->SubsystemId != SUBSYSTEM_EMULEX_4X1G_FIRST &&
+      Settings->SubsystemId != SUBSYSTEM_EMULEX_4X1G_LAST) {
     return;
   }
   for (UINTN Index = 0;; Index++) {
@@ -119,7 +114,7 @@ VOID AdjustLayoutEmulex07x0(FUNCTION_SETTINGS *Settings, FUNCTION_SETTINGS *Firs
 }
 
 VOID AdjustLayout4x10G(FUNCTION_SETTINGS *Settings) {
-  if (Settings->SubsystemId != SUBSYSTEM_FOUR_BY_FOUR) {
+  if (Settings->SubsystemId != SUBSYSTEM_EMULEX_4X10G) {
     return;
   }
   mModule.mFirstFunctionOfAdapter = IsFirstFunction(Settings);
@@ -205,11 +200,11 @@ VOID AdjustLinkLayout(FUNCTION_SETTINGS *Settings) {
   if (mModule.mFirstFunctionOfAdapter || mModule.mFirstFunctionSettings == nullptr) {
     mModule.mFirstFunctionSettings = Settings;
   }
-  const UINT32 VidDid = PlanVidDid(Settings);
-  if (VidDid == VIDDID_EMULEX_0720) {
+  const UINT32 Device = RecordVidDid(Settings);
+  if (Device == VIDDID_EMULEX_0720) {
     AdjustLayout4x1G(Settings);
     AdjustLayout4x10G(Settings);
-  } else if (VidDid == VIDDID_EMULEX_0700 || VidDid == VIDDID_EMULEX_0710) {
+  } else if (Device == VIDDID_EMULEX_0700 || Device == VIDDID_EMULEX_0710) {
     AdjustLayoutEmulex07x0(Settings, mModule.mFirstFunctionSettings);
   }
   if (mModule.mFamily.EmulexE200) {

@@ -6,8 +6,7 @@
 #include "Planning/PredicateInternal.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
-
-#define QLOGIC_VENDOR_ID 0x1077
+#include "Strings/Vocabulary.h"
 
 typedef struct {
   UINT32 Code;
@@ -40,7 +39,7 @@ VOID PlanFcBootTarget(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     if (Text == nullptr || !AppendCommand(Code, Count)) {
       return;
     }
-    const UINTN Characters = Settings->VendorId == QLOGIC_VENDOR_ID ? Row.QLogicCharacters : Row.Characters;
+    const UINTN Characters = Settings->VendorId == VENDOR_QLOGIC ? Row.QLogicCharacters : Row.Characters;
     CopyChars((CHAR8 *)Settings + Row.RecordOffset, Text, Characters);
     return;
   }

@@ -4,6 +4,7 @@
 // (PlanEnables, PlanAddresses, PlanBootTargets, PlanVlanBandwidth, PlanLayout).
 #include "Planning/PredicateInternal.h"
 #include "Library/BaseLib.h"
+#include "Strings/Vocabulary.h"
 
 BOOLEAN AppendCommand(UINT32 Code, UINTN *Count) {
   if (Count == nullptr || *Count > PLAN_LAST_APPEND_INDEX) {
@@ -34,7 +35,7 @@ BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     mModule.mConfigStatus = EFI_INVALID_PARAMETER;
     return FALSE;
   }
-  mModule.mPciVidDid = VID_DID(Settings->VendorId, Settings->DeviceId);
+  mModule.mPciVidDid = VidDid(Settings->VendorId, Settings->DeviceId);
 
   const UINTN Before = *Count;
   switch (Code) {

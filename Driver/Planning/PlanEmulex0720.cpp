@@ -6,10 +6,8 @@
 #include "Planning/NaloConfiguration.h"
 #include "Library/BaseMemoryLib.h"
 #include "Library/MemoryAllocationLib.h"
+#include "Strings/Vocabulary.h"
 
-#define SUBSYSTEM_FOUR_BY_FOUR 0xE868
-#define SUBSYSTEM_LAYOUT_FIRST 0x11F9
-#define SUBSYSTEM_LAYOUT_LAST 0x11FA
 // A management index that names the whole card rather than one port.
 #define NALO_INDEX_CARD 224
 #define LAYOUT_PROBE_INDICES 4
@@ -19,8 +17,8 @@ static const UINT32 mEmulex0720Shares[] = {SET_PF_BANDWIDTH, SET_PF_RATE_LIMIT, 
 
 static BOOLEAN LayoutFromAdapter(const FUNCTION_SETTINGS *Settings) {
   const UINT16 Subsystem = Settings->SubsystemId;
-  return Subsystem == SUBSYSTEM_FOUR_BY_FOUR ||
-         (Subsystem >= SUBSYSTEM_LAYOUT_FIRST && Subsystem <= SUBSYSTEM_LAYOUT_LAST);
+  return Subsystem == SUBSYSTEM_EMULEX_4X10G ||
+         (Subsystem >= SUBSYSTEM_EMULEX_4X1G_FIRST && Subsystem <= SUBSYSTEM_EMULEX_4X1G_LAST);
 }
 
 static BOOLEAN TypedLayout(UINT32 LinkConfig) {
@@ -68,7 +66,7 @@ VOID ProbeRoceAndSriov(FUNCTION_SETTINGS *Settings, UINT8 *RoceMode, UINT8 *Srio
   }
   // The four-port board: the platform knows one index per port when the ports carry four
   // functions each, only the first when a port carries all sixteen.
-  if (Settings->SubsystemId == SUBSYSTEM_FOUR_BY_FOUR) {
+  if (Settings->SubsystemId == SUBSYSTEM_EMULEX_4X10G) {
     for (UINTN Index = 0; Index < LAYOUT_PROBE_INDICES; Index++) {
       if (EFI_ERROR(ProbePort(Settings, Index, Table))) {
         continue;

@@ -3,14 +3,12 @@
 #include "Planning/NaloConfiguration.h"
 #include "Library/BaseLib.h"
 #include "Library/BaseMemoryLib.h"
+#include "Strings/Vocabulary.h"
 
 // Current values the adapter reports are not trusted on Emulex0700 boards: these stand-ins differ
 // from any real enable value, so the SET is always planned there.
-#define PORT_ENABLE_UNKNOWN 254
-#define BOOT_ENABLE_UNKNOWN 253
 
 // The device whose boot enable is one setting for all its functions.
-#define DEVICE_QLOGIC_1656 VID_DID(0x1077, 0x1656)
 // The functions planned at Instances 1 to 7 of a 1077:1656 controller carry its boot enable.
 #define SHARED_BOOT_ENABLE_FIRST 1
 #define SHARED_BOOT_ENABLE_LAST 7
@@ -60,7 +58,7 @@ VOID PlanPortEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
 }
 
 VOID PlanBootEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
-  const BOOLEAN SharedBootEnable = mModule.mPciVidDid == DEVICE_QLOGIC_1656;
+  const BOOLEAN SharedBootEnable = mModule.mPciVidDid == VIDDID_QLOGIC_1656;
   mModule.mCurrentBootEnable = Settings->BootEnable;
   mModule.mTargetBootEnable = Settings->BootEnable;
   if (BootTableValid()) {
@@ -159,7 +157,7 @@ VOID PlanPortDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     if (QueryDefaults(NALO_QUERY_DEFAULTS_PORT)) {
       AppendCommand(Code, Count);
     }
-  } else if (Family.QLogic8070 && mModule.mPciVidDid != DEVICE_QLOGIC_1656) {
+  } else if (Family.QLogic8070 && mModule.mPciVidDid != VIDDID_QLOGIC_1656) {
     if (ManufacturerAddressesWanted() && RestoreMacFromPermanent(Settings)) {
       AppendCommand(Code, Count);
     }

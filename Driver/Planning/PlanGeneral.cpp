@@ -7,11 +7,7 @@
 #include "Strings/DriverStrings.h"
 #include "Library/BaseMemoryLib.h"
 #include "Library/PrintLib.h"
-
-#define VENDOR_INTEL 0x8086
-#define VENDOR_EMULEX 0x10DF
-#define VENDOR_EMULEX_OC 0x19A2
-#define VENDOR_QLOGIC 0x1077
+#include "Strings/Vocabulary.h"
 
 #define FC_IOV_MESSAGE_SIZE 256
 #define DOTTED_VERSION_PARTS 16
@@ -222,7 +218,7 @@ VOID PlanQLogic2031(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *Pl
   if (!Family.QLogic2031 || Family.QLogic2261) {
     return;
   }
-  mModule.mPciVidDid = PlanVidDid(Settings);
+  mModule.mPciVidDid = RecordVidDid(Settings);
   PLAN_CALL Call;
   PlanBegin(&Call, Instance, PlanState, Count);
   // These devices are only read: one information query, then the plan is complete.

@@ -5,6 +5,7 @@
 #include "Planning/PredicateInternal.h"
 #include "Reporting/Reporting.h"
 #include "Library/ReportStatusCodeLib.h"
+#include "Strings/Vocabulary.h"
 
 #define PF_COUNT_MAX_WISH 4
 // The adapters offer one, two or four functions per port; a wish of three gets two.
@@ -228,21 +229,21 @@ VOID PlanSriov(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   }
   if (LayoutAllowsTyping() || mModule.mFamily.Mellanox1013 || mModule.mFamily.QLogic8070) {
     switch (mModule.mPciVidDid) {
-    case VID_DID(0x1077, 0x1644):
-    case VID_DID(0x1077, 0x8070):
-    case VID_DID(0x15B3, 0x1013):
-    case VID_DID(0x15B3, 0x1015):
+    case VIDDID_QLOGIC_1644:
+    case VIDDID_QLOGIC_8070:
+    case VIDDID_MELLANOX_1013:
+    case VIDDID_MELLANOX_1015:
       PlanControllerSriov(Settings, Count);
       break;
-    case VID_DID(0x1077, 0x1656):
-    case VID_DID(0x19A2, 0x0710):
-    case VID_DID(0x19A2, 0x0712):
-    case VID_DID(0x19A2, 0x0714):
+    case VIDDID_QLOGIC_1656:
+    case VIDDID_EMULEX_0710:
+    case VIDDID_EMULEX_0712:
+    case VIDDID_EMULEX_0714:
       PlanPortSriov(Settings, Count);
       break;
-    case VID_DID(0x10DF, 0x0720):
-    case VID_DID(0x10DF, 0x0722):
-    case VID_DID(0x10DF, 0x0724):
+    case VIDDID_EMULEX_0720:
+    case VIDDID_EMULEX_0722:
+    case VIDDID_EMULEX_0724:
       PlanFunctionSriov(Settings, Count);
       break;
     default:

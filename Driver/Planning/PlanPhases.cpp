@@ -1,5 +1,6 @@
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
+#include "Strings/Vocabulary.h"
 
 VOID PlanBegin(PLAN_CALL *Call, UINT64 Instance, PLAN_STATE *State, UINTN *Count) {
   Call->Instance = Instance;
@@ -74,14 +75,10 @@ VOID PlanDecideAll(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings, const UINT32 *C
   }
 }
 
-UINT32 PlanVidDid(const FUNCTION_SETTINGS *Settings) {
-  return (((UINT32)Settings->VendorId) << 16) | Settings->DeviceId;
-}
-
 VOID PlanNoteFunctionPosition(const FUNCTION_SETTINGS *Settings) {
   mModule.mFirstFunctionOfAdapter = Settings->PortIndex == 0 && Settings->PfIndex == 0;
   mModule.mFirstFunctionOfPort = Settings->PfIndex == 0;
-  mModule.mPciVidDid = PlanVidDid(Settings);
+  mModule.mPciVidDid = RecordVidDid(Settings);
 }
 
 const UINT32 mFibreChannelNameCodes[6] = {SET_PF_WWNN,      SET_PF_WWPN,     SET_PF_TAR_WWPN1,

@@ -41,7 +41,6 @@ VOID PlanDecideAll(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings, const UINT32 *C
 
 // mFirstFunctionOfAdapter, mFirstFunctionOfPort and mPciVidDid from one record.
 VOID PlanNoteFunctionPosition(const FUNCTION_SETTINGS *Settings);
-UINT32 PlanVidDid(const FUNCTION_SETTINGS *Settings);
 
 #define PLAN_CODES(Array) (Array), (sizeof(Array) / sizeof((Array)[0]))
 

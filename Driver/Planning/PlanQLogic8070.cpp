@@ -2,15 +2,14 @@
 // every port; a partitioned adapter is read but not changed.
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
-
-#define DEVICE_QLOGIC_8070 0x10778070u
+#include "Strings/Vocabulary.h"
 
 static const UINT32 mControllerShows[] = {SHOW_UMC, SHOW_SRIOV, SHOW_VERSION};
 static const UINT32 mControllerSettings[] = {SET_SRIOV_FOR_CONTROLLER, SET_PORT_DEFAULTS};
 
 // Boards of the 8070 that cannot report the minimum bandwidth allocation.
 static BOOLEAN LacksBandwidthQuery(const FUNCTION_SETTINGS *Settings) {
-  if (PlanVidDid(Settings) != DEVICE_QLOGIC_8070) {
+  if (RecordVidDid(Settings) != VIDDID_QLOGIC_8070) {
     return FALSE;
   }
   const UINT16 Subsystem = Settings->SubsystemId;

@@ -1,12 +1,11 @@
 // VLAN, PXE VLAN and bandwidth shares of one function.
 #include "Planning/PredicateInternal.h"
+#include "Strings/Vocabulary.h"
 
 // Port mode of a partitioned port: bandwidth and VLAN then come from the function entries.
 #define PORT_MODE_PARTITIONED 2
 // Emulex0700 boards do not report a trustworthy VLAN: these stand-ins lie outside the 12-bit
 // range, so the SET is always planned there.
-#define VLAN_UNKNOWN_FUNCTION 0x4321
-#define VLAN_UNKNOWN_BOOT 0x1234
 
 VOID PlanBandwidth(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   if (!PortTableValid() || mModule.mNaloPortTable.DesiredPortEnable != 1 || ConfigIsType2Subtype5()) {

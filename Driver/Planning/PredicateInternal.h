@@ -5,9 +5,8 @@
 #define DRIVER_PLANNING_PREDICATE_INTERNAL_H_
 
 #include "Planning/Planning.h"
+#include "Strings/Vocabulary.h"
 
-#define VID_DID(Vendor, Device) ((((UINT32)(Vendor)) << 16) | (UINT32)(Device))
-#define VLAN_NONE 4095
 #define VLAN_ID_MASK 0x0FFF
 
 // Table state. Every test is for the exact value 1, as the platform marks valid tables.

@@ -42,15 +42,6 @@ static const char mResponseBanner[] = "\n       ___________ CLP RESPONSE: ______
 static const char mHeaderFormat[] =
     "\n_VID/DID/PFA 0x%04x/%04x/%x, FW %a, NaloI/CardI/PortI/SubI %d/%d/%d/%d_";
 
-// Length of Text up to its NUL, but never scanning past Max characters.
-static UINTN BoundedLength(const CHAR8 *Text, UINTN Max) {
-  UINTN Length = 0;
-  while (Length < Max && Text[Length] != 0) {
-    Length++;
-  }
-  return Length;
-}
-
 // One message of at most 61 characters of Text, never reading more than Available characters.
 static EFI_STATUS SendBoundedLogText(EFI_SYSTEM_TABLE *SystemTable, const CHAR8 *Text, UINTN Available,
                                      UINT8 *CompletionCode) {

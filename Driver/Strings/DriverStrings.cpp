@@ -4,10 +4,6 @@
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
 
-namespace {
-
-// Length of Src, but never counting past Max: the copy routines need no more, and a reply that is
-// not terminated within the field is then still read safely.
 UINTN BoundedLength(const CHAR8 *Src, UINTN Max) {
   UINTN Length = 0;
   while (Length < Max && Src[Length] != '\0') {
@@ -15,6 +11,8 @@ UINTN BoundedLength(const CHAR8 *Src, UINTN Max) {
   }
   return Length;
 }
+
+namespace {
 
 CHAR8 ToUpper(CHAR8 Char) {
   return (Char >= 'a' && Char <= 'z') ? (CHAR8)(Char - ('a' - 'A')) : Char;

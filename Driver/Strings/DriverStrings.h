@@ -6,6 +6,9 @@
 #include "Uefi.h"
 #include "Protocol/AdapterSettings.h"
 
+// Length of Src up to its NUL, never looking at more than Max characters: a reply or field that
+// is not terminated within its size is still read safely.
+UINTN BoundedLength(const CHAR8 *Src, UINTN Max);
 BOOLEAN IsHexDigitChar(UINT8 *Digit, CHAR8 Char);
 // Converts the leading run of hexadecimal digits of Str into Buf, little-endian (the last two
 // digits land in Buf[0]). Len: in the capacity, out the bytes produced or needed.
