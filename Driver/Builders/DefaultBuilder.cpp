@@ -2,6 +2,7 @@
 // Emulex0710, EmulexE200, QLogic2261). Adapter-wide and iSCSI lines are the same for every vendor;
 // the other lines come from the dialect of the entry's PCI vendor.
 #include "DefaultDialects.h"
+#include "Managed/AdapterFamilies.h"
 #include "Strings/Vocabulary.h"
 
 // clang-format off
@@ -117,19 +118,10 @@ const CLP_DIALECT *IntelDialect(VOID) {
   return &kIntelTable.Dialect;
 }
 
+// The record's vendor decides the lines, whatever family the adapter is.
 static const CLP_DIALECT *DialectOfVendor(UINT16 VendorId) {
-  switch (VendorId) {
-  case VENDOR_EMULEX_OC:
-    return OemPortFunctionDialect();
-  case VENDOR_EMULEX:
-    return FcPortDialect();
-  case VENDOR_QLOGIC:
-    return NetPortDialect();
-  case VENDOR_INTEL:
-    return IntelDialect();
-  default:
-    return nullptr;
-  }
+  const ADAPTER_VENDOR_ROW *Vendor = FindAdapterVendor(VendorId);
+  return Vendor != nullptr && Vendor->Dialect != nullptr ? Vendor->Dialect() : nullptr;
 }
 
 EFI_STATUS BuildDefaultClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,

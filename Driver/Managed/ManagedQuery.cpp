@@ -1,6 +1,7 @@
 // ManagedMode Query: finds the controller's settings record, plans the controller's command list
 // in phases and hands out one CLP command per Instance.
 #include "PlatformToDriver.h"
+#include "Managed/AdapterFamilies.h"
 #include "Managed/AdapterSettings.h"
 #include "Builders/Builders.h"
 #include "Planning/NaloConfiguration.h"
@@ -9,34 +10,6 @@
 #include "Library/BaseMemoryLib.h"
 #include "Library/UefiBootServicesTableLib.h"
 #include "Strings/Vocabulary.h"
-
-typedef VOID (*FAMILY_PLANNER)(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
-                               UINTN *Count);
-
-// Fixed order: every planner runs for every function; only the one of the identified family acts.
-static const FAMILY_PLANNER mFamilyPlanners[] = {
-    PlanEmulex0720, PlanGeneral, PlanQLogic2031, PlanQLogic8070, PlanMellanox1013, PlanMellanox1017,
-};
-
-static CLP_BUILDER SelectBuilder(VOID) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
-  if (Family.Emulex0720) {
-    return BuildEmulex0720ClpCommand;
-  }
-  if (Family.QLogic2031 && !Family.QLogic2261) {
-    return BuildQLogic2031ClpCommand;
-  }
-  if (Family.QLogic8070) {
-    return BuildQLogic8070ClpCommand;
-  }
-  if (Family.Mellanox1013) {
-    return BuildMellanox1013ClpCommand;
-  }
-  if (Family.Mellanox1017) {
-    return BuildMellanox1017ClpCommand;
-  }
-  return BuildDefaultClpCommand;
-}
 
 // Function indices beyond the 16-entry tables have no entries; the builders treat the missing
 // entries as absent values.
@@ -50,9 +23,8 @@ static VOID PointEntriesAt(UINTN Index) {
   }
 }
 
-static VOID StartControllerRun(FUNCTION_SETTINGS *Adapter, BOOLEAN *Plan) {
-  mModule.mFirstFunctionOfAdapter = Adapter->PortIndex == 0 && Adapter->PfIndex == 0;
-  if (mModule.mFirstFunctionOfAdapter) {
+static VOID StartControllerRun(const ADAPTER_FAMILY_ROW *Family, FUNCTION_SETTINGS *Adapter, BOOLEAN *Plan) {
+  if (IsFirstFunctionOfAdapter(Adapter)) {
     // A new adapter: forget what the previous adapter's first function discovered.
     mModule.mLinkConfig = 0;
     mModule.mActiveLinkConfig = 0;
@@ -84,21 +56,17 @@ static VOID StartControllerRun(FUNCTION_SETTINGS *Adapter, BOOLEAN *Plan) {
     mModule.mLinkAdjusted = 1;
   }
 
-  mModule.mFirstFunctionOfPort = Adapter->PfIndex == 0;
-  if (mModule.mFirstFunctionOfPort) {
+  // Taken after the layout adjustment, which may renumber the record.
+  const BOOLEAN FirstOfPort = IsFirstFunctionOfPort(Adapter);
+  if (FirstOfPort) {
     mModule.mAddrDefaultsPlanned = FALSE;
   }
-
-  // These families are planned through the first function of each port only; the other
-  // functions' controllers get just END.
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
-  if ((Family.Emulex0720 || Family.Emulex0710 || Family.Emulex0700 || Family.QLogic8070) &&
-      !mModule.mFirstFunctionOfPort) {
+  if (Family != nullptr && Family->FirstFunctionOfPortOnly && !FirstOfPort) {
     *Plan = FALSE;
   }
 }
 
-static VOID RunPlanningPass(UINTN Instance, FUNCTION_SETTINGS *Adapter) {
+static VOID RunPlanningPass(const ADAPTER_FAMILY_ROW *Family, UINTN Instance, FUNCTION_SETTINGS *Adapter) {
   const PLAN_STATE Snapshot = {mModule.mPlanInstance, mModule.mPlanInstance2, mModule.mPlanStopped,
                                mModule.mPlanComplete, mModule.mLinkAdjusted};
 
@@ -112,11 +80,8 @@ static VOID RunPlanningPass(UINTN Instance, FUNCTION_SETTINGS *Adapter) {
     }
     const UINTN First = mModule.mCommandCount;
     PointEntriesAt(Index);
-    for (FAMILY_PLANNER Planner : mFamilyPlanners) {
-      PLAN_STATE Copy = Snapshot;
-      // cppcheck-suppress legacyUninitvar ; false positive: the range-for variable is initialised
-      Planner(Instance, Function, &Copy, &mModule.mCommandCount);
-    }
+    PLAN_STATE Copy = Snapshot;
+    Family->Planner(Instance, Function, &Copy, &mModule.mCommandCount);
     for (UINTN Entry = First; Entry < mModule.mCommandCount && Entry < COMMAND_LIST_ENTRIES; Entry++) {
       mModule.mCommandSettings[Entry] = Function;
     }
@@ -137,12 +102,12 @@ EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 *
                           BOOLEAN *ParseFlag, UINTN *ResponseCode) {
   FUNCTION_SETTINGS *Adapter = *Settings;
   const UINTN N = *Instance;
-
-  mModule.mPciVidDid = RecordVidDid(Adapter);
+  // Never NULL behind ManagedModeQuery, which identified the family first.
+  const ADAPTER_FAMILY_ROW *Family = IdentifiedFamily();
   BOOLEAN Plan = TRUE;
 
   if (N == 0) {
-    StartControllerRun(Adapter, &Plan);
+    StartControllerRun(Family, Adapter, &Plan);
   }
   // 255 in a plan byte means "no such phase"; a plan never grows that long, so an Instance of 255
   // cannot be a real phase start.
@@ -160,8 +125,8 @@ EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 *
     }
     LoadNaloConfiguration(Adapter);
   }
-  if (Plan) {
-    RunPlanningPass(N, Adapter);
+  if (Plan && Family != nullptr) {
+    RunPlanningPass(Family, N, Adapter);
   }
 
   FUNCTION_SETTINGS *Function = Adapter;
@@ -175,7 +140,8 @@ EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 *
   }
 
   PointEntriesAt(Function->PfIndex);
-  const EFI_STATUS Status = SelectBuilder()(Adapter, Function, mModule.mCurrentCommandCode, ParseFlag);
+  const CLP_BUILDER Builder = Family != nullptr ? Family->Builder : BuildDefaultClpCommand;
+  const EFI_STATUS Status = Builder(Adapter, Function, mModule.mCurrentCommandCode, ParseFlag);
 
   *Settings = Function;
   *CommandText = mModule.ClpCommandBuffer;

@@ -24,10 +24,6 @@ static const UINT8 mFourByFourPort[FOUR_BY_FOUR_FUNCTIONS] = {0, 1, 2, 3, 0, 1, 
 static const UINT8 mFourByFourFunction[FOUR_BY_FOUR_FUNCTIONS] = {0, 0, 0, 0, 1, 1, 1, 1,
                                                                   2, 2, 2, 2, 3, 3, 3, 3};
 
-static BOOLEAN IsFirstFunction(const FUNCTION_SETTINGS *Settings) {
-  return Settings->PortIndex == 0 && Settings->PfIndex == 0;
-}
-
 static UINT8 FunctionNumber(const FUNCTION_SETTINGS *Settings) {
   return (UINT8)(Settings->PciAddress & 0x7);
 }
@@ -41,11 +37,7 @@ static FUNCTION_SETTINGS *WalkFunction(FUNCTION_SETTINGS *Settings, UINTN Index)
   if (Index > 0 && mModule.mLinkConfig == LAYOUT_ONE_PER_PORT) {
     return nullptr;
   }
-  FUNCTION_SETTINGS *Function = Settings->Functions[Index];
-  if (Function != nullptr) {
-    mModule.mFirstFunctionOfAdapter = IsFirstFunction(Function);
-  }
-  return Function;
+  return Settings->Functions[Index];
 }
 
 static VOID MakeSinglePort(FUNCTION_SETTINGS *Function, UINT8 Port, UINT32 LinkWord) {
@@ -97,6 +89,8 @@ VOID AdjustLayoutEmulex07x0(FUNCTION_SETTINGS *Settings, FUNCTION_SETTINGS *Firs
     if (Function == nullptr) {
       break;
     }
+    // Taken before the layout renumbers the record.
+    const BOOLEAN FirstOfAdapter = IsFirstFunctionOfAdapter(Function);
     if (mModule.mLinkConfig == LAYOUT_ONE_PER_PORT) {
       const UINT8 Number = FunctionNumber(Function);
       UINT8 Port = Function->PortIndex;
@@ -107,7 +101,7 @@ VOID AdjustLayoutEmulex07x0(FUNCTION_SETTINGS *Settings, FUNCTION_SETTINGS *Firs
       }
       MakeSinglePort(Function, Port, 3);
     }
-    if (!mModule.mFirstFunctionOfAdapter) {
+    if (!FirstOfAdapter) {
       CopyVersionsFrom(Function, First);
     }
   }
@@ -117,9 +111,8 @@ VOID AdjustLayout4x10G(FUNCTION_SETTINGS *Settings) {
   if (Settings->SubsystemId != SUBSYSTEM_EMULEX_4X10G) {
     return;
   }
-  mModule.mFirstFunctionOfAdapter = IsFirstFunction(Settings);
   Settings->LinkConfig = mModule.mLinkConfig;
-  if (mModule.mLinkConfig != LAYOUT_FOUR_PER_PORT || !mModule.mFirstFunctionOfAdapter) {
+  if (mModule.mLinkConfig != LAYOUT_FOUR_PER_PORT || !IsFirstFunctionOfAdapter(Settings)) {
     return;
   }
 
@@ -187,7 +180,7 @@ VOID AdjustLayout4x10G(FUNCTION_SETTINGS *Settings) {
 }
 
 VOID CopyFirmwareVersions(FUNCTION_SETTINGS *Settings, FUNCTION_SETTINGS *First) {
-  if (!IsFirstFunction(Settings)) {
+  if (!IsFirstFunctionOfAdapter(Settings)) {
     CopyVersionsFrom(Settings, First);
   }
 }
@@ -196,8 +189,7 @@ VOID AdjustLinkLayout(FUNCTION_SETTINGS *Settings) {
   if (Settings == nullptr) {
     return;
   }
-  mModule.mFirstFunctionOfAdapter = IsFirstFunction(Settings);
-  if (mModule.mFirstFunctionOfAdapter || mModule.mFirstFunctionSettings == nullptr) {
+  if (IsFirstFunctionOfAdapter(Settings) || mModule.mFirstFunctionSettings == nullptr) {
     mModule.mFirstFunctionSettings = Settings;
   }
   const UINT32 Device = RecordVidDid(Settings);

@@ -35,7 +35,6 @@ BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     mModule.mConfigStatus = EFI_INVALID_PARAMETER;
     return FALSE;
   }
-  mModule.mPciVidDid = VidDid(Settings->VendorId, Settings->DeviceId);
 
   const UINTN Before = *Count;
   switch (Code) {

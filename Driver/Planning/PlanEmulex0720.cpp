@@ -86,7 +86,7 @@ VOID ProbeRoceAndSriov(FUNCTION_SETTINGS *Settings, UINT8 *RoceMode, UINT8 *Srio
 static BOOLEAN PlanEmulex0720Layout(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
   BOOLEAN ModeChanged = FALSE;
   BOOLEAN UmcChanged = FALSE;
-  if (mModule.mFirstFunctionOfAdapter) {
+  if (IsFirstFunctionOfAdapter(Settings)) {
     if (TypedLayout(mModule.mActiveLinkConfig) && mModule.mNaloHeader.PortTableValid == 1) {
       ProbeRoceAndSriov(Settings, &mModule.mRoceMode, &mModule.mSriovRequested, &mModule.mActiveLinkConfig);
     }
@@ -108,7 +108,7 @@ static VOID PlanEmulex0720Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
   mModule.mCurrentBootEnable = Settings->BootEnable;
   mModule.mTargetBootEnable = Settings->BootEnable;
 
-  if (mModule.mFirstFunctionOfPort) {
+  if (IsFirstFunctionOfPort(Settings)) {
     mModule.mEmulex0720Flag = 0;
     if (PlanEmulex0720Layout(Call, Settings)) {
       mModule.mEmulex0720Flag = 1;
@@ -146,10 +146,6 @@ static VOID PlanEmulex0720Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
 }
 
 VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
-  PlanNoteFunctionPosition(Settings);
-  if (!mModule.mFamily.Emulex0720) {
-    return;
-  }
   const BOOLEAN FromAdapter = LayoutFromAdapter(Settings);
   const BOOLEAN FirstPort = Settings->PortIndex == 0;
   if (!FromAdapter) {
@@ -161,14 +157,14 @@ VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *Pl
   PlanBegin(&Call, Instance, PlanState, Count);
   if (PlanAtPhase1(&Call)) {
     if (FromAdapter && FirstPort) {
-      if (mModule.mFirstFunctionOfPort) {
+      if (IsFirstFunctionOfPort(Settings)) {
         PlanAppend(&Call, SHOW_LINK_CONFIG);
       }
     } else {
       PlanAppend(&Call, SHOW_PF_INFO);
     }
     // The function-type parser of SHOW_PF_INFO fills in the functions that exist.
-    if (mModule.mFirstFunctionOfPort) {
+    if (IsFirstFunctionOfPort(Settings)) {
       mModule.mPfTypeTable[0] = PF_TYPE_NIC;
       if (mModule.mActiveLinkConfig != 1) {
         for (UINTN Index = 1; Index < PF_TYPE_TABLE_ENTRIES; Index++) {

@@ -27,7 +27,7 @@ static BOOLEAN ForcedEnableApplies(const FUNCTION_SETTINGS *Settings) {
 VOID PlanPortEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   // Port enable is a port property: the first function decides, later functions inherit the
   // values it left in the working pair.
-  if (mModule.mFirstFunctionOfPort) {
+  if (IsFirstFunctionOfPort(Settings)) {
     mModule.mCurrentPortEnable = Settings->PortEnable;
     mModule.mTargetPortEnable = Settings->PortEnable;
     if (PortTableValid()) {
@@ -58,7 +58,7 @@ VOID PlanPortEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
 }
 
 VOID PlanBootEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
-  const BOOLEAN SharedBootEnable = mModule.mPciVidDid == VIDDID_QLOGIC_1656;
+  const BOOLEAN SharedBootEnable = RecordVidDid(Settings) == VIDDID_QLOGIC_1656;
   mModule.mCurrentBootEnable = Settings->BootEnable;
   mModule.mTargetBootEnable = Settings->BootEnable;
   if (BootTableValid()) {
@@ -157,7 +157,7 @@ VOID PlanPortDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     if (QueryDefaults(NALO_QUERY_DEFAULTS_PORT)) {
       AppendCommand(Code, Count);
     }
-  } else if (Family.QLogic8070 && mModule.mPciVidDid != VIDDID_QLOGIC_1656) {
+  } else if (Family.QLogic8070 && RecordVidDid(Settings) != VIDDID_QLOGIC_1656) {
     if (ManufacturerAddressesWanted() && RestoreMacFromPermanent(Settings)) {
       AppendCommand(Code, Count);
     }

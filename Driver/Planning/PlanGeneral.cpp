@@ -45,14 +45,14 @@ static VOID PlanGeneralPhase1(PLAN_CALL *Call, const FUNCTION_SETTINGS *Settings
     PlanAppend(Call, HasPlatformFlag6(Settings) ? SET_ADDR_DEFAULTS : SHOW_PF_MFG_MAC);
     break;
   case VENDOR_EMULEX:
-    if (mModule.mFirstFunctionOfAdapter) {
+    if (IsFirstFunctionOfAdapter(Settings)) {
       PlanAppend(Call, SHOW_VERSION);
     }
     PlanAppend(Call, SHOW_PORT_EN);
     PlanAppend(Call, SHOW_BOOT_EN);
     break;
   case VENDOR_EMULEX_OC:
-    if (Family.Emulex0700 && mModule.mFirstFunctionOfAdapter) {
+    if (Family.Emulex0700 && IsFirstFunctionOfAdapter(Settings)) {
       PlanAppend(Call, SHOW_VERSION);
       PlanAppend(Call, SHOW_PF_TYPE);
     }
@@ -74,7 +74,7 @@ static VOID PlanGeneralPhase1(PLAN_CALL *Call, const FUNCTION_SETTINGS *Settings
 // On the adapter's first function, a change of function count, second-function type or SR-IOV
 // needs the controller restarted before anything else can be planned. TRUE when the plan ended.
 static BOOLEAN PlanEmulexOcRestart(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFirstFunctionOfAdapter) {
+  if (!IsFirstFunctionOfAdapter(Settings)) {
     return FALSE;
   }
   const BOOLEAN Is0710 = mModule.mFamily.Emulex0710;
@@ -191,11 +191,6 @@ static VOID PlanGeneralPhase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
 }
 
 VOID PlanGeneral(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
-  PlanNoteFunctionPosition(Settings);
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
-  if (!(Family.Intel || Family.EmulexE200 || Family.Emulex0710 || Family.Emulex0700 || Family.QLogic2261)) {
-    return;
-  }
   PLAN_CALL Call;
   PlanBegin(&Call, Instance, PlanState, Count);
   if (PlanAtPhase1(&Call)) {
@@ -213,12 +208,8 @@ VOID PlanGeneral(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanS
   PlanEnd(&Call);
 }
 
-VOID PlanQLogic2031(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
-  if (!Family.QLogic2031 || Family.QLogic2261) {
-    return;
-  }
-  mModule.mPciVidDid = RecordVidDid(Settings);
+VOID PlanQLogic2031(UINT64 Instance, FUNCTION_SETTINGS * /* Settings */, PLAN_STATE *PlanState,
+                    UINTN *Count) {
   PLAN_CALL Call;
   PlanBegin(&Call, Instance, PlanState, Count);
   // These devices are only read: one information query, then the plan is complete.

@@ -151,7 +151,7 @@ static VOID PlanControllerSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
     mModule.mSriovRequested = 1;
   }
   // On a multi-port adapter the decision waits for a later port, after every port's wish is known.
-  if (Settings->PortCount != 1 && mModule.mFirstFunctionOfAdapter) {
+  if (Settings->PortCount != 1 && IsFirstFunctionOfAdapter(Settings)) {
     return;
   }
   const UINT8 Desired = mModule.mSriovRequested != 0 ? 1 : 0;
@@ -224,11 +224,11 @@ static VOID ReportSriovLayoutConflict(FUNCTION_SETTINGS *Settings) {
 // Both SR-IOV codes take this path: the device decides which kind of switch it has.
 VOID PlanSriov(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   (VOID) Code;
-  if (!mModule.mFirstFunctionOfPort) {
+  if (!IsFirstFunctionOfPort(Settings)) {
     return;
   }
   if (LayoutAllowsTyping() || mModule.mFamily.Mellanox1013 || mModule.mFamily.QLogic8070) {
-    switch (mModule.mPciVidDid) {
+    switch (RecordVidDid(Settings)) {
     case VIDDID_QLOGIC_1644:
     case VIDDID_QLOGIC_8070:
     case VIDDID_MELLANOX_1013:

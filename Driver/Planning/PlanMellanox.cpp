@@ -1,6 +1,7 @@
 // Mellanox planners: two phases, reading first and setting second (1013), or reading only (1017).
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
+#include "Strings/Vocabulary.h"
 
 static const UINT32 mMellanox1013Shows[] = {SHOW_PORT_EN,    SHOW_BOOT_EN, SHOW_MAX_LINK_SPEED,
                                             SHOW_PF_MFG_MAC, SHOW_PF_MAC,  SHOW_PXE_VLANID};
@@ -8,13 +9,10 @@ static const UINT32 mMellanox1013Settings[] = {SET_SRIOV_FOR_CONTROLLER, SET_POR
                                                SET_PF_MAC};
 
 VOID PlanMellanox1013(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
-  if (!mModule.mFamily.Mellanox1013) {
-    return;
-  }
   PLAN_CALL Call;
   PlanBegin(&Call, Instance, PlanState, Count);
   if (PlanAtPhase1(&Call)) {
-    if (mModule.mFirstFunctionOfAdapter) {
+    if (IsFirstFunctionOfAdapter(Settings)) {
       PlanAppend(&Call, SHOW_VERSION);
       PlanAppend(&Call, SHOW_SRIOV);
     }
@@ -33,13 +31,10 @@ VOID PlanMellanox1013(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *
 
 VOID PlanMellanox1017(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
   (VOID) Settings;
-  if (!mModule.mFamily.Mellanox1017) {
-    return;
-  }
   PLAN_CALL Call;
   PlanBegin(&Call, Instance, PlanState, Count);
   if (PlanAtPhase1(&Call)) {
-    if (mModule.mFirstFunctionOfAdapter) {
+    if (IsFirstFunctionOfAdapter(Settings)) {
       PlanAppend(&Call, SHOW_VERSION);
     }
     PlanAppend(&Call, SHOW_MAX_LINK_SPEED);

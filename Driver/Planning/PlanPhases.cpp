@@ -75,12 +75,6 @@ VOID PlanDecideAll(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings, const UINT32 *C
   }
 }
 
-VOID PlanNoteFunctionPosition(const FUNCTION_SETTINGS *Settings) {
-  mModule.mFirstFunctionOfAdapter = Settings->PortIndex == 0 && Settings->PfIndex == 0;
-  mModule.mFirstFunctionOfPort = Settings->PfIndex == 0;
-  mModule.mPciVidDid = RecordVidDid(Settings);
-}
-
 const UINT32 mFibreChannelNameCodes[6] = {SET_PF_WWNN,      SET_PF_WWPN,     SET_PF_TAR_WWPN1,
                                           SET_PF_TAR_WWPN2, SET_PF_TAR_LUN1, SET_PF_TAR_LUN2};
 

@@ -39,9 +39,6 @@ VOID PlanAppendAll(PLAN_CALL *Call, const UINT32 *Codes, UINTN CodeCount);
 BOOLEAN PlanDecide(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings, UINT32 Code);
 VOID PlanDecideAll(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings, const UINT32 *Codes, UINTN CodeCount);
 
-// mFirstFunctionOfAdapter, mFirstFunctionOfPort and mPciVidDid from one record.
-VOID PlanNoteFunctionPosition(const FUNCTION_SETTINGS *Settings);
-
 #define PLAN_CODES(Array) (Array), (sizeof(Array) / sizeof((Array)[0]))
 
 // Sequences that several families plan in the same order.

@@ -18,7 +18,7 @@ static BOOLEAN LacksBandwidthQuery(const FUNCTION_SETTINGS *Settings) {
 
 static VOID PlanPortDiscovery(PLAN_CALL *Call, const FUNCTION_SETTINGS *Settings) {
   const BOOLEAN Partitioned = mModule.mCurrentUmc != 0;
-  if (mModule.mFirstFunctionOfPort) {
+  if (IsFirstFunctionOfPort(Settings)) {
     PlanAppend(Call, SHOW_BOOT_EN);
     if (Partitioned) {
       if (!LacksBandwidthQuery(Settings)) {
@@ -48,7 +48,7 @@ static VOID PlanQLogic8070Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
     return;
   }
   PlanDecideAll(Call, Settings, PLAN_CODES(mControllerSettings));
-  if (mModule.mFirstFunctionOfPort) {
+  if (IsFirstFunctionOfPort(Settings)) {
     PlanDecide(Call, Settings, SET_BOOT_EN);
     PlanDecide(Call, Settings, SET_PXE_VLANID);
     mModule.mPfTypeCount = 0;
@@ -63,10 +63,6 @@ static VOID PlanQLogic8070Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
 
 VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
   const BOOLEAN FirstPort = Settings->PortIndex == 0;
-  PlanNoteFunctionPosition(Settings);
-  if (!mModule.mFamily.QLogic8070) {
-    return;
-  }
   mModule.mLinkConfig = Settings->LinkConfig;
   mModule.mActiveLinkConfig = mModule.mLinkConfig;
 
@@ -74,14 +70,14 @@ VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *Pl
   PlanBegin(&Call, Instance, PlanState, Count);
   if (PlanAtPhase1(&Call)) {
     if (FirstPort) {
-      if (mModule.mFirstFunctionOfPort) {
+      if (IsFirstFunctionOfPort(Settings)) {
         PlanAppendAll(&Call, PLAN_CODES(mControllerShows));
       }
     } else {
       PlanPortDiscovery(&Call, Settings);
     }
     PlanAppend(&Call, SHOW_PXE_VLAN);
-    if (mModule.mFirstFunctionOfPort) {
+    if (IsFirstFunctionOfPort(Settings)) {
       mModule.mPfTypeTable[0] = PF_TYPE_NIC;
       for (UINTN Index = 1; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
         mModule.mPfTypeTable[Index] = PF_TYPE_DISABLED;
@@ -95,7 +91,7 @@ VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *Pl
     if (FirstPort) {
       PlanPortDiscovery(&Call, Settings);
     }
-    if (mModule.mFirstFunctionOfPort) {
+    if (IsFirstFunctionOfPort(Settings)) {
       PlanDecide(&Call, Settings, SHOW_PXE_VLANID);
     }
     PlanEndPhase2(&Call);

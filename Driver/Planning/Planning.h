@@ -18,6 +18,11 @@ BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count);
 BOOLEAN AppendCommand(UINT32 Code, UINTN *Count);
 BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings);
 
+// A family's planner: called for every function of the pass, it appends the function's codes and
+// moves the phases on. Each family row names one.
+typedef VOID (*FAMILY_PLANNER)(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
+                               UINTN *Count);
+
 VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
 VOID PlanGeneral(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
 VOID PlanQLogic2031(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);

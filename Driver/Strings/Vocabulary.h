@@ -1,6 +1,6 @@
 // The numbers the driver shares across its subsystems: PCI vendor and device IDs, board subsystem
-// IDs, and the sentinels that stand for a value the adapter has not told us. Each is defined here
-// and nowhere else.
+// IDs, the sentinels that stand for a value the adapter has not told us, and the values that follow
+// from a settings record. Each is defined here and nowhere else.
 #ifndef DRIVER_STRINGS_VOCABULARY_H_
 #define DRIVER_STRINGS_VOCABULARY_H_
 
@@ -21,6 +21,15 @@ constexpr UINT32 VidDid(UINT32 Vendor, UINT32 Device) {
 }
 inline UINT32 RecordVidDid(const FUNCTION_SETTINGS *Settings) {
   return VidDid(Settings->VendorId, Settings->DeviceId);
+}
+
+// A function's position, from its record: the first PCI function of its port, and of the adapter
+// (the first function of the first port).
+inline BOOLEAN IsFirstFunctionOfPort(const FUNCTION_SETTINGS *Settings) {
+  return Settings->PfIndex == 0;
+}
+inline BOOLEAN IsFirstFunctionOfAdapter(const FUNCTION_SETTINGS *Settings) {
+  return Settings->PortIndex == 0 && Settings->PfIndex == 0;
 }
 
 // --- Devices that some rule names on its own (families are in Managed/AdapterFamilies.cpp) ----

@@ -73,8 +73,8 @@ public:
     gBS = &BootServices;
     Ipmi.SendIpmiCommand = SendIpmiCommand;
     mModule.mIpmiTransport = &Ipmi;
-    // The policy has been read and forces nothing; the function is the first of port and adapter.
-    mModule.mPlatformPolicyRead = mModule.mFirstFunctionOfPort = mModule.mFirstFunctionOfAdapter = TRUE;
+    // The policy has been read and forces nothing.
+    mModule.mPlatformPolicyRead = TRUE;
     SelectNaloEntries(0);
     S = NewRecord();
   }

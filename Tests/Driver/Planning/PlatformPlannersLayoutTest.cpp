@@ -138,7 +138,6 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
   EXPECT_EQ(mModule.mPlanComplete, 1);
   Fresh(); // a later function of a Mellanox1017 adapter reads no versions
   mModule.mFamily.Mellanox1017 = TRUE;
-  mModule.mFirstFunctionOfAdapter = FALSE;
   PlanMellanox1017(0, NewRecord(0x15B3, 0x1017, 0, 1), &State, &Count);
   EXPECT_EQ(Planned(), Codes{SHOW_MAX_LINK_SPEED});
   // A partitioned second port shows the minimum bandwidth but on three boards of the 1077:8070.

@@ -373,10 +373,8 @@ TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) 
   SetDevice(0x10DF, 0xE200);
   for (UINT32 Code : {0u, 1u, 2u, 5u, 7u, 9u, 12u, 44u, 46u, 52u, 54u, 65u, 67u, 70u, 71u, 255u, 4096u}) {
     mModule.mConfigStatus = EFI_SUCCESS;
-    mModule.mPciVidDid = 0;
     EXPECT_FALSE(Plan(Code)) << Code;
     EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND) << Code;
-    EXPECT_EQ(mModule.mPciVidDid, 0x10DFE200u) << Code;
   }
   EXPECT_EQ(Count, 0u);
 }
@@ -496,7 +494,8 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
              mModule.mCurrentPersonality) = std::tie(C.WishCount, C.Current, C.PfCount, C.Personality);
     std::tie(mModule.mCurrentUmc, mModule.mTargetUmc, mModule.mRoceMode, mModule.mRoceTypeFound) =
         std::tie(C.CurrentUmc, C.TargetUmc, C.Roce, C.RoceFound);
-    std::tie(mModule.mActiveLinkConfig, mModule.mFirstFunctionOfPort) = std::tie(C.Layout, C.First);
+    mModule.mActiveLinkConfig = C.Layout;
+    S->PfIndex = C.First ? 0 : 1;
     EXPECT_EQ(Plan(SET_SRIOV_FOR_CONTROLLER), C.Code != 0 ? TRUE : FALSE);
     EXPECT_EQ(Planned(), C.Code != 0 ? Codes{C.Code} : Codes{});
     EXPECT_EQ(S->SriovEnabled, C.Record);
@@ -511,7 +510,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   S->PciAddress = 0x3A01;
   for (int Step = 0; Step < 3; Step++) {
     mModule.mActiveLinkConfig = Step == 2 ? 0 : 1;
-    mModule.mFirstFunctionOfPort = Step != 1;
+    S->PfIndex = Step != 1 ? 0 : 1;
     EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
     EXPECT_EQ(P.Reports.size(), 1u) << Step; // at once, in the layout that cannot carry it
   }
@@ -539,7 +538,6 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
     F->Ports[1] = SecondPort;
   }
   EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
-  mModule.mFirstFunctionOfAdapter = FALSE;
   Tbl.Function[0].SriovEnable = 0; // the first port's wish is kept
   EXPECT_TRUE(PlanCommand(SecondPort, SET_SRIOV_FOR_PF, &Count));
   EXPECT_EQ(Planned(), Codes{SET_SRIOV_FOR_CONTROLLER});
@@ -547,7 +545,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   // The port list is walked only through its sixteen entries, whatever the count says.
   Fresh();
   SetDevice(0x1077, 0x1644);
-  mModule.mFirstFunctionOfAdapter = FALSE;
+  S->PortIndex = 1; // not the adapter's first function
   S->PortCount = 255;
   std::vector<FUNCTION_SETTINGS *> Ports;
   for (UINTN Port = 0; Port < 16; Port++) {

@@ -1,0 +1,118 @@
+// The adapter families and vendors as data, the acceptance of a controller for ManagedMode and its
+// classification into a family.
+#include "Managed/AdapterFamilies.h"
+#include "Managed/AdapterSettings.h"
+#include "Builders/DefaultDialects.h"
+#include "Parsers/ReplyParsers.h"
+#include "Strings/Vocabulary.h"
+
+EFI_GUID gAdapterSettingsProtocolGuid = ADAPTER_SETTINGS_PROTOCOL_GUID;
+
+#define DEVICES(...)                                                                                         \
+  (UINT8)(sizeof((const UINT16[]){__VA_ARGS__}) / sizeof(UINT16)), {                                         \
+    __VA_ARGS__                                                                                              \
+  }
+#define ANY_DEVICE                                                                                           \
+  0, {}
+#define FLAG(Name) &ADAPTER_FAMILY::Name
+
+// A controller's flags are those of the first row that lists its vendor:device pair. Rows whose
+// flags are a subset of an earlier row's come after it, so that the flags lead back to the row.
+// clang-format off
+const ADAPTER_FAMILY_ROW mAdapterFamilies[] = {
+  // vendor         devices                          flag                sub-family          planner           builder                      value prefix   SHOW_PF_INFO keys      first function of port only
+  {VENDOR_INTEL,    ANY_DEVICE,                      FLAG(Intel),        nullptr,            PlanGeneral,      BuildDefaultClpCommand,      nullptr,       nullptr,               FALSE},
+  {VENDOR_QLOGIC,   DEVICES(0x8070, 0x1644, 0x1656), FLAG(QLogic8070),   nullptr,            PlanQLogic8070,   BuildQLogic8070ClpCommand,   "data=",       nullptr,               TRUE},
+  {VENDOR_QLOGIC,   DEVICES(0x2261),                 FLAG(QLogic2031),   FLAG(QLogic2261),   PlanGeneral,      BuildDefaultClpCommand,      "retdata=\r\n", ParsePfInfoQLogic2031, FALSE},
+  {VENDOR_QLOGIC,   DEVICES(0x2031, 0x2532),         FLAG(QLogic2031),   nullptr,            PlanQLogic2031,   BuildQLogic2031ClpCommand,   nullptr,       ParsePfInfoQLogic2031, FALSE},
+  {VENDOR_EMULEX,   DEVICES(0x0720, 0x0722, 0x0724), FLAG(Emulex0720),   nullptr,            PlanEmulex0720,   BuildEmulex0720ClpCommand,   nullptr,       ParsePfInfoEmulex0720, TRUE},
+  {VENDOR_EMULEX,   DEVICES(0xE200, 0xE300),         FLAG(EmulexE200),   nullptr,            PlanGeneral,      BuildDefaultClpCommand,      nullptr,       nullptr,               FALSE},
+  {VENDOR_EMULEX_OC, DEVICES(0x0700, 0x0702, 0x0704), FLAG(Emulex0700),  nullptr,            PlanGeneral,      BuildDefaultClpCommand,      nullptr,       nullptr,               TRUE},
+  {VENDOR_EMULEX_OC, DEVICES(0x0710, 0x0712, 0x0714), FLAG(Emulex0710),  nullptr,            PlanGeneral,      BuildDefaultClpCommand,      nullptr,       ParsePfInfoEmulex0710, TRUE},
+  {VENDOR_MELLANOX, DEVICES(0x1013, 0x1015),         FLAG(Mellanox1013), nullptr,            PlanMellanox1013, BuildMellanox1013ClpCommand, nullptr,       nullptr,               FALSE},
+  {VENDOR_MELLANOX, DEVICES(0x1017, 0x101B),         FLAG(Mellanox1017), nullptr,            PlanMellanox1017, BuildMellanox1017ClpCommand, nullptr,       nullptr,               FALSE},
+};
+
+static const ADAPTER_VENDOR_ROW mAdapterVendors[] = {
+  // vendor           value prefix          BuildDefaultClpCommand lines  reconfigurable
+  {VENDOR_INTEL,      "permanentaddress=",  IntelDialect,                 TRUE},
+  {VENDOR_QLOGIC,     "retdata=",           NetPortDialect,               FALSE},
+  {VENDOR_EMULEX,     "retdata=",           FcPortDialect,                FALSE},
+  {VENDOR_EMULEX_OC,  "retdata=",           OemPortFunctionDialect,       FALSE},
+  {VENDOR_MELLANOX,   "data=",              nullptr,                      TRUE},
+};
+// clang-format on
+
+const UINTN mAdapterFamilyCount = sizeof(mAdapterFamilies) / sizeof(mAdapterFamilies[0]);
+
+static BOOLEAN ListsDevice(const ADAPTER_FAMILY_ROW &Row, UINT16 DeviceId) {
+  for (UINTN Index = 0; Index < Row.DeviceCount; Index++) {
+    if (Row.DeviceIds[Index] == DeviceId) {
+      return TRUE;
+    }
+  }
+  return Row.DeviceCount == 0;
+}
+
+const ADAPTER_FAMILY_ROW *FindAdapterFamily(UINT16 VendorId, UINT16 DeviceId) {
+  for (const ADAPTER_FAMILY_ROW &Row : mAdapterFamilies) {
+    if (Row.VendorId == VendorId && ListsDevice(Row, DeviceId)) {
+      return &Row;
+    }
+  }
+  return nullptr;
+}
+
+const ADAPTER_FAMILY_ROW *IdentifiedFamily(VOID) {
+  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  for (const ADAPTER_FAMILY_ROW &Row : mAdapterFamilies) {
+    if (Family.*Row.Flag && (Row.SubFlag == nullptr || Family.*Row.SubFlag)) {
+      return &Row;
+    }
+  }
+  return nullptr;
+}
+
+const ADAPTER_VENDOR_ROW *FindAdapterVendor(UINT16 VendorId) {
+  for (const ADAPTER_VENDOR_ROW &Row : mAdapterVendors) {
+    if (Row.VendorId == VendorId) {
+      return &Row;
+    }
+  }
+  return nullptr;
+}
+
+const char *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings) {
+  const ADAPTER_FAMILY_ROW *Family = IdentifiedFamily();
+  if (Family != nullptr && Family->ValuePrefix != nullptr && Family->VendorId == Settings->VendorId) {
+    return Family->ValuePrefix;
+  }
+  const ADAPTER_VENDOR_ROW *Vendor = FindAdapterVendor(Settings->VendorId);
+  return Vendor != nullptr ? Vendor->ValuePrefix : "retdata=";
+}
+
+BOOLEAN AcceptController(FUNCTION_SETTINGS *Settings) {
+  if ((Settings->ProgressFlags & PROGRESS_FLAG_CONFIG_DONE) != 0) {
+    // Only some vendors' controllers can be configured twice in one boot, and only on the
+    // platform's request.
+    const ADAPTER_VENDOR_ROW *Vendor = FindAdapterVendor(Settings->VendorId);
+    if (Vendor == nullptr || !Vendor->Reconfigurable ||
+        (Settings->PlatformFlags & PLATFORM_FLAG_RECONFIGURE_REQUESTED) == 0) {
+      return FALSE;
+    }
+  }
+  return (Settings->PlatformFlags & PLATFORM_FLAG_MANAGED_MODE_ENABLED) != 0;
+}
+
+BOOLEAN IdentifyAdapterFamily(FUNCTION_SETTINGS *Settings) {
+  mModule.mFamily = ADAPTER_FAMILY{};
+  const ADAPTER_FAMILY_ROW *Row = FindAdapterFamily(Settings->VendorId, Settings->DeviceId);
+  if (Row == nullptr) {
+    return FALSE;
+  }
+  mModule.mFamily.*Row->Flag = TRUE;
+  if (Row->SubFlag != nullptr) {
+    mModule.mFamily.*Row->SubFlag = TRUE;
+  }
+  return TRUE;
+}
