@@ -21,6 +21,27 @@ EFI_STATUS BuildMellanox1017ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTI
 EFI_STATUS BuildQLogic2031ClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                      BOOLEAN *ParseResponse);
 
+// The builders, as the family rows name them.
+enum CLP_BUILDER_ID : UINT8 {
+  BuilderDefault,
+  BuilderQLogic2031,
+  BuilderQLogic8070,
+  BuilderEmulex0720,
+  BuilderMellanox1013,
+  BuilderMellanox1017,
+};
+EFI_STATUS BuildClpCommand(CLP_BUILDER_ID Builder, ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function,
+                           UINT64 Code, BOOLEAN *ParseResponse);
+
+// The vendors' line tables of BuildDefaultClpCommand, as the vendor rows name them.
+enum CLP_VENDOR_DIALECT : UINT8 {
+  DialectNone,
+  DialectIntel,
+  DialectNetPort,
+  DialectFcPort,
+  DialectOemPortFunction,
+};
+
 extern const CHAR8 mPfTypeNames[8][8];
 extern const UINT64 mPfIndexTable[16];
 

@@ -1,6 +1,7 @@
 // BuildDefaultClpCommand: the builder of every family without one of its own (Intel, Emulex0700,
 // Emulex0710, EmulexE200, QLogic2261). Adapter-wide and iSCSI lines are the same for every vendor;
 // the other lines come from the dialect of the entry's PCI vendor.
+#include "Builders/Builders.h"
 #include "DefaultDialects.h"
 #include "Managed/AdapterFamilies.h"
 #include "Strings/Vocabulary.h"
@@ -121,7 +122,18 @@ const CLP_DIALECT *IntelDialect(VOID) {
 // The record's vendor decides the lines, whatever family the adapter is.
 static const CLP_DIALECT *DialectOfVendor(UINT16 VendorId) {
   const ADAPTER_VENDOR_ROW *Vendor = FindAdapterVendor(VendorId);
-  return Vendor != nullptr && Vendor->Dialect != nullptr ? Vendor->Dialect() : nullptr;
+  switch (Vendor != nullptr ? Vendor->Dialect : DialectNone) {
+  case DialectIntel:
+    return IntelDialect();
+  case DialectNetPort:
+    return NetPortDialect();
+  case DialectFcPort:
+    return FcPortDialect();
+  case DialectOemPortFunction:
+    return OemPortFunctionDialect();
+  default:
+    return nullptr;
+  }
 }
 
 EFI_STATUS BuildDefaultClpCommand(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,

@@ -2,7 +2,6 @@
 // classification into a family.
 #include "Managed/AdapterFamilies.h"
 #include "Managed/AdapterSettings.h"
-#include "Builders/DefaultDialects.h"
 #include "Parsers/ReplyParsers.h"
 #include "Strings/Vocabulary.h"
 
@@ -20,26 +19,26 @@ EFI_GUID gAdapterSettingsProtocolGuid = ADAPTER_SETTINGS_PROTOCOL_GUID;
 // flags are a subset of an earlier row's come after it, so that the flags lead back to the row.
 // clang-format off
 const ADAPTER_FAMILY_ROW mAdapterFamilies[] = {
-  // vendor         devices                          flag                sub-family          planner           builder                      value prefix   SHOW_PF_INFO keys      first function of port only
-  {VENDOR_INTEL,    ANY_DEVICE,                      FLAG(Intel),        nullptr,            PlanGeneral,      BuildDefaultClpCommand,      nullptr,       nullptr,               FALSE},
-  {VENDOR_QLOGIC,   DEVICES(0x8070, 0x1644, 0x1656), FLAG(QLogic8070),   nullptr,            PlanQLogic8070,   BuildQLogic8070ClpCommand,   "data=",       nullptr,               TRUE},
-  {VENDOR_QLOGIC,   DEVICES(0x2261),                 FLAG(QLogic2031),   FLAG(QLogic2261),   PlanGeneral,      BuildDefaultClpCommand,      "retdata=\r\n", ParsePfInfoQLogic2031, FALSE},
-  {VENDOR_QLOGIC,   DEVICES(0x2031, 0x2532),         FLAG(QLogic2031),   nullptr,            PlanQLogic2031,   BuildQLogic2031ClpCommand,   nullptr,       ParsePfInfoQLogic2031, FALSE},
-  {VENDOR_EMULEX,   DEVICES(0x0720, 0x0722, 0x0724), FLAG(Emulex0720),   nullptr,            PlanEmulex0720,   BuildEmulex0720ClpCommand,   nullptr,       ParsePfInfoEmulex0720, TRUE},
-  {VENDOR_EMULEX,   DEVICES(0xE200, 0xE300),         FLAG(EmulexE200),   nullptr,            PlanGeneral,      BuildDefaultClpCommand,      nullptr,       nullptr,               FALSE},
-  {VENDOR_EMULEX_OC, DEVICES(0x0700, 0x0702, 0x0704), FLAG(Emulex0700),  nullptr,            PlanGeneral,      BuildDefaultClpCommand,      nullptr,       nullptr,               TRUE},
-  {VENDOR_EMULEX_OC, DEVICES(0x0710, 0x0712, 0x0714), FLAG(Emulex0710),  nullptr,            PlanGeneral,      BuildDefaultClpCommand,      nullptr,       ParsePfInfoEmulex0710, TRUE},
-  {VENDOR_MELLANOX, DEVICES(0x1013, 0x1015),         FLAG(Mellanox1013), nullptr,            PlanMellanox1013, BuildMellanox1013ClpCommand, nullptr,       nullptr,               FALSE},
-  {VENDOR_MELLANOX, DEVICES(0x1017, 0x101B),         FLAG(Mellanox1017), nullptr,            PlanMellanox1017, BuildMellanox1017ClpCommand, nullptr,       nullptr,               FALSE},
+  // vendor          devices                           flag                sub-family         planner              builder              value prefix    SHOW_PF_INFO keys      first function of port only
+  {VENDOR_INTEL,     ANY_DEVICE,                       FLAG(Intel),        nullptr,           PlannerGeneral,      BuilderDefault,      "",             nullptr,               FALSE},
+  {VENDOR_QLOGIC,    DEVICES(0x8070, 0x1644, 0x1656),  FLAG(QLogic8070),   nullptr,           PlannerQLogic8070,   BuilderQLogic8070,   "data=",        nullptr,               TRUE},
+  {VENDOR_QLOGIC,    DEVICES(0x2261),                  FLAG(QLogic2031),   FLAG(QLogic2261),  PlannerGeneral,      BuilderDefault,      "retdata=\r\n", ParsePfInfoQLogic2031, FALSE},
+  {VENDOR_QLOGIC,    DEVICES(0x2031, 0x2532),          FLAG(QLogic2031),   nullptr,           PlannerQLogic2031,   BuilderQLogic2031,   "",             ParsePfInfoQLogic2031, FALSE},
+  {VENDOR_EMULEX,    DEVICES(0x0720, 0x0722, 0x0724),  FLAG(Emulex0720),   nullptr,           PlannerEmulex0720,   BuilderEmulex0720,   "",             ParsePfInfoEmulex0720, TRUE},
+  {VENDOR_EMULEX,    DEVICES(0xE200, 0xE300),          FLAG(EmulexE200),   nullptr,           PlannerGeneral,      BuilderDefault,      "",             nullptr,               FALSE},
+  {VENDOR_EMULEX_OC, DEVICES(0x0700, 0x0702, 0x0704),  FLAG(Emulex0700),   nullptr,           PlannerGeneral,      BuilderDefault,      "",             nullptr,               TRUE},
+  {VENDOR_EMULEX_OC, DEVICES(0x0710, 0x0712, 0x0714),  FLAG(Emulex0710),   nullptr,           PlannerGeneral,      BuilderDefault,      "",             ParsePfInfoEmulex0710, TRUE},
+  {VENDOR_MELLANOX,  DEVICES(0x1013, 0x1015),          FLAG(Mellanox1013), nullptr,           PlannerMellanox1013, BuilderMellanox1013, "",             nullptr,               FALSE},
+  {VENDOR_MELLANOX,  DEVICES(0x1017, 0x101B),          FLAG(Mellanox1017), nullptr,           PlannerMellanox1017, BuilderMellanox1017, "",             nullptr,               FALSE},
 };
 
 static const ADAPTER_VENDOR_ROW mAdapterVendors[] = {
-  // vendor           value prefix          BuildDefaultClpCommand lines  reconfigurable
-  {VENDOR_INTEL,      "permanentaddress=",  IntelDialect,                 TRUE},
-  {VENDOR_QLOGIC,     "retdata=",           NetPortDialect,               FALSE},
-  {VENDOR_EMULEX,     "retdata=",           FcPortDialect,                FALSE},
-  {VENDOR_EMULEX_OC,  "retdata=",           OemPortFunctionDialect,       FALSE},
-  {VENDOR_MELLANOX,   "data=",              nullptr,                      TRUE},
+  // vendor          value prefix          BuildDefaultClpCommand lines  reconfigurable
+  {VENDOR_INTEL,     "permanentaddress=",  DialectIntel,                 TRUE},
+  {VENDOR_QLOGIC,    "retdata=",           DialectNetPort,               FALSE},
+  {VENDOR_EMULEX,    "retdata=",           DialectFcPort,                FALSE},
+  {VENDOR_EMULEX_OC, "retdata=",           DialectOemPortFunction,       FALSE},
+  {VENDOR_MELLANOX,  "data=",              DialectNone,                  TRUE},
 };
 // clang-format on
 
@@ -82,13 +81,13 @@ const ADAPTER_VENDOR_ROW *FindAdapterVendor(UINT16 VendorId) {
   return nullptr;
 }
 
-const char *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings) {
+const CHAR8 *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings) {
   const ADAPTER_FAMILY_ROW *Family = IdentifiedFamily();
-  if (Family != nullptr && Family->ValuePrefix != nullptr && Family->VendorId == Settings->VendorId) {
+  if (Family != nullptr && Family->ValuePrefix[0] != '\0' && Family->VendorId == Settings->VendorId) {
     return Family->ValuePrefix;
   }
   const ADAPTER_VENDOR_ROW *Vendor = FindAdapterVendor(Settings->VendorId);
-  return Vendor != nullptr ? Vendor->ValuePrefix : "retdata=";
+  return Vendor != nullptr ? Vendor->ValuePrefix : ASTR("retdata=");
 }
 
 BOOLEAN AcceptController(FUNCTION_SETTINGS *Settings) {

@@ -8,11 +8,11 @@
 #include "Builders/Builders.h"
 #include "Planning/Planning.h"
 
-struct CLP_DIALECT;
-
 typedef VOID (*PF_INFO_PARSER)(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings);
 
 #define FAMILY_DEVICE_SLOTS 3
+// "permanentaddress=" and its terminator.
+#define VALUE_PREFIX_SIZE 18
 
 typedef struct {
   UINT16 VendorId;
@@ -23,9 +23,9 @@ typedef struct {
   BOOLEAN ADAPTER_FAMILY::*Flag;
   BOOLEAN ADAPTER_FAMILY::*SubFlag;
   FAMILY_PLANNER Planner;
-  CLP_BUILDER Builder;
-  // Where the value of a reply starts, when it is not the vendor's (nullptr: the vendor's).
-  const char *ValuePrefix;
+  CLP_BUILDER_ID Builder;
+  // Where the value of a reply starts, when it is not the vendor's (empty: the vendor's).
+  CHAR8 ValuePrefix[VALUE_PREFIX_SIZE];
   // The SHOW_PF_INFO key table, or nullptr when the family reads nothing from that reply.
   PF_INFO_PARSER ParsePfInfo;
   // Planned through the first function of each port only; the other functions' controllers get END.
@@ -36,9 +36,9 @@ typedef struct {
 // written the vendor's way.
 typedef struct {
   UINT16 VendorId;
-  const char *ValuePrefix;
-  // BuildDefaultClpCommand's lines for the vendor's codes, or nullptr.
-  const CLP_DIALECT *(*Dialect)(VOID);
+  CHAR8 ValuePrefix[VALUE_PREFIX_SIZE];
+  // BuildDefaultClpCommand's lines for the vendor's codes.
+  CLP_VENDOR_DIALECT Dialect;
   // May be configured a second time in one boot, on the platform's request.
   BOOLEAN Reconfigurable;
 } ADAPTER_VENDOR_ROW;
@@ -53,6 +53,6 @@ const ADAPTER_FAMILY_ROW *IdentifiedFamily(VOID);
 // The row of a vendor, or nullptr.
 const ADAPTER_VENDOR_ROW *FindAdapterVendor(UINT16 VendorId);
 // Where the value of a reply for this record starts.
-const char *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings);
+const CHAR8 *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings);
 
 #endif

@@ -81,7 +81,7 @@ static VOID RunPlanningPass(const ADAPTER_FAMILY_ROW *Family, UINTN Instance, FU
     const UINTN First = mModule.mCommandCount;
     PointEntriesAt(Index);
     PLAN_STATE Copy = Snapshot;
-    Family->Planner(Instance, Function, &Copy, &mModule.mCommandCount);
+    RunFamilyPlanner(Family->Planner, Instance, Function, &Copy, &mModule.mCommandCount);
     for (UINTN Entry = First; Entry < mModule.mCommandCount && Entry < COMMAND_LIST_ENTRIES; Entry++) {
       mModule.mCommandSettings[Entry] = Function;
     }
@@ -140,8 +140,8 @@ EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 *
   }
 
   PointEntriesAt(Function->PfIndex);
-  const CLP_BUILDER Builder = Family != nullptr ? Family->Builder : BuildDefaultClpCommand;
-  const EFI_STATUS Status = Builder(Adapter, Function, mModule.mCurrentCommandCode, ParseFlag);
+  const EFI_STATUS Status = BuildClpCommand(Family != nullptr ? Family->Builder : BuilderDefault, Adapter,
+                                            Function, mModule.mCurrentCommandCode, ParseFlag);
 
   *Settings = Function;
   *CommandText = mModule.ClpCommandBuffer;

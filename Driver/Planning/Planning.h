@@ -18,17 +18,34 @@ BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count);
 BOOLEAN AppendCommand(UINT32 Code, UINTN *Count);
 BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings);
 
-// A family's planner: called for every function of the pass, it appends the function's codes and
-// moves the phases on. Each family row names one.
-typedef VOID (*FAMILY_PLANNER)(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
-                               UINTN *Count);
+// The family planners, as the family rows name them. A planner is called for every function of
+// the pass; it appends the function's codes and moves the phases on.
+enum FAMILY_PLANNER : UINT8 {
+  PlannerGeneral,
+  PlannerQLogic2031,
+  PlannerQLogic8070,
+  PlannerEmulex0720,
+  PlannerMellanox1013,
+  PlannerMellanox1017,
+};
+VOID RunFamilyPlanner(FAMILY_PLANNER Planner, UINT64 Instance, FUNCTION_SETTINGS *Settings,
+                      PLAN_STATE *PlanState, UINTN *Count);
 
-VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
-VOID PlanGeneral(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
-VOID PlanQLogic2031(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
-VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
-VOID PlanMellanox1013(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
-VOID PlanMellanox1017(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count);
+// Each planner keeps a frame of its own: inlined into the pass they would all add to the pass's
+// frame, and with it to the deepest Query path.
+#define PLANNER_ENTRY __attribute__((noinline))
+PLANNER_ENTRY VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
+                                  UINTN *Count);
+PLANNER_ENTRY VOID PlanGeneral(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
+                               UINTN *Count);
+PLANNER_ENTRY VOID PlanQLogic2031(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
+                                  UINTN *Count);
+PLANNER_ENTRY VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
+                                  UINTN *Count);
+PLANNER_ENTRY VOID PlanMellanox1013(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
+                                    UINTN *Count);
+PLANNER_ENTRY VOID PlanMellanox1017(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState,
+                                    UINTN *Count);
 VOID ProbeRoceAndSriov(FUNCTION_SETTINGS *Settings, UINT8 *RoceMode, UINT8 *SriovRequested,
                        UINT32 *ActiveLinkConfig);
 
