@@ -45,6 +45,19 @@ static VOID FormatToolVariableName(CHAR16 *Name, UINTN Instance, UINTN Function,
                 (UINT32)Function);
 }
 
+// The two pool copies a ToolMode Query hands out; the Response, or the next Query when no Response
+// came, gives them back.
+static VOID ReleaseToolCopies(VOID) {
+  if (mModule.mToolParameterBlock != nullptr) {
+    FreePool(mModule.mToolParameterBlock);
+    mModule.mToolParameterBlock = nullptr;
+  }
+  if (mModule.mToolParameterTypeGuid != nullptr) {
+    FreePool(mModule.mToolParameterTypeGuid);
+    mModule.mToolParameterTypeGuid = nullptr;
+  }
+}
+
 EFI_STATUS ToolModeQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This, EFI_HANDLE ControllerHandle,
                          EFI_HANDLE ChildHandle, UINTN *Instance, EFI_GUID **ParameterTypeGuid,
                          VOID **ParameterBlock, UINTN *ParameterBlockSize) {
@@ -134,14 +147,7 @@ EFI_STATUS ToolModeQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This, EF
 
   // A Query whose Response never came leaves its copies behind; they are not lost, they are
   // released here before new ones replace them.
-  if (mModule.mToolParameterBlock != nullptr) {
-    FreePool(mModule.mToolParameterBlock);
-    mModule.mToolParameterBlock = nullptr;
-  }
-  if (mModule.mToolParameterTypeGuid != nullptr) {
-    FreePool(mModule.mToolParameterTypeGuid);
-    mModule.mToolParameterTypeGuid = nullptr;
-  }
+  ReleaseToolCopies();
 
   *ParameterBlockSize = sizeof(EFI_CONFIGURE_CLP_PARAMETER_BLK);
   EFI_CONFIGURE_CLP_PARAMETER_BLK *Block =
@@ -195,13 +201,6 @@ EFI_STATUS ToolModeResponse(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This,
                      Block->CLPReturnStringLength, Block->CLPReturnString);
   }
 
-  if (mModule.mToolParameterBlock != nullptr) {
-    FreePool(mModule.mToolParameterBlock);
-    mModule.mToolParameterBlock = nullptr;
-  }
-  if (mModule.mToolParameterTypeGuid != nullptr) {
-    FreePool(mModule.mToolParameterTypeGuid);
-    mModule.mToolParameterTypeGuid = nullptr;
-  }
+  ReleaseToolCopies();
   return EFI_SUCCESS;
 }

@@ -18,7 +18,12 @@ CHAR8 ToUpper(CHAR8 Char) {
   return (Char >= 'a' && Char <= 'z') ? (CHAR8)(Char - ('a' - 'A')) : Char;
 }
 
-VOID CopyCharsWith(CHAR8 *Dest, const CHAR8 *Src, UINTN Max, BOOLEAN Upper) {
+// The three copies differ only in what they do with each character: the plain copy takes it,
+// the upper-case copy converts it, the line copy stops at the line's end and leaves what lies
+// beyond in Dest as it was.
+enum COPY_MODE { CopyPlain, CopyUpper, CopyToLineEnd };
+
+template <COPY_MODE Mode> VOID CopyText(CHAR8 *Dest, const CHAR8 *Src, UINTN Max) {
   if (Dest == nullptr) {
     return;
   }
@@ -28,12 +33,18 @@ VOID CopyCharsWith(CHAR8 *Dest, const CHAR8 *Src, UINTN Max, BOOLEAN Upper) {
   }
   UINTN Length = BoundedLength(Src, Max);
   for (UINTN Index = 0; Index < Length; Index++) {
-    Dest[Index] = Upper ? ToUpper(Src[Index]) : Src[Index];
+    if (Mode == CopyToLineEnd && (Src[Index] == '\r' || Src[Index] == '\n')) {
+      Dest[Index] = '\0';
+      return;
+    }
+    Dest[Index] = Mode == CopyUpper ? ToUpper(Src[Index]) : Src[Index];
   }
   for (UINTN Index = Length; Index < Max; Index++) {
     Dest[Index] = '\0';
   }
-  Dest[Max] = '\0';
+  if (Mode != CopyToLineEnd || Length >= Max) {
+    Dest[Max] = '\0';
+  }
 }
 
 BOOLEAN IsVersionSeparator(CHAR8 Char) {
@@ -108,36 +119,15 @@ VOID ReverseBytes(UINT8 *Buf, UINT16 Len) {
 }
 
 VOID CopyLine(CHAR8 *Dest, const CHAR8 *Src, UINTN Max) {
-  if (Dest == nullptr) {
-    return;
-  }
-  if (Src == nullptr) {
-    Dest[0] = '\0';
-    return;
-  }
-  UINTN Length = BoundedLength(Src, Max);
-  for (UINTN Index = 0; Index < Length; Index++) {
-    if (Src[Index] == '\r' || Src[Index] == '\n') {
-      // The line ends here; what lies beyond in Dest is left as it was.
-      Dest[Index] = '\0';
-      return;
-    }
-    Dest[Index] = Src[Index];
-  }
-  for (UINTN Index = Length; Index < Max; Index++) {
-    Dest[Index] = '\0';
-  }
-  if (Length >= Max) {
-    Dest[Max] = '\0';
-  }
+  CopyText<CopyToLineEnd>(Dest, Src, Max);
 }
 
 VOID CopyChars(CHAR8 *Dest, const CHAR8 *Src, UINTN Max) {
-  CopyCharsWith(Dest, Src, Max, FALSE);
+  CopyText<CopyPlain>(Dest, Src, Max);
 }
 
 VOID CopyCharsUpper(CHAR8 *Dest, const CHAR8 *Src, UINTN Max) {
-  CopyCharsWith(Dest, Src, Max, TRUE);
+  CopyText<CopyUpper>(Dest, Src, Max);
 }
 
 EFI_STATUS SplitVersionList(UINT8 Count, const CHAR8 *Src, FUNCTION_SETTINGS *Settings) {
