@@ -419,6 +419,15 @@ enum CLP_UNKNOWN_RULE : UINT8 {
 
 VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode);
 
+// A resolved value (ClpValues.cpp): a number, or bytes/text (NULL when the platform supplied none).
+struct CLP_VALUE {
+  UINT64 Number;
+  const UINT8 *Bytes;
+};
+CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function);
+// Writes the value behind the prefix already in ClpCommandBuffer, as the row's conversion says.
+VOID AppendValue(const CLP_ROW *Line, const CLP_VALUE *Value);
+
 // First row of Dialect for Code whose condition holds, or NULL. Codes above 255 never match.
 const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTION_SETTINGS *Function);
 
