@@ -13,23 +13,23 @@ EFI_GUID gAdapterSettingsProtocolGuid = ADAPTER_SETTINGS_PROTOCOL_GUID;
   }
 #define ANY_DEVICE                                                                                           \
   0, {}
-#define FLAG(Name) &ADAPTER_FAMILY::Name
+#define FLAG(Name) (UINT8) __builtin_offsetof(ADAPTER_FAMILY, Name)
 
 // A controller's flags are those of the first row that lists its vendor:device pair. Rows whose
 // flags are a subset of an earlier row's come after it, so that the flags lead back to the row.
 // clang-format off
 const ADAPTER_FAMILY_ROW mAdapterFamilies[] = {
   // vendor          devices                           flag                sub-family         planner              builder              value prefix    SHOW_PF_INFO keys      first function of port only
-  {VENDOR_INTEL,     ANY_DEVICE,                       FLAG(Intel),        nullptr,           PlannerGeneral,      BuilderDefault,      "",             nullptr,               FALSE},
-  {VENDOR_QLOGIC,    DEVICES(0x8070, 0x1644, 0x1656),  FLAG(QLogic8070),   nullptr,           PlannerQLogic8070,   BuilderQLogic8070,   "data=",        nullptr,               TRUE},
+  {VENDOR_INTEL,     ANY_DEVICE,                       FLAG(Intel),        NO_SUB_FAMILY,     PlannerGeneral,      BuilderDefault,      "",             nullptr,               FALSE},
+  {VENDOR_QLOGIC,    DEVICES(0x8070, 0x1644, 0x1656),  FLAG(QLogic8070),   NO_SUB_FAMILY,     PlannerQLogic8070,   BuilderQLogic8070,   "data=",        nullptr,               TRUE},
   {VENDOR_QLOGIC,    DEVICES(0x2261),                  FLAG(QLogic2031),   FLAG(QLogic2261),  PlannerGeneral,      BuilderDefault,      "retdata=\r\n", ParsePfInfoQLogic2031, FALSE},
-  {VENDOR_QLOGIC,    DEVICES(0x2031, 0x2532),          FLAG(QLogic2031),   nullptr,           PlannerQLogic2031,   BuilderQLogic2031,   "",             ParsePfInfoQLogic2031, FALSE},
-  {VENDOR_EMULEX,    DEVICES(0x0720, 0x0722, 0x0724),  FLAG(Emulex0720),   nullptr,           PlannerEmulex0720,   BuilderEmulex0720,   "",             ParsePfInfoEmulex0720, TRUE},
-  {VENDOR_EMULEX,    DEVICES(0xE200, 0xE300),          FLAG(EmulexE200),   nullptr,           PlannerGeneral,      BuilderDefault,      "",             nullptr,               FALSE},
-  {VENDOR_EMULEX_OC, DEVICES(0x0700, 0x0702, 0x0704),  FLAG(Emulex0700),   nullptr,           PlannerGeneral,      BuilderDefault,      "",             nullptr,               TRUE},
-  {VENDOR_EMULEX_OC, DEVICES(0x0710, 0x0712, 0x0714),  FLAG(Emulex0710),   nullptr,           PlannerGeneral,      BuilderDefault,      "",             ParsePfInfoEmulex0710, TRUE},
-  {VENDOR_MELLANOX,  DEVICES(0x1013, 0x1015),          FLAG(Mellanox1013), nullptr,           PlannerMellanox1013, BuilderMellanox1013, "",             nullptr,               FALSE},
-  {VENDOR_MELLANOX,  DEVICES(0x1017, 0x101B),          FLAG(Mellanox1017), nullptr,           PlannerMellanox1017, BuilderMellanox1017, "",             nullptr,               FALSE},
+  {VENDOR_QLOGIC,    DEVICES(0x2031, 0x2532),          FLAG(QLogic2031),   NO_SUB_FAMILY,     PlannerQLogic2031,   BuilderQLogic2031,   "",             ParsePfInfoQLogic2031, FALSE},
+  {VENDOR_EMULEX,    DEVICES(0x0720, 0x0722, 0x0724),  FLAG(Emulex0720),   NO_SUB_FAMILY,     PlannerEmulex0720,   BuilderEmulex0720,   "",             ParsePfInfoEmulex0720, TRUE},
+  {VENDOR_EMULEX,    DEVICES(0xE200, 0xE300),          FLAG(EmulexE200),   NO_SUB_FAMILY,     PlannerGeneral,      BuilderDefault,      "",             nullptr,               FALSE},
+  {VENDOR_EMULEX_OC, DEVICES(0x0700, 0x0702, 0x0704),  FLAG(Emulex0700),   NO_SUB_FAMILY,     PlannerGeneral,      BuilderDefault,      "",             nullptr,               TRUE},
+  {VENDOR_EMULEX_OC, DEVICES(0x0710, 0x0712, 0x0714),  FLAG(Emulex0710),   NO_SUB_FAMILY,     PlannerGeneral,      BuilderDefault,      "",             ParsePfInfoEmulex0710, TRUE},
+  {VENDOR_MELLANOX,  DEVICES(0x1013, 0x1015),          FLAG(Mellanox1013), NO_SUB_FAMILY,     PlannerMellanox1013, BuilderMellanox1013, "",             nullptr,               FALSE},
+  {VENDOR_MELLANOX,  DEVICES(0x1017, 0x101B),          FLAG(Mellanox1017), NO_SUB_FAMILY,     PlannerMellanox1017, BuilderMellanox1017, "",             nullptr,               FALSE},
 };
 
 static const ADAPTER_VENDOR_ROW mAdapterVendors[] = {
@@ -62,10 +62,15 @@ const ADAPTER_FAMILY_ROW *FindAdapterFamily(UINT16 VendorId, UINT16 DeviceId) {
   return nullptr;
 }
 
+// The flags are all BOOLEANs, so a flag's place is its index.
+static_assert(sizeof(ADAPTER_FAMILY) == 10 * sizeof(BOOLEAN), "ADAPTER_FAMILY holds only its ten flags");
+static BOOLEAN *FamilyFlag(UINT8 Place) {
+  return (BOOLEAN *)&mModule.mFamily + Place;
+}
+
 const ADAPTER_FAMILY_ROW *IdentifiedFamily(VOID) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
   for (const ADAPTER_FAMILY_ROW &Row : mAdapterFamilies) {
-    if (Family.*Row.Flag && (Row.SubFlag == nullptr || Family.*Row.SubFlag)) {
+    if (*FamilyFlag(Row.Flag) && (Row.SubFlag == NO_SUB_FAMILY || *FamilyFlag(Row.SubFlag))) {
       return &Row;
     }
   }
@@ -109,9 +114,9 @@ BOOLEAN IdentifyAdapterFamily(FUNCTION_SETTINGS *Settings) {
   if (Row == nullptr) {
     return FALSE;
   }
-  mModule.mFamily.*Row->Flag = TRUE;
-  if (Row->SubFlag != nullptr) {
-    mModule.mFamily.*Row->SubFlag = TRUE;
+  *FamilyFlag(Row->Flag) = TRUE;
+  if (Row->SubFlag != NO_SUB_FAMILY) {
+    *FamilyFlag(Row->SubFlag) = TRUE;
   }
   return TRUE;
 }

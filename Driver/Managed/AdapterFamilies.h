@@ -11,6 +11,7 @@
 typedef VOID (*PF_INFO_PARSER)(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings);
 
 #define FAMILY_DEVICE_SLOTS 3
+#define NO_SUB_FAMILY 0xFF
 // "permanentaddress=" and its terminator.
 #define VALUE_PREFIX_SIZE 18
 
@@ -19,9 +20,10 @@ typedef struct {
   // The devices of the family; a row without devices takes every device of its vendor.
   UINT8 DeviceCount;
   UINT16 DeviceIds[FAMILY_DEVICE_SLOTS];
-  // The family flag the row sets, and the flag of a sub-family set with it (or nullptr).
-  BOOLEAN ADAPTER_FAMILY::*Flag;
-  BOOLEAN ADAPTER_FAMILY::*SubFlag;
+  // The family flag the row sets, and the flag of a sub-family set with it (or NO_SUB_FAMILY), as
+  // their places in ADAPTER_FAMILY.
+  UINT8 Flag;
+  UINT8 SubFlag;
   FAMILY_PLANNER Planner;
   CLP_BUILDER_ID Builder;
   // Where the value of a reply starts, when it is not the vendor's (empty: the vendor's).
