@@ -7,29 +7,36 @@
 
 EFI_GUID gAdapterSettingsProtocolGuid = ADAPTER_SETTINGS_PROTOCOL_GUID;
 
-#define DEVICES(...)                                                                                         \
-  (UINT8)(sizeof((const UINT16[]){__VA_ARGS__}) / sizeof(UINT16)), {                                         \
-    __VA_ARGS__                                                                                              \
-  }
-#define ANY_DEVICE                                                                                           \
-  0, {}
+// clang-format off
+#define DEVICES(...) (UINT8)(sizeof((const UINT16[]){__VA_ARGS__}) / sizeof(UINT16)), {__VA_ARGS__}
+#define ANY_DEVICE 0, {}
 #define FLAG(Name) (UINT8) __builtin_offsetof(ADAPTER_FAMILY, Name)
 
 // A controller's flags are those of the first row that lists its vendor:device pair. Rows whose
 // flags are a subset of an earlier row's come after it, so that the flags lead back to the row.
-// clang-format off
+// Columns: vendor, devices; flag, sub-family, planner, builder, value prefix (empty: the
+// vendor's), SHOW_PF_INFO keys, planned through the first function of each port only.
 const ADAPTER_FAMILY_ROW mAdapterFamilies[] = {
-  // vendor          devices                           flag                sub-family         planner              builder              value prefix    SHOW_PF_INFO keys      first function of port only
-  {VENDOR_INTEL,     ANY_DEVICE,                       FLAG(Intel),        NO_SUB_FAMILY,     PlannerGeneral,      BuilderDefault,      "",             nullptr,               FALSE},
-  {VENDOR_QLOGIC,    DEVICES(0x8070, 0x1644, 0x1656),  FLAG(QLogic8070),   NO_SUB_FAMILY,     PlannerQLogic8070,   BuilderQLogic8070,   "data=",        nullptr,               TRUE},
-  {VENDOR_QLOGIC,    DEVICES(0x2261),                  FLAG(QLogic2031),   FLAG(QLogic2261),  PlannerGeneral,      BuilderDefault,      "retdata=\r\n", ParsePfInfoQLogic2031, FALSE},
-  {VENDOR_QLOGIC,    DEVICES(0x2031, 0x2532),          FLAG(QLogic2031),   NO_SUB_FAMILY,     PlannerQLogic2031,   BuilderQLogic2031,   "",             ParsePfInfoQLogic2031, FALSE},
-  {VENDOR_EMULEX,    DEVICES(0x0720, 0x0722, 0x0724),  FLAG(Emulex0720),   NO_SUB_FAMILY,     PlannerEmulex0720,   BuilderEmulex0720,   "",             ParsePfInfoEmulex0720, TRUE},
-  {VENDOR_EMULEX,    DEVICES(0xE200, 0xE300),          FLAG(EmulexE200),   NO_SUB_FAMILY,     PlannerGeneral,      BuilderDefault,      "",             nullptr,               FALSE},
-  {VENDOR_EMULEX_OC, DEVICES(0x0700, 0x0702, 0x0704),  FLAG(Emulex0700),   NO_SUB_FAMILY,     PlannerGeneral,      BuilderDefault,      "",             nullptr,               TRUE},
-  {VENDOR_EMULEX_OC, DEVICES(0x0710, 0x0712, 0x0714),  FLAG(Emulex0710),   NO_SUB_FAMILY,     PlannerGeneral,      BuilderDefault,      "",             ParsePfInfoEmulex0710, TRUE},
-  {VENDOR_MELLANOX,  DEVICES(0x1013, 0x1015),          FLAG(Mellanox1013), NO_SUB_FAMILY,     PlannerMellanox1013, BuilderMellanox1013, "",             nullptr,               FALSE},
-  {VENDOR_MELLANOX,  DEVICES(0x1017, 0x101B),          FLAG(Mellanox1017), NO_SUB_FAMILY,     PlannerMellanox1017, BuilderMellanox1017, "",             nullptr,               FALSE},
+  {VENDOR_INTEL, ANY_DEVICE,
+   FLAG(Intel), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", nullptr, FALSE},
+  {VENDOR_QLOGIC, DEVICES(DEVICE_QLOGIC_8070, DEVICE_QLOGIC_1644, DEVICE_QLOGIC_1656),
+   FLAG(QLogic8070), NO_SUB_FAMILY, PlannerQLogic8070, BuilderQLogic8070, "data=", nullptr, TRUE},
+  {VENDOR_QLOGIC, DEVICES(DEVICE_QLOGIC_2261),
+   FLAG(QLogic2031), FLAG(QLogic2261), PlannerGeneral, BuilderDefault, "retdata=\r\n", ParsePfInfoQLogic2031, FALSE},
+  {VENDOR_QLOGIC, DEVICES(DEVICE_QLOGIC_2031, DEVICE_QLOGIC_2532),
+   FLAG(QLogic2031), NO_SUB_FAMILY, PlannerQLogic2031, BuilderQLogic2031, "", ParsePfInfoQLogic2031, FALSE},
+  {VENDOR_EMULEX, DEVICES(DEVICE_EMULEX_0720, DEVICE_EMULEX_0722, DEVICE_EMULEX_0724),
+   FLAG(Emulex0720), NO_SUB_FAMILY, PlannerEmulex0720, BuilderEmulex0720, "", ParsePfInfoEmulex0720, TRUE},
+  {VENDOR_EMULEX, DEVICES(DEVICE_EMULEX_E200, DEVICE_EMULEX_E300),
+   FLAG(EmulexE200), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", nullptr, FALSE},
+  {VENDOR_EMULEX_OC, DEVICES(DEVICE_EMULEX_0700, DEVICE_EMULEX_0702, DEVICE_EMULEX_0704),
+   FLAG(Emulex0700), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", nullptr, TRUE},
+  {VENDOR_EMULEX_OC, DEVICES(DEVICE_EMULEX_0710, DEVICE_EMULEX_0712, DEVICE_EMULEX_0714),
+   FLAG(Emulex0710), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", ParsePfInfoEmulex0710, TRUE},
+  {VENDOR_MELLANOX, DEVICES(DEVICE_MELLANOX_1013, DEVICE_MELLANOX_1015),
+   FLAG(Mellanox1013), NO_SUB_FAMILY, PlannerMellanox1013, BuilderMellanox1013, "", nullptr, FALSE},
+  {VENDOR_MELLANOX, DEVICES(DEVICE_MELLANOX_1017, DEVICE_MELLANOX_101B),
+   FLAG(Mellanox1017), NO_SUB_FAMILY, PlannerMellanox1017, BuilderMellanox1017, "", nullptr, FALSE},
 };
 
 static const ADAPTER_VENDOR_ROW mAdapterVendors[] = {
