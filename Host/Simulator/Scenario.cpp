@@ -1,5 +1,5 @@
 #include "Simulator/Scenario.h"
-#include "Simulator/StatusNames.h"
+#include "Scenario/TranscriptNames.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -13,9 +13,6 @@ using nlohmann::json;
 namespace {
 
 const EFI_GUID ClpGuid = EFI_PLATFORM_TO_DRIVER_CONFIGURATION_CLP_GUID;
-
-const char *const ActionNames[] = {"None",        "StopController", "RestartController", "RestartPlatform",
-                                   "NvramFailed", "UnsupportedGuid"};
 
 [[noreturn]] void Fail(const std::string &Path, const std::string &Message) {
   throw ScenarioError(Path + ": " + Message);
@@ -193,7 +190,7 @@ EFI_GUID ParseGuid(const json &Value, const std::string &Path) {
 
 uint64_t ParseStatus(const json &Value, const std::string &Path) {
   if (Value.is_string()) {
-    for (const PTD_STATUS_NAME &Entry : PtdStatusNames) {
+    for (const ptd::StatusNameEntry &Entry : ptd::StatusNames) {
       if (Value.get<std::string>() == Entry.Name) {
         return Entry.Value;
       }
@@ -204,8 +201,8 @@ uint64_t ParseStatus(const json &Value, const std::string &Path) {
 
 uint32_t ParseAction(const json &Value, const std::string &Path) {
   if (Value.is_string()) {
-    for (uint32_t I = 0; I < 6; I++) {
-      if (Value.get<std::string>() == ActionNames[I]) {
+    for (uint32_t I = 0; I < ptd::ActionCount; I++) {
+      if (Value.get<std::string>() == ptd::ActionNames[I]) {
         return I;
       }
     }
@@ -580,18 +577,13 @@ AdapterSpec ParseAdapter(const json &Object, const std::string &Path) {
 } // namespace
 
 std::string StatusName(uint64_t Status) {
-  for (const PTD_STATUS_NAME &Entry : PtdStatusNames) {
-    if (Entry.Value == Status) {
-      return Entry.Name;
-    }
-  }
-  char Buffer[32];
-  std::snprintf(Buffer, sizeof(Buffer), "0x%016llX", static_cast<unsigned long long>(Status));
-  return Buffer;
+  ptd::StatusText Buffer;
+  return ptd::StatusName(Status, Buffer);
 }
 
 std::string ActionName(uint32_t Action) {
-  return Action < 6 ? ActionNames[Action] : std::to_string(Action);
+  ptd::ActionText Buffer;
+  return ptd::ActionName(Action, Buffer);
 }
 
 std::string ControllerName(const AdapterSpec &Adapter, size_t Port, size_t Function) {

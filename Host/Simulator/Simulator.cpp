@@ -9,6 +9,7 @@
 #include "FakeFirmware/FakeFirmware.h"
 #include "Simulator/AdapterDriver.h"
 #include "Simulator/AdapterModel.h"
+#include "Scenario/TranscriptWriter.h"
 
 extern "C++" {
 #include "ModuleState.h"
@@ -33,49 +34,28 @@ std::string Hex(const std::vector<uint8_t> &Bytes) {
   return Out;
 }
 
-std::string Hex32(uint32_t Value) {
-  char Buffer[16];
-  std::snprintf(Buffer, sizeof(Buffer), "0x%08X", Value);
-  return Buffer;
-}
-
+// The transcript's view of a logged event; it points into E.
 TranscriptEvent EventJson(const fake::Event &E) {
-  TranscriptEvent J;
-  J["kind"] = fake::EventKindName(E.Kind);
-  switch (E.Kind) {
-  case fake::EventKind::Ipmi:
-    J["netFn"] = E.NetFn;
-    J["lun"] = E.Lun;
-    J["command"] = E.Command;
-    J["data"] = Hex(E.Data);
-    J["completionCode"] = E.CompletionCode;
-    break;
-  case fake::EventKind::StatusCode:
-    J["type"] = Hex32(E.Type);
-    J["value"] = Hex32(E.Value);
-    J["instance"] = Hex32(E.Instance);
-    J["callerId"] = E.HasCallerId ? fake::GuidToString(E.CallerId) : "";
-    break;
-  case fake::EventKind::SetVariable:
-    J["name"] = fake::Utf16ToUtf8(E.Name);
-    J["attributes"] = E.Attributes;
-    J["data"] = Hex(E.Data);
-    break;
-  case fake::EventKind::Console:
-  case fake::EventKind::Debug:
-    J["text"] = E.Text;
-    break;
-  case fake::EventKind::Disconnect:
-  case fake::EventKind::Connect:
-    J["status"] = StatusName(E.Status);
-    break;
-  case fake::EventKind::Reset:
-    J["type"] = fake::ResetTypeName(E.ResetType);
-    break;
-  case fake::EventKind::RestartNotification:
-    break;
-  }
-  return J;
+  ptd::EventFields Fields = {};
+  Fields.Kind = E.Kind;
+  Fields.NetFn = E.NetFn;
+  Fields.Lun = E.Lun;
+  Fields.Command = E.Command;
+  Fields.CompletionCode = E.CompletionCode;
+  Fields.Data = E.Data.data();
+  Fields.DataSize = E.Data.size();
+  Fields.Type = E.Type;
+  Fields.Value = E.Value;
+  Fields.Instance = E.Instance;
+  Fields.CallerId = E.HasCallerId ? &E.CallerId : nullptr;
+  const std::string Name = fake::Utf16ToUtf8(E.Name);
+  const std::string &Text = E.Kind == fake::EventKind::SetVariable ? Name : E.Text;
+  Fields.Text = reinterpret_cast<const CHAR8 *>(Text.data());
+  Fields.TextLength = Text.size();
+  Fields.Attributes = E.Attributes;
+  Fields.Status = E.Status;
+  Fields.ResetType = E.ResetType;
+  return MakeTranscriptEvent(Fields);
 }
 
 // Leading pairs of hexadecimal digits of an address text, as bytes; stops at the first non-digit.
@@ -210,11 +190,13 @@ std::vector<TranscriptEvent> Simulation::EventsBetween(size_t Begin, size_t End,
   auto StartsAt = [&](size_t Position, size_t *SkipTo) {
     for (const NestedSpan &Span : Spans) {
       if (Span.Parent == Parent && Span.Begin == Position) {
-        TranscriptEvent Start;
-        Start["kind"] = "start";
-        Start["controller"] = Controllers[Span.Controller].Name;
-        Start["run"] = Span.RunIndex;
-        Out.push_back(Start);
+        ptd::EventFields Start = {};
+        Start.Kind = ptd::EventKind::Start;
+        const std::string &Name = Controllers[Span.Controller].Name;
+        Start.Text = reinterpret_cast<const CHAR8 *>(Name.data());
+        Start.TextLength = Name.size();
+        Start.Run = Span.RunIndex;
+        Out.push_back(MakeTranscriptEvent(Start));
         *SkipTo = std::max(*SkipTo, Span.End == SIZE_MAX ? End : Span.End);
       }
     }
