@@ -239,7 +239,7 @@ void Simulation::FinishRun() {
     Step.ErrorValue = D.Outcome.Error;
     Step.Action = ActionName(D.Outcome.Action);
     const bool Responded = I < A.ResponseMarks.size();
-    Step.Response = Responded ? StatusName(D.Response) : "(reset)";
+    Step.Response = Responded ? StatusName(D.Response) : ptd::ResetResponse;
     Step.Events = EventsBetween(A.QueryMarks[I], Responded ? A.ResponseMarks[I] : Total, A.Serial);
     Run.Steps.push_back(std::move(Step));
   }
