@@ -71,6 +71,29 @@ def normal_sim(doc):
     }
 
 
+def firmware_lines(docs):
+    """The lines the stand-in prints for these simulator transcripts (one boot each): the scenario
+    with its load, then per controller and run its steps and its end (a run cut by a reset has
+    none), the scenario's end, and {"done": true} after the last unless it reset the platform.
+    The inverse of firmware_scenarios() up to the normalisations; the checks of this script use
+    it to make firmware transcripts that differ in one known way."""
+    lines = []
+    for d in docs:
+        boot = d["boots"][0]
+        lines.append({"scenario": d["scenario"], "load": d["load"], "loadEvents": boot.get("loadEvents", [])})
+        for c in boot["controllers"]:
+            for n, r in enumerate(c["runs"]):
+                for s in r["steps"]:
+                    lines.append({"controller": c["name"], "run": n, "step": s})
+                if r["end"] is not None or not boot.get("reset"):
+                    lines.append({"controller": c["name"], "run": n, "end": r["end"]})
+        if not boot.get("reset"):
+            lines.append({"scenarioEnd": d["scenario"]})
+    if docs and not docs[-1]["boots"][0].get("reset"):
+        lines.append({"done": True})
+    return lines
+
+
 def firmware_scenarios(lines):
     scenarios, current, last = [], None, None
     for line in lines:

@@ -497,7 +497,7 @@ def sync_tree(files, dest):
         with open(dst, "wb") as f:
             f.write(data)
         shutil.copymode(src, dst)
-    for top in ("Driver", "Library", "Host", "Tests", "Include"):
+    for top in ("Driver", "Library", "Host", "Common", "Tests", "Include"):
         for dirpath, _, names in os.walk(os.path.join(dest, top)):
             for name in names:
                 rel = os.path.relpath(os.path.join(dirpath, name), dest)

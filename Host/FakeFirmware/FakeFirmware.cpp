@@ -53,51 +53,6 @@ bool SameGuid(const EFI_GUID &A, const EFI_GUID &B) {
   return std::memcmp(&A, &B, sizeof(EFI_GUID)) == 0;
 }
 
-std::string GuidToString(const EFI_GUID &G) {
-  char Text[40];
-  std::snprintf(Text, sizeof(Text), "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", G.Data1, G.Data2,
-                G.Data3, G.Data4[0], G.Data4[1], G.Data4[2], G.Data4[3], G.Data4[4], G.Data4[5], G.Data4[6],
-                G.Data4[7]);
-  return Text;
-}
-
-const char *EventKindName(EventKind Kind) {
-  switch (Kind) {
-  case EventKind::Ipmi:
-    return "ipmi";
-  case EventKind::StatusCode:
-    return "statusCode";
-  case EventKind::SetVariable:
-    return "setVariable";
-  case EventKind::Console:
-    return "console";
-  case EventKind::Disconnect:
-    return "disconnect";
-  case EventKind::Connect:
-    return "connect";
-  case EventKind::Reset:
-    return "reset";
-  case EventKind::RestartNotification:
-    return "restartNotification";
-  case EventKind::Debug:
-    return "debug";
-  }
-  return "unknown";
-}
-
-const char *ResetTypeName(EFI_RESET_TYPE Type) {
-  switch (Type) {
-  case EfiResetCold:
-    return "cold";
-  case EfiResetWarm:
-    return "warm";
-  case EfiResetShutdown:
-    return "shutdown";
-  default:
-    return "unknown";
-  }
-}
-
 std::string Utf16ToUtf8(const std::u16string &Text) {
   std::string Out;
   for (size_t I = 0; I < Text.size(); ++I) {

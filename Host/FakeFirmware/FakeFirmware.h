@@ -32,24 +32,15 @@ extern "C++" {
 #include "Protocol/IpmiTransport.h"
 #include "Protocol/NaloConfiguration.h"
 #include "Protocol/PlatformPolicy.h"
+#include "Scenario/TranscriptNames.h"
 }
 
 namespace fake {
 
-enum class EventKind {
-  Ipmi,
-  StatusCode,
-  SetVariable,
-  Console,
-  Disconnect,
-  Connect,
-  Reset,
-  RestartNotification,
-  Debug,
-};
-
-// The transcript's name of a kind ("ipmi", "statusCode", ...).
-const char *EventKindName(EventKind Kind);
+// The kinds and names of events are the transcript's ("ipmi", "statusCode", ...); the fake never
+// records a Start, which marks a nested run in a transcript.
+using ptd::EventKind;
+using ptd::EventKindName;
 
 // One thing the driver did to the platform. Only the fields of the event's kind are meaningful.
 struct Event {
@@ -89,13 +80,12 @@ struct Event {
   EFI_STATUS ResetStatus = EFI_SUCCESS;
 };
 
-// "cold", "warm", "shutdown" (or "platformSpecific"/"unknown").
-const char *ResetTypeName(EFI_RESET_TYPE Type);
+// "cold", "warm", "shutdown" (or "unknown").
+using ptd::ResetTypeName;
 // CHAR16 text (UCS-2 with surrogate pairs) to UTF-8 and back.
 std::string Utf16ToUtf8(const std::u16string &Text);
 std::u16string Utf8ToUtf16(const std::string &Text);
 bool SameGuid(const EFI_GUID &A, const EFI_GUID &B);
-std::string GuidToString(const EFI_GUID &Guid);
 
 struct PoolBlock {
   void *Address = nullptr;

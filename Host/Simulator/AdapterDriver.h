@@ -1,9 +1,6 @@
-// Plays one adapter driver's configuration loop against the installed protocol, as its
-// driver-binding Start() runs it: Query Instance 0, 1, ... until Query answers an error, executing
-// each CLP command through a responder and calling Response after every successful Query. A
-// Response that restarts the controller stops this driver (Stop() sets DriverRun::Stopped) and
-// starts a new one, nested, before it returns; the loop then asks for one more Instance, as a real
-// driver's loop does before it looks at its stop flag, and ends.
+// Plays one adapter driver's configuration loop (Scenario/AdapterDriverLoop.h) against the
+// installed protocol, executing each CLP command through a responder. Stop() of the driver sets
+// DriverRun::Stopped.
 #pragma once
 
 #include <cstdint>

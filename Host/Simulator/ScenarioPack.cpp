@@ -5,7 +5,7 @@
 #include <string>
 
 #include "FakeFirmware/FakeFirmware.h"
-#include "Simulator/PackFormat.h"
+#include "Scenario/PackFormat.h"
 #include "Simulator/Simulator.h"
 
 namespace sim {

@@ -4,9 +4,47 @@
 #include <functional>
 #include <sstream>
 
+#include "Scenario/TranscriptWriter.h"
+
 namespace sim {
 
 using nlohmann::ordered_json;
+namespace key = ptd::key;
+
+namespace {
+
+struct StringSink {
+  std::string Text;
+  void Put(char C) { Text += C; }
+};
+
+// Writes through the shared writer and reads the result back as a JSON value.
+template <class Write> ordered_json Written(const Write &WriteValue) {
+  StringSink Sink;
+  ptd::JsonWriter<StringSink> Writer(Sink, ptd::HighBytes::Raw);
+  WriteValue(Writer);
+  return ordered_json::parse(Sink.Text);
+}
+
+// Writes each event as an element of the array under way.
+auto EventElements(const std::vector<TranscriptEvent> &Events) {
+  return [&Events](ptd::JsonWriter<StringSink> &Writer) {
+    for (const TranscriptEvent &E : Events) {
+      const std::string Text = E.dump();
+      Writer.Json(Text.data(), Text.size());
+    }
+  };
+}
+
+const CHAR8 *Bytes(const std::string &Text) {
+  return reinterpret_cast<const CHAR8 *>(Text.data());
+}
+
+} // namespace
+
+TranscriptEvent MakeTranscriptEvent(const ptd::EventFields &Fields) {
+  return Written([&](ptd::JsonWriter<StringSink> &Writer) { ptd::WriteEvent(Writer, Fields); });
+}
 
 TranscriptController &Transcript::Controller(TranscriptBoot &Boot, const std::string &Name) {
   for (TranscriptController &C : Boot.Controllers) {
@@ -52,10 +90,10 @@ std::string Printable(const std::string &Text) {
 
 // The CLP dialogue log travels as OEM text messages; people want to read the text.
 std::string OemLogText(const TranscriptEvent &E) {
-  if (E.value("netFn", 0) != 0x2E || E.value("command", 0) != 0xF5) {
+  if (E.value(key::NetFn, 0) != 0x2E || E.value(key::Command, 0) != 0xF5) {
     return "";
   }
-  const std::string Hex = E.value("data", "");
+  const std::string Hex = E.value(key::Data, "");
   if (Hex.size() < 10 || Hex.substr(6, 2) != "0C") {
     return "";
   }
@@ -67,24 +105,24 @@ std::string OemLogText(const TranscriptEvent &E) {
 }
 
 std::string EventText(const TranscriptEvent &E) {
-  const std::string Kind = E.value("kind", "");
+  const std::string Kind = E.value(key::Kind, "");
   std::ostringstream Out;
   Out << Kind;
-  if (Kind == "ipmi") {
+  if (Kind == ptd::EventKindName(ptd::EventKind::Ipmi)) {
     const std::string Text = OemLogText(E);
-    if (!Text.empty() || E.value("data", "").size() == 10) {
+    if (!Text.empty() || E.value(key::Data, "").size() == 10) {
       // The five header bytes (enterprise number, text message, length) stay visible.
-      const std::string Hex = E.value("data", "");
+      const std::string Hex = E.value(key::Data, "");
       Out << " BMC log";
       for (size_t I = 0; I < 10; I += 2) {
         Out << ' ' << Hex.substr(I, 2);
       }
-      Out << " \"" << Printable(Text) << "\" completionCode=" << E.value("completionCode", 0);
+      Out << " \"" << Printable(Text) << "\" completionCode=" << E.value(key::CompletionCode, 0);
       return Out.str();
     }
   }
   for (auto It = E.begin(); It != E.end(); ++It) {
-    if (It.key() == "kind") {
+    if (It.key() == key::Kind) {
       continue;
     }
     Out << ' ' << It.key() << '=';
@@ -105,13 +143,13 @@ bool IsSetCommand(const std::string &Command) {
 
 ordered_json TranscriptToJson(const Transcript &T) {
   ordered_json Root;
-  Root["scenario"] = T.Scenario;
-  Root["load"] = {{"status", T.LoadStatus}};
+  Root[key::Scenario] = T.Scenario;
+  Root[key::Load] = {{key::Status, T.LoadStatus}};
   ordered_json Boots = ordered_json::array();
   for (const TranscriptBoot &Boot : T.Boots) {
     ordered_json B;
     if (!Boot.LoadEvents.empty()) {
-      B["loadEvents"] = EventsJson(Boot.LoadEvents);
+      B[key::LoadEvents] = EventsJson(Boot.LoadEvents);
     }
     ordered_json Controllers = ordered_json::array();
     for (const TranscriptController &C : Boot.Controllers) {
@@ -119,38 +157,35 @@ ordered_json TranscriptToJson(const Transcript &T) {
       for (const TranscriptRun &Run : C.Runs) {
         ordered_json Steps = ordered_json::array();
         for (const TranscriptStep &S : Run.Steps) {
-          Steps.push_back(ordered_json{{"instance", S.Instance},
-                                       {"query", S.Query},
-                                       {"command", S.Command},
-                                       {"reply", S.Reply},
-                                       {"cmdStatus", S.CmdStatus},
-                                       {"errorValue", S.ErrorValue},
-                                       {"action", S.Action},
-                                       {"response", S.Response},
-                                       {"events", EventsJson(S.Events)}});
+          const ptd::StepFields Fields = {
+              S.Instance,     S.Query.c_str(), Bytes(S.Command), S.Command.size(), Bytes(S.Reply),
+              S.Reply.size(), S.CmdStatus,     S.ErrorValue,     S.Action.c_str(), S.Response.c_str()};
+          Steps.push_back(Written([&](ptd::JsonWriter<StringSink> &Writer) {
+            ptd::WriteStep(Writer, Fields, EventElements(S.Events));
+          }));
         }
-        ordered_json R{{"steps", Steps}};
-        R["end"] = Run.Ended ? ordered_json{{"instance", Run.EndInstance},
-                                            {"query", Run.EndQuery},
-                                            {"events", EventsJson(Run.EndEvents)}}
-                             : ordered_json(nullptr);
+        ordered_json R{{key::Steps, Steps}};
+        R[key::End] = Run.Ended ? Written([&](ptd::JsonWriter<StringSink> &Writer) {
+          ptd::WriteRunEnd(Writer, Run.EndInstance, Run.EndQuery.c_str(), EventElements(Run.EndEvents));
+        })
+                                : ordered_json(nullptr);
         if (Run.Nested) {
-          R["nested"] = true;
+          R[key::Nested] = true;
         }
         Runs.push_back(R);
       }
-      Controllers.push_back(ordered_json{{"name", C.Name}, {"runs", Runs}});
+      Controllers.push_back(ordered_json{{key::Name, C.Name}, {key::Runs, Runs}});
     }
-    B["controllers"] = Controllers;
-    B["reset"] = Boot.Reset ? ordered_json{{"type", *Boot.Reset}} : ordered_json(nullptr);
+    B[key::Controllers] = Controllers;
+    B[key::Reset] = Boot.Reset ? ordered_json{{key::Type, *Boot.Reset}} : ordered_json(nullptr);
     Boots.push_back(B);
   }
-  Root["boots"] = Boots;
-  Root["records"] = T.Records;
+  Root[key::Boots] = Boots;
+  Root[key::Records] = T.Records;
   if (!T.Problems.empty()) {
-    Root["problems"] = T.Problems;
+    Root[key::Problems] = T.Problems;
   }
-  Root["exitStatus"] = T.ExitStatus;
+  Root[key::ExitStatus] = T.ExitStatus;
   return Root;
 }
 
@@ -192,9 +227,9 @@ std::string TranscriptToText(const Transcript &T) {
     const TranscriptRun &Run = C->Runs[RunIndex];
     auto PrintEvents = [&](const std::vector<TranscriptEvent> &Events) {
       for (const TranscriptEvent &E : Events) {
-        if (E.value("kind", "") == "start") {
-          const std::string Nested = E.value("controller", "");
-          const size_t NestedRun = E.value("run", size_t{0});
+        if (E.value(key::Kind, "") == ptd::EventKindName(ptd::EventKind::Start)) {
+          const std::string Nested = E.value(key::Controller, "");
+          const size_t NestedRun = E.value(key::Run, size_t{0});
           Out << Indent << "        start " << Nested << " (run " << NestedRun + 1 << ")\n";
           PrintRun(Boot, Nested, NestedRun, Indent + "        ");
           continue;

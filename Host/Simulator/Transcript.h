@@ -9,10 +9,17 @@
 
 #include <nlohmann/json.hpp>
 
+namespace ptd {
+struct EventFields;
+}
+
 namespace sim {
 
-// One event in the contract's JSON shape: {"kind": ..., fields...}.
+// One event in the transcript's JSON shape: {"kind": ..., fields...}.
 using TranscriptEvent = nlohmann::ordered_json;
+
+// The event as the shared transcript writer shapes it.
+TranscriptEvent MakeTranscriptEvent(const ptd::EventFields &Fields);
 
 struct TranscriptStep {
   uint64_t Instance = 0;
