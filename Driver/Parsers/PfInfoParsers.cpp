@@ -8,7 +8,9 @@
 // The search always covers the whole reply, however long its lines. Only a conversion works on a
 // copy: it stages at most its own limit of characters of the value, so the terminated text
 // routines see what they would see in the reply and never more.
-#include "Parsers/ReplyParsers.h"
+#include "Parsers/PfInfoParsers.h"
+#include "Parsers/RecordStore.h"
+#include "Parsers/ReplyScan.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
 #include "Library/BaseMemoryLib.h"
@@ -412,25 +414,25 @@ static constexpr PF_INFO_ROW mQLogic2031Keys[] = {
 // ---------------------------------------------------------------------------------------------
 
 static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, const CHAR8 *Staged,
-                           const CHAR8 *ValueText, UINTN Remaining) {
+                           const REPLY_VIEW &ValueText) {
   const UINT8 Slot = Row->Action.AddressSlot;
   CHAR8 *Text =
       Row->Action.Manufacturer ? Settings->MfgAddressText[Slot] : Settings->CurrentAddressText[Slot];
   UINT8 *Bytes = Row->Action.Manufacturer ? Settings->MfgAddress[Slot] : Settings->CurrentAddress[Slot];
   CopyChars(Text, Staged, Row->Conversion.Size);
   // From the reply, not the copied text: a run longer than the slot's bytes must not fit.
-  ConvertAddressRun(Bytes, Row->Conversion.Size / 2, ValueText, Remaining);
+  ConvertAddressRun(Bytes, Row->Conversion.Size / 2, ValueText);
 }
 
 // Copies the value's line up to the CR, LF or NUL that ends it, at most Max characters and never
 // past the reply, and terminates the copy. With KeepEnd the copy holds that last character too, so
 // that CopyLine, which leaves its destination alone past a line end, stops where it would in the
 // reply.
-static VOID StageLine(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max, BOOLEAN KeepEnd) {
-  const UINTN Limit = Length < Max ? Length : Max;
+static VOID StageLine(CHAR8 *Dest, const REPLY_VIEW &Text, UINTN Max, BOOLEAN KeepEnd) {
+  const UINTN Limit = Text.Length < Max ? Text.Length : Max;
   UINTN Count = 0;
   while (Count < Limit) {
-    const CHAR8 Char = Text[Count];
+    const CHAR8 Char = Text.Text[Count];
     if (Char == '\r' || Char == '\n' || Char == 0) {
       if (KeepEnd) {
         Dest[Count++] = Char;
@@ -444,21 +446,20 @@ static VOID StageLine(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max, B
 
 // The value as the conversion's terminated routines may read it: up to the conversion's own
 // limit, never past the reply.
-static VOID StageForConversion(CHAR8 *Dest, const PF_INFO_CONVERSION &Conversion, const CHAR8 *Text,
-                               UINTN Length) {
+static VOID StageForConversion(CHAR8 *Dest, const PF_INFO_CONVERSION &Conversion, const REPLY_VIEW &Text) {
   switch (Conversion.Kind) {
   case PfInfoAddress:
   case PfInfoHex:
-    StageValue(Dest, Text, Length, Conversion.Size);
+    StageValue(Dest, Text, Conversion.Size);
     return;
   case PfInfoList:
-    StageLine(Dest, Text, Length, LIST_COPY_MAX, FALSE);
+    StageLine(Dest, Text, LIST_COPY_MAX, FALSE);
     return;
   case PfInfoName:
-    StageLine(Dest, Text, Length, NAME_COPY_MAX, TRUE);
+    StageLine(Dest, Text, NAME_COPY_MAX, TRUE);
     return;
   default:
-    StageLine(Dest, Text, Length, WORD_COPY_MAX, FALSE);
+    StageLine(Dest, Text, WORD_COPY_MAX, FALSE);
     return;
   }
 }
@@ -517,10 +518,7 @@ static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table,
 
 // Leaves the scan variables as a search of the key from the value start leaves them.
 static const CHAR8 *KeyFound(const PF_INFO_KEY *Wanted, const CHAR8 *Match) {
-  mModule.mSearchKey = ASTR(Wanted->Text);
-  mModule.mScanLength = Wanted->Length;
-  mModule.mScanPtr = (CHAR8 *)Match;
-  return Match;
+  return NoteMatch(ASTR(Wanted->Text), Wanted->Length, Match);
 }
 
 static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const *Matches, const CHAR8 *Value,
@@ -534,15 +532,16 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
       KeyFound(&Table[Condition.UnlessRow].Key, Matches[Condition.UnlessRow]) != nullptr) {
     return;
   }
-  if (KeyFound(&Row->Key, Matches[Index]) == nullptr) {
+  const CHAR8 *Match = KeyFound(&Row->Key, Matches[Index]);
+  if (Match == nullptr) {
     return;
   }
-  mModule.mScanPtr += mModule.mScanLength;
-  const CHAR8 *ValueText = mModule.mScanPtr;
-  const UINTN Remaining = Length - (UINTN)(ValueText - Value);
+  // The scan pointer moves on to the value, as after any key match.
+  const REPLY_VIEW ValueText = ViewFrom({Value, Length}, Match + Row->Key.Length);
+  mModule.mScanPtr = (CHAR8 *)ValueText.Text;
 
   CHAR8 Staged[PF_INFO_SCRATCH_SIZE];
-  StageForConversion(Staged, Row->Conversion, ValueText, Remaining);
+  StageForConversion(Staged, Row->Conversion, ValueText);
   PF_INFO_VALUE Result = {Staged, {}};
   const PF_INFO_CONVERSION &Conversion = Row->Conversion;
   switch (Conversion.Kind) {
@@ -562,7 +561,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     break;
   }
   case PfInfoAddress:
-    ConvertAddress(Row, Settings, Staged, ValueText, Remaining);
+    ConvertAddress(Row, Settings, Staged, ValueText);
     return;
   case PfInfoHex: {
     // The staged digits always fit their bytes.
@@ -581,7 +580,7 @@ static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const
     CopyLine(Settings->IscsiInitiatorName, Staged, NAME_COPY_MAX);
     return;
   case PfInfoFlag:
-    Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, "Disabl") != nullptr;
+    Result.Number = FindInValue(ValueText, Conversion.Size, "Disabl") != nullptr;
     break;
   }
   SaveResult(Row->Action.Store, Settings, &Result);
