@@ -3,9 +3,12 @@
 //
 // Replies come from third-party option ROMs and carry no terminator that could be trusted. Every
 // step reads the reply in place, from the value start to ReplyLength and never further (see
-// ReplyParsers.h for the contract); a reply of any length is searched to its end.
+// ReplyScan.h for the contract); a reply of any length is searched to its end.
 #include "Parsers/DiscoveredState.h"
-#include "Parsers/ReplyParsers.h"
+#include "Parsers/PfInfoParsers.h"
+#include "Parsers/QLogic8070Parsers.h"
+#include "Parsers/RecordStore.h"
+#include "Parsers/ReplyScan.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
 #include "Library/BaseMemoryLib.h"
@@ -24,8 +27,7 @@
 // What one parse step gets: the record of the Instance and the value part of the reply.
 typedef struct {
   FUNCTION_SETTINGS *Settings;
-  const CHAR8 *Value;
-  UINTN Length;
+  REPLY_VIEW Value;
   UINTN CommandCode;
   BOOLEAN PrefixFound;
 } PARSE_VIEW;
@@ -47,78 +49,6 @@ typedef enum : UINT8 {
   StepPxeVlanId,
   StepPxeVlan,
 } PARSE_STEP;
-
-// ---------------------------------------------------------------------------------------------
-// Helpers shared with the family parsers
-// ---------------------------------------------------------------------------------------------
-
-static UINTN ConstLength(const char *Text) {
-  return AsciiStrLen(ASTR(Text));
-}
-
-const CHAR8 *FindInValue(const CHAR8 *Value, UINTN Length, UINTN Window, const char *Key) {
-  mModule.mSearchKey = ASTR(Key);
-  mModule.mScanLength = ConstLength(Key);
-  // HxMemSearch finds nothing in a NULL value.
-  const UINTN Range = Window < Length ? Window : Length;
-  mModule.mScanPtr = HxMemSearch(Value, Range, ASTR(Key), mModule.mScanLength);
-  return mModule.mScanPtr;
-}
-
-const CHAR8 *FindKeyword(const CHAR8 *Value, UINTN Length, const char *Key) {
-  return FindInValue(Value, Length, Length, Key);
-}
-
-VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
-  mModule.mCurrentVlanId = VlanId;
-  mModule.mTargetVlanId = VlanId;
-  Settings->VlanId = VlanId == VLAN_NONE ? 0 : VlanId;
-}
-
-UINTN StageValue(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max) {
-  const UINTN Count = Length < Max ? Length : Max;
-  if (Count > 0) {
-    CopyMem(Dest, Text, Count);
-  }
-  Dest[Count] = 0;
-  return Count;
-}
-
-// A NULL entry ends the list even when the count says more. The lists are read as members of the
-// packed record, never through a pointer to their first entry: the platform's record need not be
-// 8-byte aligned, and only the member access tells the compiler so.
-FUNCTION_SETTINGS *FunctionListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
-  if (Index >= Settings->FunctionCount || Index >= FUNCTION_LIST_ENTRIES) {
-    return nullptr;
-  }
-  return Settings->Functions[Index];
-}
-
-FUNCTION_SETTINGS *PortListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index) {
-  if (Index >= Settings->PortCount || Index >= FUNCTION_LIST_ENTRIES) {
-    return nullptr;
-  }
-  return Settings->Ports[Index];
-}
-
-VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
-  mModule.mDestPtr = ByteSlot;
-  mModule.mByteLength = Capacity;
-  mModule.mScanLength = 0;
-  // Too long a run answers EFI_BUFFER_TOO_SMALL without writing; the slot keeps its address.
-  if (AsciiHexStringToBuf(ByteSlot, &mModule.mByteLength, Text, &mModule.mScanLength) == EFI_SUCCESS) {
-    ReverseBytes(ByteSlot, (UINT16)mModule.mByteLength);
-  }
-}
-
-VOID ConvertAddressRun(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text, UINTN Length) {
-  // One digit more than an address slot holds is enough for the conversion to refuse a run that is
-  // too long for the slot, however long it really is; the run ends at the first character that is
-  // not a digit anyway.
-  CHAR8 Digits[FUNCTION_ADDRESS_SLOT_SIZE + 1];
-  StageValue(Digits, Text, Length, sizeof(Digits) - 1);
-  ConvertAddressBytes(ByteSlot, Capacity, Digits);
-}
 
 // ---------------------------------------------------------------------------------------------
 // Value start
@@ -146,21 +76,11 @@ static const char *ValuePrefixOf(const FUNCTION_SETTINGS *Settings) {
 
 // The value start: just after the first occurrence of the family's prefix, or the reply's first
 // character when the reply has no prefix.
-static VOID FindValueStart(FUNCTION_SETTINGS *Settings, const CHAR8 *Reply, UINTN ReplyLength,
-                           PARSE_VIEW *View) {
-  const char *Prefix = ValuePrefixOf(Settings);
-  mModule.mSearchKey = ASTR(Prefix);
-  mModule.mScanLength = ConstLength(Prefix);
-  mModule.mScanPtr = HxMemSearch(Reply, ReplyLength, ASTR(Prefix), mModule.mScanLength);
-
-  UINTN Offset = 0;
-  View->PrefixFound = mModule.mScanPtr != nullptr;
-  if (View->PrefixFound) {
-    Offset = (UINTN)(mModule.mScanPtr - Reply) + mModule.mScanLength;
-  }
+static VOID FindValueStart(FUNCTION_SETTINGS *Settings, const REPLY_VIEW &Reply, PARSE_VIEW *View) {
+  const REPLY_VIEW AfterPrefix = FindValueAfter(Reply, ValuePrefixOf(Settings));
+  View->PrefixFound = AfterPrefix.Text != nullptr;
   View->Settings = Settings;
-  View->Value = Reply + Offset;
-  View->Length = ReplyLength - Offset;
+  View->Value = View->PrefixFound ? AfterPrefix : Reply;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -168,9 +88,9 @@ static VOID FindValueStart(FUNCTION_SETTINGS *Settings, const CHAR8 *Reply, UINT
 // ---------------------------------------------------------------------------------------------
 
 static VOID ParsePfInfoStep(const PARSE_VIEW *View) {
-  ParsePfInfoEmulex0710(View->Value, View->Length, View->Settings);
-  ParsePfInfoEmulex0720(View->Value, View->Length, View->Settings);
-  ParsePfInfoQLogic2031(View->Value, View->Length, View->Settings);
+  ParsePfInfoEmulex0710(View->Value.Text, View->Value.Length, View->Settings);
+  ParsePfInfoEmulex0720(View->Value.Text, View->Value.Length, View->Settings);
+  ParsePfInfoQLogic2031(View->Value.Text, View->Value.Length, View->Settings);
 }
 
 static VOID ParseVersionStep(const PARSE_VIEW *View) {
@@ -187,14 +107,14 @@ static VOID ParseVersionStep(const PARSE_VIEW *View) {
     for (UINTN Port = 0; (PortRecord = PortListEntry(Settings, Port)) != nullptr; Port++) {
       FUNCTION_SETTINGS *Function;
       for (UINTN Pf = 0; (Function = FunctionListEntry(PortRecord, Pf)) != nullptr; Pf++) {
-        ParseVersionsQLogic8070(3, View->Value, View->Length, Function);
+        ParseVersionsQLogic8070(3, View->Value, Function);
       }
     }
     return;
   }
   // The list splitter reads terminated text; it never needs more than its four strings.
   CHAR8 Versions[VERSION_LIST_CHARS + 1];
-  StageValue(Versions, View->Value, View->Length, VERSION_LIST_CHARS);
+  StageValue(Versions, View->Value, VERSION_LIST_CHARS);
   switch (Settings->VendorId) {
   case VENDOR_MELLANOX:
     if (!View->PrefixFound) {
@@ -217,15 +137,15 @@ static VOID ParsePfTypeStep(const PARSE_VIEW *View) {
   const ADAPTER_FAMILY &Family = mModule.mFamily;
   if (Family.Emulex0700 || Family.Emulex0710) {
     UINT32 Personality = PF_TYPE_NIC;
-    if (FindInValue(View->Value, View->Length, 5, "FCoE") != nullptr) {
+    if (FindInValue(View->Value, 5, "FCoE") != nullptr) {
       Personality = PF_TYPE_FCOE;
-    } else if (FindInValue(View->Value, View->Length, 5, "iSCSI") != nullptr) {
+    } else if (FindInValue(View->Value, 5, "iSCSI") != nullptr) {
       Personality = PF_TYPE_ISCSI;
     }
     mModule.mCurrentPersonality = Personality;
     mModule.mTargetPersonality = Personality;
   } else if (Family.QLogic8070) {
-    ParsePfTypeQLogic8070(View->Value, View->Length, View->Settings);
+    ParsePfTypeQLogic8070(View->Value, View->Settings);
   }
 }
 
@@ -243,7 +163,7 @@ static VOID ParsePortEnableStep(const PARSE_VIEW *View) {
   default:
     return;
   }
-  const UINT8 Enabled = FindKeyword(View->Value, View->Length, DisableWord) == nullptr ? 1 : 0;
+  const UINT8 Enabled = FindKeyword(View->Value, DisableWord) == nullptr ? 1 : 0;
   View->Settings->PortEnable = Enabled;
   View->Settings->PortEnableToApply = Enabled;
 }
@@ -258,10 +178,10 @@ static VOID ParseBootEnableStep(const PARSE_VIEW *View) {
   switch (Settings->VendorId) {
   case VENDOR_QLOGIC:
     if (mModule.mFamily.QLogic2261) {
-      StoreBootEnable(Settings, FindKeyword(View->Value, View->Length, "Disabl") == nullptr ? 1 : 0);
+      StoreBootEnable(Settings, FindKeyword(View->Value, "Disabl") == nullptr ? 1 : 0);
     } else if (mModule.mFamily.QLogic8070 && mModule.mFirstFunctionOfPort) {
       // One reply describes the boot ROM of the whole port.
-      const UINT8 Enabled = FindKeyword(View->Value, View->Length, "Disabled") == nullptr ? 1 : 0;
+      const UINT8 Enabled = FindKeyword(View->Value, "Disabled") == nullptr ? 1 : 0;
       FUNCTION_SETTINGS *Function;
       for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
         StoreBootEnable(Function, Enabled);
@@ -270,7 +190,7 @@ static VOID ParseBootEnableStep(const PARSE_VIEW *View) {
     return;
   case VENDOR_EMULEX:
   case VENDOR_MELLANOX:
-    StoreBootEnable(Settings, FindKeyword(View->Value, View->Length, "disabl") == nullptr ? 1 : 0);
+    StoreBootEnable(Settings, FindKeyword(View->Value, "disabl") == nullptr ? 1 : 0);
     return;
   default:
     return;
@@ -312,10 +232,10 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
 
   mModule.mScanPtr = Text;
   if (mModule.mFamily.QLogic8070 && IsMac) {
-    ParseColonMacQLogic8070(Text, View->Value, View->Length);
+    ParseColonMacQLogic8070(Text, View->Value);
   } else {
     CHAR8 Digits[FUNCTION_ADDRESS_SLOT_SIZE];
-    StageValue(Digits, View->Value, View->Length, Command->Digits);
+    StageValue(Digits, View->Value, Command->Digits);
     CopyCharsUpper(Text, Digits, Command->Digits);
   }
 
@@ -342,10 +262,10 @@ static VOID ParseSriovStep(const PARSE_VIEW *View) {
     if (mModule.mFamily.QLogic8070) {
       FUNCTION_SETTINGS *Function;
       for (UINTN Pf = 0; (Function = FunctionListEntry(PortRecord, Pf)) != nullptr; Pf++) {
-        ParseSriovQLogic8070(View->Value, View->Length, Function);
+        ParseSriovQLogic8070(View->Value, Function);
       }
     } else if (mModule.mFamily.Mellanox1013) {
-      PortRecord->SriovEnabled = FindKeyword(View->Value, View->Length, "enabled") != nullptr ? 1 : 0;
+      PortRecord->SriovEnabled = FindKeyword(View->Value, "enabled") != nullptr ? 1 : 0;
     }
   }
 }
@@ -356,9 +276,9 @@ static VOID ParseLinkConfigStep(const PARSE_VIEW *View) {
   }
   UINT32 LinkConfig;
   if (View->Settings->SubsystemId == SUBSYSTEM_EMULEX_4X10G) {
-    LinkConfig = FindKeyword(View->Value, View->Length, "ELX_4x10G") != nullptr ? 3 : 2;
+    LinkConfig = FindKeyword(View->Value, "ELX_4x10G") != nullptr ? 3 : 2;
   } else {
-    LinkConfig = FindKeyword(View->Value, View->Length, "ELX_4x1G") != nullptr ? 1 : 0;
+    LinkConfig = FindKeyword(View->Value, "ELX_4x1G") != nullptr ? 1 : 0;
   }
   mModule.mLinkConfig = LinkConfig;
   mModule.mActiveLinkConfig = LinkConfig;
@@ -366,19 +286,19 @@ static VOID ParseLinkConfigStep(const PARSE_VIEW *View) {
 
 static VOID ParseUmcStep(const PARSE_VIEW *View) {
   if (mModule.mFirstFunctionOfAdapter) {
-    ParseUmcQLogic8070(View->Value, View->Length);
+    ParseUmcQLogic8070(View->Value);
   }
 }
 
 static VOID ParseBandwidthStep(const PARSE_VIEW *View) {
   if (mModule.mFirstFunctionOfPort) {
-    ParseBandwidthListQLogic8070(View->Value, View->Length, View->Settings, FALSE);
+    ParseBandwidthListQLogic8070(View->Value, View->Settings, FALSE);
   }
 }
 
 static VOID ParseRateLimitStep(const PARSE_VIEW *View) {
   if (mModule.mFirstFunctionOfPort) {
-    ParseBandwidthListQLogic8070(View->Value, View->Length, View->Settings, TRUE);
+    ParseBandwidthListQLogic8070(View->Value, View->Settings, TRUE);
   }
 }
 
@@ -386,7 +306,9 @@ static VOID ParseRateLimitStep(const PARSE_VIEW *View) {
 // text. A reply is not to stop the boot and has no terminator, so find the number in place first:
 // skip what the conversion skips (blanks and tabs, leading zeros, and for hexadecimal an "x"
 // after a zero), then stage only its significant digits, or nothing when there are too many.
-static VOID StageNumber(CHAR8 *Digits, const CHAR8 *Text, UINTN Length, BOOLEAN Hexadecimal) {
+static VOID StageNumber(CHAR8 *Digits, const REPLY_VIEW &Value, BOOLEAN Hexadecimal) {
+  const CHAR8 *Text = Value.Text;
+  const UINTN Length = Value.Length;
   UINTN Position = 0;
   while (Position < Length && (Text[Position] == ' ' || Text[Position] == '\t')) {
     Position++;
@@ -410,7 +332,7 @@ static VOID StageNumber(CHAR8 *Digits, const CHAR8 *Text, UINTN Length, BOOLEAN 
     Count++;
   }
   const UINTN Limit = Hexadecimal ? HEX_DIGITS_MAX : DECIMAL_DIGITS_MAX;
-  StageValue(Digits, Text + Position, Count <= Limit ? Count : 0, Limit);
+  StageValue(Digits, {Text + Position, Count <= Limit ? Count : 0}, Limit);
 }
 
 static VOID ParseMaxLinkSpeedStep(const PARSE_VIEW *View) {
@@ -418,11 +340,11 @@ static VOID ParseMaxLinkSpeedStep(const PARSE_VIEW *View) {
   CHAR8 Digits[DECIMAL_DIGITS_MAX + 1];
   UINTN Speed = 0;
   if (Family.QLogic2261) {
-    StageNumber(Digits, View->Value, View->Length, FALSE);
+    StageNumber(Digits, View->Value, FALSE);
     Speed = AsciiStrDecimalToUintn(Digits);
   } else if (Family.Mellanox1013 || Family.Mellanox1017) {
     // The Mellanox CLP reports the speed in hexadecimal.
-    StageNumber(Digits, View->Value, View->Length, TRUE);
+    StageNumber(Digits, View->Value, TRUE);
     Speed = AsciiStrHexToUintn(Digits);
   }
   if (Speed == 0) {
@@ -435,7 +357,7 @@ static VOID ParseMaxLinkSpeedStep(const PARSE_VIEW *View) {
 
 static VOID ParsePxeVlanIdMellanox1013(const PARSE_VIEW *View) {
   CHAR8 Digits[PXE_VLAN_DIGITS + 1];
-  StageValue(Digits, View->Value, View->Length, PXE_VLAN_DIGITS);
+  StageValue(Digits, View->Value, PXE_VLAN_DIGITS);
   StoreVlanId(View->Settings, (UINT16)AsciiStrDecimalToUintn(Digits));
 }
 
@@ -447,13 +369,13 @@ static VOID ParsePxeVlanIdStep(const PARSE_VIEW *View) {
   if (mModule.mFamily.Mellanox1013) {
     ParsePxeVlanIdMellanox1013(View);
   } else if (IsQLogic8070PxeDevice()) {
-    ParsePxeVlanIdQLogic8070(View->Value, View->Length, View->Settings);
+    ParsePxeVlanIdQLogic8070(View->Value, View->Settings);
   }
 }
 
 static VOID ParsePxeVlanStep(const PARSE_VIEW *View) {
   if (IsQLogic8070PxeDevice()) {
-    ParsePxeVlanQLogic8070(View->Value, View->Length, View->Settings);
+    ParsePxeVlanQLogic8070(View->Value, View->Settings);
   }
 }
 
@@ -564,7 +486,7 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
   for (const PARSE_DISPATCH_ENTRY &Entry : mParseDispatch) {
     if (Entry.Code == CommandCode) {
       PARSE_VIEW View;
-      FindValueStart(Settings, Text, ReplyLength, &View);
+      FindValueStart(Settings, {Text, ReplyLength}, &View);
       View.CommandCode = CommandCode;
       RunParseStep(Entry.Step, &View);
       break;

@@ -1,55 +1,16 @@
-// SHOW_PF_INFO parsers: one key step applied to one key table per adapter family.
-//
-// A SHOW_PF_INFO reply is a block of key=value lines. Each table row names a key, how its value
-// is converted and where the result goes; the key step searches every key from the value start
-// again (first occurrence, so a key is also found inside a longer key such as "PfMAC=" inside
-// "MFG_PfMAC="), skips the row when the key is absent, and otherwise converts and stores.
-//
-// The search always covers the whole reply, however long its lines. Only a conversion works on a
-// copy: it stages at most its own limit of characters of the value, so the terminated text
-// routines see what they would see in the reply and never more.
-#include "Parsers/ReplyParsers.h"
+// SHOW_PF_INFO parsers: the key table of each family and the store actions its rows name. A
+// SHOW_PF_INFO reply is a block of key=value lines; the interpreter in KeyTable.cpp finds the keys
+// and converts their values, and the word, number and list results come back here to be stored.
+#include "Parsers/PfInfoParsers.h"
+#include "Parsers/KeyTable.h"
+#include "Parsers/RecordStore.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
-#include "Library/BaseMemoryLib.h"
-#include "Library/HxStringLib.h"
 
-#define WORD_COPY_MAX 32
-#define LIST_COPY_MAX 255
-#define NAME_COPY_MAX 254
-#define PF_INFO_SCRATCH_SIZE (LIST_COPY_MAX + 1)
 // ParseDottedVersion fills at most 16 component bytes.
 #define DOTTED_VERSION_OUT_SIZE 16
 
-// ---------------------------------------------------------------------------------------------
-// Row model
-// ---------------------------------------------------------------------------------------------
-
-typedef enum : UINT8 {
-  PfInfoWord,     // the line, at most 32 characters, compared whole and case-sensitively
-  PfInfoList,     // the line, at most 255 characters, split into Size firmware version strings
-  PfInfoDecimal2, // at most 2 leading decimal digits of the line
-  PfInfoDecimal,  // the leading decimal digits of the line; 0 without a digit or on overflow
-  PfInfoAddress,  // Size characters as text, the leading hexadecimal run as Size / 2 bytes
-  PfInfoHex,      // Size characters read as a little-endian hexadecimal number of Size / 2 bytes
-  PfInfoName,     // the line, at most 254 characters, straight into IscsiInitiatorName
-  PfInfoFlag,     // whether "Disabl" lies within the first Size characters of the value
-} PF_INFO_KIND;
-
-// Address and hex results take half as many bytes as they read digits. A kind without a size
-// leaves it 0.
-typedef struct _PF_INFO_CONVERSION {
-  PF_INFO_KIND Kind;
-  UINT8 Size{}; // digits (address, hex, decimal2), strings (list) or window (flag)
-} PF_INFO_CONVERSION;
-
-// What a conversion hands to the store action.
-typedef struct {
-  const CHAR8 *Word;
-  UINTN Number;
-} PF_INFO_VALUE;
-
-// Where a word, number or list result goes: one of the store actions below (PfInfoStore).
+// Where a word, number or list result goes: one of the store actions below.
 typedef enum : UINT8 {
   StoreNone,
   StorePortEnable0710,
@@ -69,99 +30,10 @@ typedef enum : UINT8 {
   StoreBootEnableToApply2031,
 } PF_INFO_STORE;
 
-typedef struct _PF_INFO_ACTION {
-  PF_INFO_STORE Store;    // word, number and list results
-  UINT8 AddressSlot{};    // address results: the slot
-  BOOLEAN Manufacturer{}; // address results: MfgAddress(Text) instead of CurrentAddress(Text)
-} PF_INFO_ACTION;
-
-// A key with what its search needs, worked out when the table is compiled. The longest key,
-// "InitiatorIscsiName=", fills the text but for its terminator.
-#define PF_INFO_KEY_SIZE 20
-
-typedef struct {
-  char Text[PF_INFO_KEY_SIZE];
-  UINT8 Length;
-  UINT8 Anchor; // position of the key's first '='
-} PF_INFO_KEY;
-
-template <UINTN Size> static constexpr PF_INFO_KEY Key(const char (&Text)[Size]) {
-  static_assert(Size <= PF_INFO_KEY_SIZE, "key text too long for a key row");
-  PF_INFO_KEY Result = {};
-  Result.Length = (UINT8)(Size - 1);
-  for (UINTN Index = 0; Index < Size; Index++) {
-    Result.Text[Index] = Text[Index];
-  }
-  // For a key without an '=' this reads past the text, which a constant table does not compile.
-  while (Text[Result.Anchor] != '=') {
-    Result.Anchor++;
-  }
-  return Result;
-}
-
-typedef struct _PF_INFO_CONDITION {
-  BOOLEAN Unless{}; // the row is skipped when the key of row UnlessRow is in the reply
-  UINT8 UnlessRow{};
-  BOOLEAN FirstFunctionOfAdapterOnly{}; // the row is read only on the adapter's first function
-} PF_INFO_CONDITION;
-
-typedef struct {
-  PF_INFO_KEY Key;
-  PF_INFO_CONVERSION Conversion;
-  PF_INFO_ACTION Action;
-  PF_INFO_CONDITION Condition;
-} PF_INFO_ROW;
-
-static constexpr PF_INFO_CONVERSION Word() {
-  return {PfInfoWord};
-}
-static constexpr PF_INFO_CONVERSION List(UINT8 Count) {
-  return {PfInfoList, Count};
-}
-static constexpr PF_INFO_CONVERSION Decimal2() {
-  return {PfInfoDecimal2, 2};
-}
-static constexpr PF_INFO_CONVERSION Decimal() {
-  return {PfInfoDecimal};
-}
-static constexpr PF_INFO_CONVERSION Address(UINT8 Digits) {
-  return {PfInfoAddress, Digits};
-}
-static constexpr PF_INFO_CONVERSION Hex(UINT8 Digits) {
-  return {PfInfoHex, Digits};
-}
-static constexpr PF_INFO_CONVERSION Name() {
-  return {PfInfoName};
-}
-
-static constexpr PF_INFO_CONVERSION DisablWithin(UINT8 Window) {
-  return {PfInfoFlag, Window};
-}
+static_assert(StoreNone == 0, "rows without a store action name action 0");
 
 static constexpr PF_INFO_ACTION Store(PF_INFO_STORE Action) {
   return {Action};
-}
-static constexpr PF_INFO_ACTION Nothing() {
-  return {StoreNone};
-}
-static constexpr PF_INFO_ACTION CurrentSlot(UINT8 Slot) {
-  return {StoreNone, Slot};
-}
-static constexpr PF_INFO_ACTION MfgSlot(UINT8 Slot) {
-  return {StoreNone, Slot, TRUE};
-}
-
-static constexpr PF_INFO_CONDITION Always() {
-  return {};
-}
-// Row: the row of the same table whose key, when present, skips this row.
-static constexpr PF_INFO_CONDITION UnlessKeyOfRow(UINT8 Row) {
-  return {TRUE, Row};
-}
-static constexpr PF_INFO_CONDITION FirstFunctionOfAdapter() {
-  PF_INFO_CONDITION Condition = {};
-  Condition.FirstFunctionOfAdapterOnly = TRUE;
-  return Condition;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -408,195 +280,22 @@ static constexpr PF_INFO_ROW mQLogic2031Keys[] = {
 };
 
 // ---------------------------------------------------------------------------------------------
-// Key step
+// Running a table
 // ---------------------------------------------------------------------------------------------
 
-static VOID ConvertAddress(const PF_INFO_ROW *Row, FUNCTION_SETTINGS *Settings, const CHAR8 *Staged,
-                           const CHAR8 *ValueText, UINTN Remaining) {
-  const UINT8 Slot = Row->Action.AddressSlot;
-  CHAR8 *Text =
-      Row->Action.Manufacturer ? Settings->MfgAddressText[Slot] : Settings->CurrentAddressText[Slot];
-  UINT8 *Bytes = Row->Action.Manufacturer ? Settings->MfgAddress[Slot] : Settings->CurrentAddress[Slot];
-  CopyChars(Text, Staged, Row->Conversion.Size);
-  // From the reply, not the copied text: a run longer than the slot's bytes must not fit.
-  ConvertAddressRun(Bytes, Row->Conversion.Size / 2, ValueText, Remaining);
-}
-
-// Copies the value's line up to the CR, LF or NUL that ends it, at most Max characters and never
-// past the reply, and terminates the copy. With KeepEnd the copy holds that last character too, so
-// that CopyLine, which leaves its destination alone past a line end, stops where it would in the
-// reply.
-static VOID StageLine(CHAR8 *Dest, const CHAR8 *Text, UINTN Length, UINTN Max, BOOLEAN KeepEnd) {
-  const UINTN Limit = Length < Max ? Length : Max;
-  UINTN Count = 0;
-  while (Count < Limit) {
-    const CHAR8 Char = Text[Count];
-    if (Char == '\r' || Char == '\n' || Char == 0) {
-      if (KeepEnd) {
-        Dest[Count++] = Char;
-      }
-      break;
-    }
-    Dest[Count++] = Char;
-  }
-  Dest[Count] = 0;
-}
-
-// The value as the conversion's terminated routines may read it: up to the conversion's own
-// limit, never past the reply.
-static VOID StageForConversion(CHAR8 *Dest, const PF_INFO_CONVERSION &Conversion, const CHAR8 *Text,
-                               UINTN Length) {
-  switch (Conversion.Kind) {
-  case PfInfoAddress:
-  case PfInfoHex:
-    StageValue(Dest, Text, Length, Conversion.Size);
-    return;
-  case PfInfoList:
-    StageLine(Dest, Text, Length, LIST_COPY_MAX, FALSE);
-    return;
-  case PfInfoName:
-    StageLine(Dest, Text, Length, NAME_COPY_MAX, TRUE);
-    return;
-  default:
-    StageLine(Dest, Text, Length, WORD_COPY_MAX, FALSE);
-    return;
-  }
-}
-
-// ---------------------------------------------------------------------------------------------
-// Key search: the first occurrence of every key of a table, in one pass over the reply
-// ---------------------------------------------------------------------------------------------
-//
-// Every key holds an '=' (its first one Anchor characters into the key), so each occurrence of a
-// key puts that '=' somewhere in the reply. Walking the reply's '=' signs in order meets the
-// occurrences of one key in the order of their starts: the first one met is the first occurrence
-// in the reply, the one a search of the key from the value start would find. A long reply is thus
-// read once for the whole table instead of once per key.
-
-#define PF_INFO_MAX_ROWS 17
-
-static BOOLEAN KeyAt(const CHAR8 *Start, const PF_INFO_KEY *Wanted) {
-  for (UINTN Index = 0; Index < Wanted->Length; Index++) {
-    if (Start[Index] != (CHAR8)Wanted->Text[Index]) {
-      return FALSE;
-    }
-  }
-  return TRUE;
-}
-
-// Matches[k] receives the first occurrence of the key of Table[k] in the value, or NULL.
-static VOID FindKeys(const CHAR8 *Value, UINTN Length, const PF_INFO_ROW *Table, const CHAR8 **Matches,
-                     UINTN Count) {
-  UINT8 Pending[PF_INFO_MAX_ROWS];
-  for (UINTN Index = 0; Index < Count; Index++) {
-    Matches[Index] = nullptr;
-    Pending[Index] = (UINT8)Index;
-  }
-  UINTN PendingCount = Count;
-  const CHAR8 *Cursor = Value;
-  while (PendingCount > 0) {
-    const CHAR8 *Sign = HxMemSearch(Cursor, Length - (UINTN)(Cursor - Value), ASTR("="), 1);
-    if (Sign == nullptr) {
-      break;
-    }
-    const UINTN At = (UINTN)(Sign - Value);
-    for (UINTN Slot = 0; Slot < PendingCount;) {
-      const UINT8 Index = Pending[Slot];
-      const PF_INFO_KEY *Wanted = &Table[Index].Key;
-      if (At >= Wanted->Anchor && Length - (At - Wanted->Anchor) >= Wanted->Length &&
-          KeyAt(Sign - Wanted->Anchor, Wanted)) {
-        Matches[Index] = Sign - Wanted->Anchor;
-        Pending[Slot] = Pending[--PendingCount];
-      } else {
-        Slot++;
-      }
-    }
-    Cursor = Sign + 1;
-  }
-}
-
-// Leaves the scan variables as a search of the key from the value start leaves them.
-static const CHAR8 *KeyFound(const PF_INFO_KEY *Wanted, const CHAR8 *Match) {
-  mModule.mSearchKey = ASTR(Wanted->Text);
-  mModule.mScanLength = Wanted->Length;
-  mModule.mScanPtr = (CHAR8 *)Match;
-  return Match;
-}
-
-static VOID RunKeyStep(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *const *Matches, const CHAR8 *Value,
-                       UINTN Length, FUNCTION_SETTINGS *Settings) {
-  const PF_INFO_ROW *Row = &Table[Index];
-  const PF_INFO_CONDITION &Condition = Row->Condition;
-  if (Condition.FirstFunctionOfAdapterOnly && !mModule.mFirstFunctionOfAdapter) {
-    return;
-  }
-  if (Condition.Unless &&
-      KeyFound(&Table[Condition.UnlessRow].Key, Matches[Condition.UnlessRow]) != nullptr) {
-    return;
-  }
-  if (KeyFound(&Row->Key, Matches[Index]) == nullptr) {
-    return;
-  }
-  mModule.mScanPtr += mModule.mScanLength;
-  const CHAR8 *ValueText = mModule.mScanPtr;
-  const UINTN Remaining = Length - (UINTN)(ValueText - Value);
-
-  CHAR8 Staged[PF_INFO_SCRATCH_SIZE];
-  StageForConversion(Staged, Row->Conversion, ValueText, Remaining);
-  PF_INFO_VALUE Result = {Staged, {}};
-  const PF_INFO_CONVERSION &Conversion = Row->Conversion;
-  switch (Conversion.Kind) {
-  case PfInfoWord:
-    break;
-  case PfInfoList:
-    SplitVersionList(Conversion.Size, Staged, Settings);
-    break;
-  case PfInfoDecimal2:
-    Result.Number = HxStrnDecimalToUint(Staged, Conversion.Size);
-    break;
-  case PfInfoDecimal: {
-    mModule.mByteLength = 0;
-    const CHAR8 *Cursor = Staged;
-    HxStrDecimalToUintnAdvance(&Cursor, &mModule.mByteLength);
-    Result.Number = mModule.mByteLength;
-    break;
-  }
-  case PfInfoAddress:
-    ConvertAddress(Row, Settings, Staged, ValueText, Remaining);
-    return;
-  case PfInfoHex: {
-    // The staged digits always fit their bytes.
-    const UINTN Bytes = Conversion.Size / 2;
-    UINT8 Number[2] = {0, 0};
-    mModule.mByteLength = Bytes;
-    AsciiHexStringToBuf(Number, &mModule.mByteLength, Staged, &mModule.mScanLength);
-    // A one-byte result goes straight into its field, which keeps its value without a digit.
-    if (Bytes == 1 && mModule.mByteLength == 0) {
-      return;
-    }
-    Result.Number = (UINTN)Number[0] | ((UINTN)Number[1] << 8);
-    break;
-  }
-  case PfInfoName:
-    CopyLine(Settings->IscsiInitiatorName, Staged, NAME_COPY_MAX);
-    return;
-  case PfInfoFlag:
-    Result.Number = FindInValue(ValueText, Remaining, Conversion.Size, "Disabl") != nullptr;
-    break;
-  }
-  SaveResult(Row->Action.Store, Settings, &Result);
-}
-
-static VOID RunKeyTable(const PF_INFO_ROW *Table, UINTN Rows, const CHAR8 *Value, UINTN Length,
+static VOID RunKeyTable(const PF_INFO_ROW *Table, UINTN Rows, const CHAR8 *Text, UINTN Length,
                         FUNCTION_SETTINGS *Settings) {
+  const REPLY_VIEW Value = {Text, Length};
   const CHAR8 *Matches[PF_INFO_MAX_ROWS];
-  FindKeys(Value, Length, Table, Matches, Rows);
+  FindKeys(Value, Table, Rows, Matches);
   for (UINTN Index = 0; Index < Rows; Index++) {
-    RunKeyStep(Table, Index, Matches, Value, Length, Settings);
+    CHAR8 Scratch[PF_INFO_SCRATCH_SIZE];
+    const PF_INFO_VALUE Result = ReadKeyRow(Table, Index, Matches, Value, Settings, Scratch);
+    if (Result.Word != nullptr) {
+      SaveResult((PF_INFO_STORE)Table[Index].Action.Store, Settings, &Result);
+    }
   }
 }
-
-#define TABLE_ROWS(Table) (sizeof(Table) / sizeof((Table)[0]))
 
 static_assert(TABLE_ROWS(mEmulex0710Keys) <= PF_INFO_MAX_ROWS, "key table too long");
 static_assert(TABLE_ROWS(mEmulex0720Keys) <= PF_INFO_MAX_ROWS, "key table too long");

@@ -1,7 +1,8 @@
 // QLogic8070 reply parsers. The family answers with short values after "data=", mostly in double
 // quotes: a type word, a quoted comma list with one number per PF, a colon MAC, tagged firmware
 // versions. Several replies describe the whole port and are spread over the record's Functions.
-#include "Parsers/ReplyParsers.h"
+#include "Parsers/QLogic8070Parsers.h"
+#include "Parsers/RecordStore.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
 #include "Library/BaseMemoryLib.h"
@@ -32,13 +33,13 @@ static const QUOTED_TYPE mQuotedTypes[] = {
 static const char mVersionTags[][6] = {"MBI:", "UEFI:", "MFW:"};
 #define VERSION_TAG_COUNT (sizeof(mVersionTags) / sizeof(mVersionTags[0]))
 
-VOID ParsePfTypeQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParsePfTypeQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
   UINT32 Type = PF_TYPE_UNKNOWN;
   for (const QUOTED_TYPE &Candidate : mQuotedTypes) {
-    if (FindInValue(Value, Length, PF_TYPE_WINDOW, Candidate.Text) != nullptr) {
+    if (FindInValue(Value, PF_TYPE_WINDOW, Candidate.Text) != nullptr) {
       Type = Candidate.Type;
       break;
     }
@@ -52,18 +53,18 @@ VOID ParsePfTypeQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *
   }
 }
 
-VOID ParseSriovQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParseSriovQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
-  Settings->SriovEnabled = FindKeyword(Value, Length, "Enable") != nullptr ? 1 : 0;
+  Settings->SriovEnabled = FindKeyword(Value, "Enable") != nullptr ? 1 : 0;
 }
 
-VOID ParseUmcQLogic8070(const CHAR8 *Value, UINTN Length) {
+VOID ParseUmcQLogic8070(const REPLY_VIEW &Value) {
   if (!mModule.mFamily.QLogic8070) {
     return;
   }
-  const UINT8 Partitioned = FindKeyword(Value, Length, "NPAR") != nullptr ? 1 : 0;
+  const UINT8 Partitioned = FindKeyword(Value, "NPAR") != nullptr ? 1 : 0;
   mModule.mCurrentUmc = Partitioned;
   mModule.mTargetUmc = Partitioned;
 }
@@ -74,12 +75,14 @@ VOID ParseUmcQLogic8070(const CHAR8 *Value, UINTN Length) {
 // The closing quote separates like a comma, so with more PFs than numbers the next PF reads what
 // follows the quote, up to the next separator or the end of the reply. The PF list ends at its
 // first NULL entry.
-VOID ParseBandwidthListQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings,
+VOID ParseBandwidthListQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings,
                                   BOOLEAN MaximumBandwidth) {
-  if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
+  if (!mModule.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
     return;
   }
-  if (Length == 0 || Value[0] != '"') {
+  const CHAR8 *Text = Value.Text;
+  const UINTN Length = Value.Length;
+  if (Length == 0 || Text[0] != '"') {
     return;
   }
   UINTN Position = 1;
@@ -87,9 +90,9 @@ VOID ParseBandwidthListQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SET
   for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
     CHAR8 Element[BANDWIDTH_ELEMENT_CHARS + 1];
     UINTN Count = 0;
-    while (Position < Length && Value[Position] != ',' && Value[Position] != '"') {
+    while (Position < Length && Text[Position] != ',' && Text[Position] != '"') {
       if (Count < BANDWIDTH_ELEMENT_CHARS) {
-        Element[Count++] = Value[Position];
+        Element[Count++] = Text[Position];
       }
       Position++;
     }
@@ -107,13 +110,14 @@ VOID ParseBandwidthListQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SET
   }
 }
 
-VOID ParseColonMacQLogic8070(CHAR8 *DestText, const CHAR8 *Value, UINTN Length) {
-  if (!mModule.mFamily.QLogic8070 || DestText == nullptr || Value == nullptr) {
+VOID ParseColonMacQLogic8070(CHAR8 *DestText, const REPLY_VIEW &Value) {
+  if (!mModule.mFamily.QLogic8070 || DestText == nullptr || Value.Text == nullptr) {
     return;
   }
+  const CHAR8 *Text = Value.Text;
   // The text ends at a NUL or at the reply's end; one too short for a MAC leaves the slot as it was.
   UINTN TextLength = 0;
-  while (TextLength < Length && Value[TextLength] != 0) {
+  while (TextLength < Value.Length && Text[TextLength] != 0) {
     TextLength++;
   }
   if (TextLength < COLON_MAC_MIN_CHARS) {
@@ -122,43 +126,50 @@ VOID ParseColonMacQLogic8070(CHAR8 *DestText, const CHAR8 *Value, UINTN Length) 
   CHAR8 Digits[MAC_DIGITS + 1];
   UINTN Count = 0;
   for (UINTN Position = 1; Position < TextLength && Count < MAC_DIGITS; Position++) {
-    if (Value[Position] != ':') {
-      Digits[Count++] = Value[Position];
+    if (Text[Position] != ':') {
+      Digits[Count++] = Text[Position];
     }
   }
   Digits[Count] = 0;
   CopyCharsUpper(DestText, Digits, MAC_DIGITS);
 }
 
-VOID ParseVersionsQLogic8070(UINT8 TagCount, const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
+VOID ParseVersionsQLogic8070(UINT8 TagCount, const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
+  if (!mModule.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
     return;
   }
   for (UINTN Tag = 0; Tag < TagCount && Tag < VERSION_TAG_COUNT; Tag++) {
-    const CHAR8 *Match = FindKeyword(Value, Length, mVersionTags[Tag]);
-    if (Match == nullptr) {
+    const REPLY_VIEW Version = FindValueAfter(Value, mVersionTags[Tag]);
+    if (Version.Text == nullptr) {
       continue; // the slot keeps its version
     }
-    UINTN Position = (UINTN)(Match - Value) + mModule.mScanLength;
     CHAR8 *Slot = Settings->FirmwareVersion[Tag];
     UINTN Count = 0;
-    while (Count < VERSION_CHARS && Position < Length) {
-      const CHAR8 Char = Value[Position];
+    while (Count < VERSION_CHARS && Count < Version.Length) {
+      const CHAR8 Char = Version.Text[Count];
       if (Char == ',' || Char == '"' || Char == 0) {
         break;
       }
       Slot[Count++] = Char;
-      Position++;
     }
     Slot[Count] = 0;
   }
 }
 
-VOID ParsePxeVlanIdQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.QLogic8070 || Value == nullptr || Settings == nullptr) {
+// The PXE VLAN replies describe the port: every function of it boots on the same VLAN.
+static VOID SetPortVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
+  FUNCTION_SETTINGS *Function;
+  for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
+    Function->VlanId = VlanId;
+  }
+}
+
+VOID ParsePxeVlanIdQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
+  if (!mModule.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
     return;
   }
-  if (Length == 0 || Value[0] != '"') {
+  const CHAR8 *Text = Value.Text;
+  if (Value.Length == 0 || Text[0] != '"') {
     return;
   }
   // One to four digits and the closing quote: the quote must come within the next five characters.
@@ -166,37 +177,30 @@ VOID ParsePxeVlanIdQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTING
   UINTN Count = 0;
   UINTN Position = 1;
   for (;;) {
-    if (Position >= Length) {
+    if (Position >= Value.Length) {
       return;
     }
-    if (Value[Position] == '"') {
+    if (Text[Position] == '"') {
       break;
     }
     if (Count == PXE_VLAN_DIGITS) {
       return;
     }
-    Digits[Count++] = Value[Position++];
+    Digits[Count++] = Text[Position++];
   }
   // Unlike the other families, 4095 is kept as it is.
-  const UINT16 VlanId = (UINT16)AsciiStrDecimalToUintn(Digits);
-  FUNCTION_SETTINGS *Function;
-  for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
-    Function->VlanId = VlanId;
-  }
+  SetPortVlanId(Settings, (UINT16)AsciiStrDecimalToUintn(Digits));
 }
 
-VOID ParsePxeVlanQLogic8070(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+VOID ParsePxeVlanQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
   if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
   mModule.mPxeVlanEnabled = 0;
-  if (FindKeyword(Value, Length, "Enable") != nullptr) {
+  if (FindKeyword(Value, "Enable") != nullptr) {
     mModule.mPxeVlanEnabled = 1;
     return;
   }
   // Without PXE VLAN tagging no function boots on a VLAN.
-  FUNCTION_SETTINGS *Function;
-  for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
-    Function->VlanId = 0;
-  }
+  SetPortVlanId(Settings, 0);
 }
