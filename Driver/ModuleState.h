@@ -73,10 +73,7 @@ struct DRIVER_MODULE_STATE {
   BOOLEAN mParseResponse = FALSE;
   UINTN mCurrentCommandCode = 0;
   UINTN mResponseCommandCode = 0;
-  UINT32 mPciVidDid = 0;
   ADAPTER_FAMILY mFamily = {};
-  BOOLEAN mFirstFunctionOfAdapter = FALSE;
-  BOOLEAN mFirstFunctionOfPort = FALSE;
   BOOLEAN mAddrDefaultsPlanned = FALSE;
   UINT8 mPlanInstance = 0;  // load value PLAN_INSTANCE_NONE
   UINT8 mPlanInstance2 = 0; // load value PLAN_INSTANCE_NONE

@@ -2,7 +2,6 @@
 // classification into a family.
 #include "Managed/AdapterFamilies.h"
 #include "Managed/AdapterSettings.h"
-#include "Parsers/ReplyParsers.h"
 #include "Strings/Vocabulary.h"
 
 EFI_GUID gAdapterSettingsProtocolGuid = ADAPTER_SETTINGS_PROTOCOL_GUID;
@@ -13,30 +12,31 @@ EFI_GUID gAdapterSettingsProtocolGuid = ADAPTER_SETTINGS_PROTOCOL_GUID;
 #define FLAG(Name) (UINT8) __builtin_offsetof(ADAPTER_FAMILY, Name)
 
 // A controller's flags are those of the first row that lists its vendor:device pair. Rows whose
-// flags are a subset of an earlier row's come after it, so that the flags lead back to the row.
+// flags are a subset of an earlier row's come after it, so that the flags lead back to the row;
+// the rows with a value prefix of their own come first, so that it wins wherever their flag is set.
 // Columns: vendor, devices; flag, sub-family, planner, builder, value prefix (empty: the
 // vendor's), SHOW_PF_INFO keys, planned through the first function of each port only.
 const ADAPTER_FAMILY_ROW mAdapterFamilies[] = {
-  {VENDOR_INTEL, ANY_DEVICE,
-   FLAG(Intel), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", nullptr, FALSE},
   {VENDOR_QLOGIC, DEVICES(DEVICE_QLOGIC_8070, DEVICE_QLOGIC_1644, DEVICE_QLOGIC_1656),
-   FLAG(QLogic8070), NO_SUB_FAMILY, PlannerQLogic8070, BuilderQLogic8070, "data=", nullptr, TRUE},
+   FLAG(QLogic8070), NO_SUB_FAMILY, PlannerQLogic8070, BuilderQLogic8070, "data=", PfInfoNone, TRUE},
   {VENDOR_QLOGIC, DEVICES(DEVICE_QLOGIC_2261),
-   FLAG(QLogic2031), FLAG(QLogic2261), PlannerGeneral, BuilderDefault, "retdata=\r\n", ParsePfInfoQLogic2031, FALSE},
+   FLAG(QLogic2031), FLAG(QLogic2261), PlannerGeneral, BuilderDefault, "retdata=\r\n", PfInfoQLogic2031, FALSE},
+  {VENDOR_INTEL, ANY_DEVICE,
+   FLAG(Intel), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", PfInfoNone, FALSE},
   {VENDOR_QLOGIC, DEVICES(DEVICE_QLOGIC_2031, DEVICE_QLOGIC_2532),
-   FLAG(QLogic2031), NO_SUB_FAMILY, PlannerQLogic2031, BuilderQLogic2031, "", ParsePfInfoQLogic2031, FALSE},
+   FLAG(QLogic2031), NO_SUB_FAMILY, PlannerQLogic2031, BuilderQLogic2031, "", PfInfoQLogic2031, FALSE},
   {VENDOR_EMULEX, DEVICES(DEVICE_EMULEX_0720, DEVICE_EMULEX_0722, DEVICE_EMULEX_0724),
-   FLAG(Emulex0720), NO_SUB_FAMILY, PlannerEmulex0720, BuilderEmulex0720, "", ParsePfInfoEmulex0720, TRUE},
+   FLAG(Emulex0720), NO_SUB_FAMILY, PlannerEmulex0720, BuilderEmulex0720, "", PfInfoEmulex0720, TRUE},
   {VENDOR_EMULEX, DEVICES(DEVICE_EMULEX_E200, DEVICE_EMULEX_E300),
-   FLAG(EmulexE200), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", nullptr, FALSE},
+   FLAG(EmulexE200), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", PfInfoNone, FALSE},
   {VENDOR_EMULEX_OC, DEVICES(DEVICE_EMULEX_0700, DEVICE_EMULEX_0702, DEVICE_EMULEX_0704),
-   FLAG(Emulex0700), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", nullptr, TRUE},
+   FLAG(Emulex0700), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", PfInfoNone, TRUE},
   {VENDOR_EMULEX_OC, DEVICES(DEVICE_EMULEX_0710, DEVICE_EMULEX_0712, DEVICE_EMULEX_0714),
-   FLAG(Emulex0710), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", ParsePfInfoEmulex0710, TRUE},
+   FLAG(Emulex0710), NO_SUB_FAMILY, PlannerGeneral, BuilderDefault, "", PfInfoEmulex0710, TRUE},
   {VENDOR_MELLANOX, DEVICES(DEVICE_MELLANOX_1013, DEVICE_MELLANOX_1015),
-   FLAG(Mellanox1013), NO_SUB_FAMILY, PlannerMellanox1013, BuilderMellanox1013, "", nullptr, FALSE},
+   FLAG(Mellanox1013), NO_SUB_FAMILY, PlannerMellanox1013, BuilderMellanox1013, "", PfInfoNone, FALSE},
   {VENDOR_MELLANOX, DEVICES(DEVICE_MELLANOX_1017, DEVICE_MELLANOX_101B),
-   FLAG(Mellanox1017), NO_SUB_FAMILY, PlannerMellanox1017, BuilderMellanox1017, "", nullptr, FALSE},
+   FLAG(Mellanox1017), NO_SUB_FAMILY, PlannerMellanox1017, BuilderMellanox1017, "", PfInfoNone, FALSE},
 };
 
 static const ADAPTER_VENDOR_ROW mAdapterVendors[] = {
@@ -93,13 +93,13 @@ const ADAPTER_VENDOR_ROW *FindAdapterVendor(UINT16 VendorId) {
   return nullptr;
 }
 
-const CHAR8 *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings) {
+const char *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings) {
   const ADAPTER_FAMILY_ROW *Family = IdentifiedFamily();
   if (Family != nullptr && Family->ValuePrefix[0] != '\0' && Family->VendorId == Settings->VendorId) {
-    return Family->ValuePrefix;
+    return (const char *)Family->ValuePrefix;
   }
   const ADAPTER_VENDOR_ROW *Vendor = FindAdapterVendor(Settings->VendorId);
-  return Vendor != nullptr ? Vendor->ValuePrefix : ASTR("retdata=");
+  return Vendor != nullptr ? (const char *)Vendor->ValuePrefix : "retdata=";
 }
 
 BOOLEAN AcceptController(FUNCTION_SETTINGS *Settings) {

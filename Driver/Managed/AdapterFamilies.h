@@ -6,9 +6,8 @@
 
 #include "ModuleState.h"
 #include "Builders/Builders.h"
+#include "Parsers/PfInfoParsers.h"
 #include "Planning/Planning.h"
-
-typedef VOID (*PF_INFO_PARSER)(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings);
 
 #define FAMILY_DEVICE_SLOTS 3
 #define NO_SUB_FAMILY 0xFF
@@ -29,7 +28,7 @@ typedef struct {
   // Where the value of a reply starts, when it is not the vendor's (empty: the vendor's).
   CHAR8 ValuePrefix[VALUE_PREFIX_SIZE];
   // The SHOW_PF_INFO key table, or nullptr when the family reads nothing from that reply.
-  PF_INFO_PARSER ParsePfInfo;
+  PF_INFO_KEYS PfInfoKeys;
   // Planned through the first function of each port only; the other functions' controllers get END.
   BOOLEAN FirstFunctionOfPortOnly;
 } ADAPTER_FAMILY_ROW;
@@ -55,6 +54,6 @@ const ADAPTER_FAMILY_ROW *IdentifiedFamily(VOID);
 // The row of a vendor, or nullptr.
 const ADAPTER_VENDOR_ROW *FindAdapterVendor(UINT16 VendorId);
 // Where the value of a reply for this record starts.
-const CHAR8 *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings);
+const char *ReplyValuePrefix(const FUNCTION_SETTINGS *Settings);
 
 #endif

@@ -1,7 +1,9 @@
 // The key-table interpreter; see KeyTable.h for the row model.
 #include "Parsers/KeyTable.h"
+#include "Strings/Vocabulary.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
+#include "Library/BaseMemoryLib.h"
 #include "Library/HxStringLib.h"
 
 #define WORD_COPY_MAX 32
@@ -75,18 +77,16 @@ static const CHAR8 *KeyFound(const PF_INFO_KEY *Wanted, const CHAR8 *Match) {
 // that CopyLine, which leaves its destination alone past a line end, stops where it would in the
 // reply.
 static VOID StageLine(CHAR8 *Dest, const REPLY_VIEW &Text, UINTN Max, BOOLEAN KeepEnd) {
+  const CHAR8 *Source = Text.Text;
   const UINTN Limit = Text.Length < Max ? Text.Length : Max;
   UINTN Count = 0;
-  while (Count < Limit) {
-    const CHAR8 Char = Text.Text[Count];
-    if (Char == '\r' || Char == '\n' || Char == 0) {
-      if (KeepEnd) {
-        Dest[Count++] = Char;
-      }
-      break;
-    }
-    Dest[Count++] = Char;
+  while (Count < Limit && Source[Count] != '\r' && Source[Count] != '\n' && Source[Count] != 0) {
+    Count++;
   }
+  if (KeepEnd && Count < Limit) {
+    Count++;
+  }
+  CopyMem(Dest, Source, Count);
   Dest[Count] = 0;
 }
 
@@ -130,7 +130,7 @@ PF_INFO_VALUE ReadKeyRow(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *con
   const PF_INFO_VALUE NoResult = {nullptr, 0};
   const PF_INFO_ROW *Row = &Table[Index];
   const PF_INFO_CONDITION &Condition = Row->Condition;
-  if (Condition.FirstFunctionOfAdapterOnly && !mModule.mFirstFunctionOfAdapter) {
+  if (Condition.FirstFunctionOfAdapterOnly && !IsFirstFunctionOfAdapter(Settings)) {
     return NoResult;
   }
   if (Condition.Unless &&

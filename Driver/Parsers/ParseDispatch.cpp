@@ -5,6 +5,7 @@
 // step reads the reply in place, from the value start to ReplyLength and never further (see
 // ReplyScan.h for the contract); a reply of any length is searched to its end.
 #include "Parsers/DiscoveredState.h"
+#include "Managed/AdapterFamilies.h"
 #include "Parsers/PfInfoParsers.h"
 #include "Parsers/QLogic8070Parsers.h"
 #include "Parsers/RecordStore.h"
@@ -54,30 +55,10 @@ typedef enum : UINT8 {
 // Value start
 // ---------------------------------------------------------------------------------------------
 
-static const char *ValuePrefixOf(const FUNCTION_SETTINGS *Settings) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
-  switch (Settings->VendorId) {
-  case VENDOR_QLOGIC:
-    if (Family.QLogic8070) {
-      return "data=";
-    }
-    if (Family.QLogic2261) {
-      return "retdata=\r\n";
-    }
-    return "retdata=";
-  case VENDOR_MELLANOX:
-    return "data=";
-  case VENDOR_INTEL:
-    return "permanentaddress=";
-  default:
-    return "retdata=";
-  }
-}
-
 // The value start: just after the first occurrence of the family's prefix, or the reply's first
 // character when the reply has no prefix.
 static VOID FindValueStart(FUNCTION_SETTINGS *Settings, const REPLY_VIEW &Reply, PARSE_VIEW *View) {
-  const REPLY_VIEW AfterPrefix = FindValueAfter(Reply, ValuePrefixOf(Settings));
+  const REPLY_VIEW AfterPrefix = FindValueAfter(Reply, ReplyValuePrefix(Settings));
   View->PrefixFound = AfterPrefix.Text != nullptr;
   View->Settings = Settings;
   View->Value = View->PrefixFound ? AfterPrefix : Reply;
@@ -88,14 +69,15 @@ static VOID FindValueStart(FUNCTION_SETTINGS *Settings, const REPLY_VIEW &Reply,
 // ---------------------------------------------------------------------------------------------
 
 static VOID ParsePfInfoStep(const PARSE_VIEW *View) {
-  ParsePfInfoEmulex0710(View->Value.Text, View->Value.Length, View->Settings);
-  ParsePfInfoEmulex0720(View->Value.Text, View->Value.Length, View->Settings);
-  ParsePfInfoQLogic2031(View->Value.Text, View->Value.Length, View->Settings);
+  const ADAPTER_FAMILY_ROW *Family = IdentifiedFamily();
+  if (Family != nullptr) {
+    ParsePfInfo(Family->PfInfoKeys, View->Value.Text, View->Value.Length, View->Settings);
+  }
 }
 
 static VOID ParseVersionStep(const PARSE_VIEW *View) {
   FUNCTION_SETTINGS *Settings = View->Settings;
-  if (!mModule.mFirstFunctionOfAdapter) {
+  if (!IsFirstFunctionOfAdapter(View->Settings)) {
     return;
   }
   FUNCTION_SETTINGS *PortRecord;
@@ -179,7 +161,7 @@ static VOID ParseBootEnableStep(const PARSE_VIEW *View) {
   case VENDOR_QLOGIC:
     if (mModule.mFamily.QLogic2261) {
       StoreBootEnable(Settings, FindKeyword(View->Value, "Disabl") == nullptr ? 1 : 0);
-    } else if (mModule.mFamily.QLogic8070 && mModule.mFirstFunctionOfPort) {
+    } else if (mModule.mFamily.QLogic8070 && IsFirstFunctionOfPort(View->Settings)) {
       // One reply describes the boot ROM of the whole port.
       const UINT8 Enabled = FindKeyword(View->Value, "Disabled") == nullptr ? 1 : 0;
       FUNCTION_SETTINGS *Function;
@@ -254,7 +236,7 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
 
 static VOID ParseSriovStep(const PARSE_VIEW *View) {
   FUNCTION_SETTINGS *Settings = View->Settings;
-  if (!mModule.mFirstFunctionOfAdapter) {
+  if (!IsFirstFunctionOfAdapter(View->Settings)) {
     return;
   }
   FUNCTION_SETTINGS *PortRecord;
@@ -285,19 +267,19 @@ static VOID ParseLinkConfigStep(const PARSE_VIEW *View) {
 }
 
 static VOID ParseUmcStep(const PARSE_VIEW *View) {
-  if (mModule.mFirstFunctionOfAdapter) {
+  if (IsFirstFunctionOfAdapter(View->Settings)) {
     ParseUmcQLogic8070(View->Value);
   }
 }
 
 static VOID ParseBandwidthStep(const PARSE_VIEW *View) {
-  if (mModule.mFirstFunctionOfPort) {
+  if (IsFirstFunctionOfPort(View->Settings)) {
     ParseBandwidthListQLogic8070(View->Value, View->Settings, FALSE);
   }
 }
 
 static VOID ParseRateLimitStep(const PARSE_VIEW *View) {
-  if (mModule.mFirstFunctionOfPort) {
+  if (IsFirstFunctionOfPort(View->Settings)) {
     ParseBandwidthListQLogic8070(View->Value, View->Settings, TRUE);
   }
 }
@@ -361,20 +343,21 @@ static VOID ParsePxeVlanIdMellanox1013(const PARSE_VIEW *View) {
   StoreVlanId(View->Settings, (UINT16)AsciiStrDecimalToUintn(Digits));
 }
 
-static BOOLEAN IsQLogic8070PxeDevice(VOID) {
-  return mModule.mPciVidDid == VIDDID_QLOGIC_8070 || mModule.mPciVidDid == VIDDID_QLOGIC_1644;
+static BOOLEAN IsQLogic8070PxeDevice(const FUNCTION_SETTINGS *Settings) {
+  const UINT32 Device = RecordVidDid(Settings);
+  return Device == VIDDID_QLOGIC_8070 || Device == VIDDID_QLOGIC_1644;
 }
 
 static VOID ParsePxeVlanIdStep(const PARSE_VIEW *View) {
   if (mModule.mFamily.Mellanox1013) {
     ParsePxeVlanIdMellanox1013(View);
-  } else if (IsQLogic8070PxeDevice()) {
+  } else if (IsQLogic8070PxeDevice(View->Settings)) {
     ParsePxeVlanIdQLogic8070(View->Value, View->Settings);
   }
 }
 
 static VOID ParsePxeVlanStep(const PARSE_VIEW *View) {
-  if (IsQLogic8070PxeDevice()) {
+  if (IsQLogic8070PxeDevice(View->Settings)) {
     ParsePxeVlanQLogic8070(View->Value, View->Settings);
   }
 }
@@ -468,9 +451,6 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
   if (Settings == nullptr) {
     return mModule.mConfigStatus;
   }
-  mModule.mPciVidDid = RecordVidDid(Settings);
-  mModule.mFirstFunctionOfPort = Settings->PfIndex == 0;
-  mModule.mFirstFunctionOfAdapter = Settings->PortIndex == 0 && Settings->PfIndex == 0;
 
   // An empty reply (a failed command's, say) is read like any other: its keywords are absent,
   // which for several steps is a result. A missing string with a length is nothing that can be

@@ -306,25 +306,41 @@ static_assert(TABLE_ROWS(mQLogic2031Keys) <= PF_INFO_MAX_ROWS, "key table too lo
 // ---------------------------------------------------------------------------------------------
 
 VOID ParsePfInfoEmulex0710(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.Emulex0710 || Value == nullptr || Settings == nullptr) {
+  if (Value == nullptr || Settings == nullptr) {
     return;
   }
   RunKeyTable(mEmulex0710Keys, TABLE_ROWS(mEmulex0710Keys), Value, Length, Settings);
 }
 
 VOID ParsePfInfoEmulex0720(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.Emulex0720 || Value == nullptr || Settings == nullptr) {
+  if (Value == nullptr || Settings == nullptr) {
     return;
   }
-  mModule.mFirstFunctionOfAdapter = Settings->PortIndex == 0 && Settings->PfIndex == 0;
   RunKeyTable(mEmulex0720Keys, TABLE_ROWS(mEmulex0720Keys), Value, Length, Settings);
 }
 
 VOID ParsePfInfoQLogic2031(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.QLogic2031 || Value == nullptr || Settings == nullptr) {
+  if (Value == nullptr || Settings == nullptr) {
     return;
   }
   // A reply without versions counts as firmware without IOV support.
   mModule.mFcIovSupported = 0;
   RunKeyTable(mQLogic2031Keys, TABLE_ROWS(mQLogic2031Keys), Value, Length, Settings);
+}
+
+// A switch rather than a table of parser addresses: it needs no load-time relocation.
+VOID ParsePfInfo(PF_INFO_KEYS Keys, const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+  switch (Keys) {
+  case PfInfoEmulex0710:
+    ParsePfInfoEmulex0710(Value, Length, Settings);
+    break;
+  case PfInfoEmulex0720:
+    ParsePfInfoEmulex0720(Value, Length, Settings);
+    break;
+  case PfInfoQLogic2031:
+    ParsePfInfoQLogic2031(Value, Length, Settings);
+    break;
+  case PfInfoNone:
+    break;
+  }
 }

@@ -591,7 +591,6 @@ TEST_F(RecordRulesPlanningTest, AddressResetIsPlannedByTheFirstFunctionThatNeeds
 TEST_F(RecordRulesPlanningTest, ControllerSriovStopsAtANullPort) {
   mModule.mNaloHeader.SriovValid = 1;
   mModule.mNaloPortTable.Function[0].SriovEnable = 1;
-  mModule.mFirstFunctionOfAdapter = FALSE;
   FUNCTION_SETTINGS *Port0 = NewRecord(0x1077, 0x8070, 0);
   FUNCTION_SETTINGS *Port2 = NewRecord(0x1077, 0x8070, 2);
   S = NewRecord(0x1077, 0x8070, 1);

@@ -155,13 +155,13 @@ TEST_F(DispatchTest, EveryFamilyRowReachesItsPlannerAndBuilder) {
     Codes Planned;
     const char *Line0, *Line1;
   } Families[] = {
-      {0x8086, {0x1572}, {SHOW_PF_MFG_MAC}, "show PermanentAddress", nullptr},
       {0x1077,
        {0x8070, 0x1644, 0x1656},
        {SHOW_UMC, SHOW_SRIOV, SHOW_VERSION, SHOW_PXE_VLAN},
        "show device VirtualizationMode",
        nullptr},
       {0x1077, {0x2261}, {SHOW_PF_INFO}, "show port1", nullptr},
+      {0x8086, {0x1572}, {SHOW_PF_MFG_MAC}, "show PermanentAddress", nullptr},
       {0x1077, {0x2031, 0x2532}, {SHOW_PF_INFO, (INT32)EXIT}, "show port1", "exit"},
       {0x10DF, {0x0720, 0x0722, 0x0724}, {SHOW_PF_INFO}, "show port0/pf0 OEMELX_PFInfo", nullptr},
       {0x10DF,
