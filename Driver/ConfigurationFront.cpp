@@ -20,12 +20,12 @@ EFI_STATUS EFIAPI PlatformToDriverQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PRO
   EFI_STATUS Status = ToolModeQuery(This, ControllerHandle, ChildHandle, Instance, ParameterTypeGuid,
                                     ParameterBlock, ParameterBlockSize);
   if (!EFI_ERROR(Status)) {
-    mModule.mToolModeAnswered = TRUE;
-    mModule.mManagedCommandOut = FALSE;
-    return mModule.mToolModeFinished ? EFI_NOT_FOUND : Status;
+    mModule.ToolMode.mToolModeAnswered = TRUE;
+    mModule.Run.mManagedCommandOut = FALSE;
+    return mModule.ToolMode.mToolModeFinished ? EFI_NOT_FOUND : Status;
   }
 
-  mModule.mToolModeAnswered = FALSE;
+  mModule.ToolMode.mToolModeAnswered = FALSE;
   return ManagedModeQuery(ControllerHandle, ChildHandle, Instance, ParameterTypeGuid, ParameterBlock,
                           ParameterBlockSize);
 }
@@ -40,18 +40,18 @@ EFI_STATUS EFIAPI PlatformToDriverResponse(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_
     return EFI_INVALID_PARAMETER;
   }
 
-  if (mModule.mToolModeAnswered) {
-    mModule.mToolModeAnswered = FALSE;
+  if (mModule.ToolMode.mToolModeAnswered) {
+    mModule.ToolMode.mToolModeAnswered = FALSE;
     return ToolModeResponse(This, ControllerHandle, ChildHandle, Instance, ParameterTypeGuid, ParameterBlock,
                             ParameterBlockSize);
   }
 
   // A Response that no managed Query asked for (none handed out a command, or its Response came
   // already) has no command and no settings to act on: it changes nothing.
-  if (!mModule.mManagedCommandOut) {
+  if (!mModule.Run.mManagedCommandOut) {
     return EFI_SUCCESS;
   }
-  mModule.mManagedCommandOut = FALSE;
+  mModule.Run.mManagedCommandOut = FALSE;
 
   EFI_STATUS Status = ManagedModeResponse(ControllerHandle, ChildHandle, Instance, ParameterTypeGuid,
                                           ParameterBlock, ParameterBlockSize);
@@ -69,7 +69,7 @@ EFI_STATUS EFIAPI PlatformToDriverResponse(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_
   case EfiPlatformConfigurationActionRestartPlatform:
     // The QLogic8070 drivers ask for a platform restart where the adapter itself reloads; the
     // platform must keep booting for them.
-    if (!mModule.mFamily.QLogic8070) {
+    if (!mModule.Run.mFamily.QLogic8070) {
       gRT->ResetSystem(EfiResetCold, EFI_SUCCESS, 0, nullptr);
     }
     return Status;

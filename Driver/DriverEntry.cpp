@@ -22,22 +22,22 @@ EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL mPlatformToDriverConfiguration = {
 // The console-message protocol may arrive after this driver; a failed lookup is retried at the
 // next message.
 static EFI_STATUS ConsoleMessageConstructor(EFI_SYSTEM_TABLE *SystemTable) {
-  if (mModule.mConsoleMessage == nullptr) {
+  if (mModule.ToolMode.mConsoleMessage == nullptr) {
     SystemTable->BootServices->LocateProtocol(&gConsoleMessageProtocolGuid, nullptr,
-                                              (VOID **)&mModule.mConsoleMessage);
+                                              (VOID **)&mModule.ToolMode.mConsoleMessage);
   }
   return EFI_SUCCESS;
 }
 
 EFI_STATUS ConsoleMessagePrint(EFI_SYSTEM_TABLE *SystemTable, CHAR16 *String) {
-  if (mModule.mConsoleMessage == nullptr) {
+  if (mModule.ToolMode.mConsoleMessage == nullptr) {
     SystemTable->BootServices->LocateProtocol(&gConsoleMessageProtocolGuid, nullptr,
-                                              (VOID **)&mModule.mConsoleMessage);
+                                              (VOID **)&mModule.ToolMode.mConsoleMessage);
   }
-  if (mModule.mConsoleMessage == nullptr) {
+  if (mModule.ToolMode.mConsoleMessage == nullptr) {
     return EFI_NOT_FOUND;
   }
-  return mModule.mConsoleMessage->ShowMessage(String);
+  return mModule.ToolMode.mConsoleMessage->ShowMessage(String);
 }
 
 // A failing library constructor is a platform integration fault, not a reason to refuse loading.

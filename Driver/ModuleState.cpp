@@ -4,13 +4,13 @@
 DRIVER_MODULE_STATE mModule;
 
 VOID SetModuleLoadValues(VOID) {
-  mModule.mToolModeSetting = 255;
-  mModule.mPlanInstance = PLAN_INSTANCE_NONE;
-  mModule.mPlanInstance2 = PLAN_INSTANCE_NONE;
-  mModule.mClpPortDigit = '0';
-  mModule.mClpPfDigit = '0';
-  mModule.mClpTargetDigit = '0';
+  mModule.ToolMode.mToolModeSetting = 255;
+  mModule.Run.mPlanInstance = PLAN_INSTANCE_NONE;
+  mModule.Run.mPlanInstance2 = PLAN_INSTANCE_NONE;
+  mModule.Builder.mClpPortDigit = '0';
+  mModule.Builder.mClpPfDigit = '0';
+  mModule.Builder.mClpTargetDigit = '0';
   for (UINTN Index = 0; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
-    mModule.mPfTypePfNumber[Index] = 1;
+    mModule.Builder.mPfTypePfNumber[Index] = 1;
   }
 }

@@ -3,6 +3,24 @@
 #define DRIVER_PLATFORM_TO_DRIVER_H_
 
 #include "Uefi.h"
+#include "Protocol/ConsoleMessage.h"
+
+#define TOOL_COMMAND_MAX 500
+#define TOOL_BANNER_CHARS 256
+
+// The configuration front and ToolMode.
+struct TOOL_MODE_STATE {
+  BOOLEAN mToolModeAnswered = FALSE;
+  BOOLEAN mToolModeFinished = FALSE;
+  BOOLEAN mToolModeDeclined = FALSE;
+  BOOLEAN mToolBannerShown = FALSE;
+  UINT64 mToolModeSetting = 0; // load value 255: CLPCMD_MODE not read yet
+  CHAR8 mToolCommandBuffer[TOOL_COMMAND_MAX + 1] = {};
+  CHAR16 mToolBanner[TOOL_BANNER_CHARS] = {};
+  EFI_CONFIGURE_CLP_PARAMETER_BLK *mToolParameterBlock = nullptr;
+  EFI_GUID *mToolParameterTypeGuid = nullptr;
+  CONSOLE_MESSAGE_PROTOCOL *mConsoleMessage = nullptr;
+};
 
 extern EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL mPlatformToDriverConfiguration;
 extern EFI_GUID gEfiPlatformToDriverConfigurationProtocolGuid;

@@ -48,13 +48,13 @@ static VOID FormatToolVariableName(CHAR16 *Name, UINTN Instance, UINTN Function,
 // The two pool copies a ToolMode Query hands out; the Response, or the next Query when no Response
 // came, gives them back.
 static VOID ReleaseToolCopies(VOID) {
-  if (mModule.mToolParameterBlock != nullptr) {
-    FreePool(mModule.mToolParameterBlock);
-    mModule.mToolParameterBlock = nullptr;
+  if (mModule.ToolMode.mToolParameterBlock != nullptr) {
+    FreePool(mModule.ToolMode.mToolParameterBlock);
+    mModule.ToolMode.mToolParameterBlock = nullptr;
   }
-  if (mModule.mToolParameterTypeGuid != nullptr) {
-    FreePool(mModule.mToolParameterTypeGuid);
-    mModule.mToolParameterTypeGuid = nullptr;
+  if (mModule.ToolMode.mToolParameterTypeGuid != nullptr) {
+    FreePool(mModule.ToolMode.mToolParameterTypeGuid);
+    mModule.ToolMode.mToolParameterTypeGuid = nullptr;
   }
 }
 
@@ -64,11 +64,11 @@ EFI_STATUS ToolModeQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This, EF
   (void)This;
   const UINTN InstanceValue = *Instance;
 
-  if (InstanceValue != 0 && mModule.mToolModeDeclined) {
+  if (InstanceValue != 0 && mModule.ToolMode.mToolModeDeclined) {
     return EFI_NOT_FOUND;
   }
-  mModule.mToolModeDeclined = FALSE;
-  mModule.mToolModeFinished = FALSE;
+  mModule.ToolMode.mToolModeDeclined = FALSE;
+  mModule.ToolMode.mToolModeFinished = FALSE;
 
   if (ChildHandle != nullptr) {
     return EFI_NOT_FOUND;
@@ -104,33 +104,33 @@ EFI_STATUS ToolModeQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This, EF
   if (EFI_ERROR(Status) || DataSize != TOOL_LOCATION_SIZE || LocationVariable[0] != Location.Bus ||
       LocationVariable[1] != Location.Device) {
     if (InstanceValue == 0) {
-      mModule.mToolModeDeclined = TRUE;
+      mModule.ToolMode.mToolModeDeclined = TRUE;
     }
     return EFI_NOT_FOUND;
   }
 
-  if (mModule.mToolModeSetting == 255) {
-    DataSize = sizeof(mModule.mToolModeSetting);
+  if (mModule.ToolMode.mToolModeSetting == 255) {
+    DataSize = sizeof(mModule.ToolMode.mToolModeSetting);
     if (EFI_ERROR(gRT->GetVariable(WSTR("CLPCMD_MODE"), &gEfiPlatformToDriverConfigurationClpGuid, nullptr,
-                                   &DataSize, &mModule.mToolModeSetting))) {
-      mModule.mToolModeSetting = 1;
+                                   &DataSize, &mModule.ToolMode.mToolModeSetting))) {
+      mModule.ToolMode.mToolModeSetting = 1;
     }
   }
-  if (mModule.mToolModeSetting == 0) {
-    mModule.mToolModeFinished = TRUE;
+  if (mModule.ToolMode.mToolModeSetting == 0) {
+    mModule.ToolMode.mToolModeFinished = TRUE;
     return EFI_SUCCESS;
   }
 
-  if (!mModule.mToolBannerShown) {
-    mModule.mToolBannerShown = TRUE;
-    UnicodeSPrint(mModule.mToolBanner, sizeof(mModule.mToolBanner),
+  if (!mModule.ToolMode.mToolBannerShown) {
+    mModule.ToolMode.mToolBannerShown = TRUE;
+    UnicodeSPrint(mModule.ToolMode.mToolBanner, sizeof(mModule.ToolMode.mToolBanner),
                   WSTR("\r\n!!! TOOL 'Tolvar(EFI)' IS ENABLED FOR V/D %x/%x, BUS/DEV %x/%x !!!\r\n"),
                   (UINT32)VendorId, (UINT32)DeviceId, (UINT32)Location.Bus, (UINT32)Location.Device);
-    ConsoleMessagePrint(gST, mModule.mToolBanner);
+    ConsoleMessagePrint(gST, mModule.ToolMode.mToolBanner);
   }
 
   if (InstanceValue >= TOOL_MAX_INSTANCES) {
-    mModule.mToolModeDeclined = TRUE;
+    mModule.ToolMode.mToolModeDeclined = TRUE;
     return EFI_NOT_FOUND;
   }
 
@@ -138,12 +138,12 @@ EFI_STATUS ToolModeQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This, EF
   FormatToolVariableName(VariableName, InstanceValue, Location.Function, FALSE);
   DataSize = TOOL_COMMAND_MAX;
   if (gRT->GetVariable(VariableName, &gEfiPlatformToDriverConfigurationClpGuid, nullptr, &DataSize,
-                       mModule.mToolCommandBuffer) != EFI_SUCCESS ||
+                       mModule.ToolMode.mToolCommandBuffer) != EFI_SUCCESS ||
       DataSize > TOOL_COMMAND_MAX) {
-    mModule.mToolModeFinished = TRUE;
+    mModule.ToolMode.mToolModeFinished = TRUE;
     return EFI_SUCCESS;
   }
-  mModule.mToolCommandBuffer[DataSize] = '\0';
+  mModule.ToolMode.mToolCommandBuffer[DataSize] = '\0';
 
   // A Query whose Response never came leaves its copies behind; they are not lost, they are
   // released here before new ones replace them.
@@ -155,8 +155,8 @@ EFI_STATUS ToolModeQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This, EF
   if (Block == nullptr) {
     return EFI_NOT_FOUND;
   }
-  mModule.mToolParameterBlock = Block;
-  Block->CLPCommand = mModule.mToolCommandBuffer;
+  mModule.ToolMode.mToolParameterBlock = Block;
+  Block->CLPCommand = mModule.ToolMode.mToolCommandBuffer;
   Block->CLPCommandLength = (UINT32)DataSize;
   Block->CLPReturnString = nullptr;
   Block->CLPReturnStringLength = 2;
@@ -168,11 +168,11 @@ EFI_STATUS ToolModeQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This, EF
   EFI_GUID *Guid = (EFI_GUID *)AllocatePool(sizeof(EFI_GUID));
   if (Guid == nullptr) {
     // The front then asks ManagedMode and no Response comes for this block.
-    FreePool(mModule.mToolParameterBlock);
-    mModule.mToolParameterBlock = nullptr;
+    FreePool(mModule.ToolMode.mToolParameterBlock);
+    mModule.ToolMode.mToolParameterBlock = nullptr;
     return EFI_NOT_FOUND;
   }
-  mModule.mToolParameterTypeGuid = Guid;
+  mModule.ToolMode.mToolParameterTypeGuid = Guid;
   CopyGuid(Guid, &gEfiPlatformToDriverConfigurationClpGuid);
   *ParameterTypeGuid = Guid;
   return EFI_SUCCESS;

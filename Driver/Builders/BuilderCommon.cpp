@@ -1,4 +1,5 @@
 // The line interpreter shared by all CLP builders, and the builders' small helpers.
+#include "ModuleState.h"
 #include "BuilderCommon.h"
 
 #include <Library/BaseLib.h>
@@ -96,7 +97,7 @@ static VOID PatchDigit(CHAR8 *Position, CHAR8 Digit) {
 }
 
 static VOID CopyTemplate(const CLP_ROW *Line, const CHAR8 *Text) {
-  CHAR8 *Buffer = mModule.ClpCommandBuffer;
+  CHAR8 *Buffer = mModule.Builder.ClpCommandBuffer;
   const UINTN Length = BoundedLength(Text, CLP_BUFFER_BYTES - 1);
   for (UINTN Index = 0; Index < Length; Index++) {
     Buffer[Index] = Text[Index];
@@ -104,18 +105,18 @@ static VOID CopyTemplate(const CLP_ROW *Line, const CHAR8 *Text) {
   Buffer[Length] = 0;
 
   if (Line->Digits & DigitPort) {
-    PatchDigit(After(Buffer, "port"), mModule.mClpPortDigit);
+    PatchDigit(After(Buffer, "port"), mModule.Builder.mClpPortDigit);
   }
   if (Line->Digits & DigitPf) {
     CHAR8 *Slash = After(Buffer, "/pf");
-    PatchDigit(Slash != nullptr ? Slash : After(Buffer, ".pf"), mModule.mClpPfDigit);
+    PatchDigit(Slash != nullptr ? Slash : After(Buffer, ".pf"), mModule.Builder.mClpPfDigit);
   }
   if (Line->Digits & DigitTarget) {
-    PatchDigit(After(Buffer, "target"), mModule.mClpTargetDigit);
+    PatchDigit(After(Buffer, "target"), mModule.Builder.mClpTargetDigit);
   }
   if ((Line->Digits & DigitIndex) && Length >= 4 && Buffer[Length - 4] == '[' && Buffer[Length - 2] == ']' &&
       Buffer[Length - 1] == '=') {
-    Buffer[Length - 3] = mModule.mClpTargetDigit;
+    Buffer[Length - 3] = mModule.Builder.mClpTargetDigit;
   }
 }
 
@@ -134,11 +135,13 @@ static UINT32 ArgumentValue(UINT8 Arg, const FUNCTION_SETTINGS *Function, const 
   case ArgValue:
     return (UINT32)Value->Number;
   case ArgPfTypePfNumber:
-    return mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES
-               ? (UINT32)mModule.mPfTypePfNumber[mModule.mEmulexPfTypeSetIndex]
+    return mModule.Builder.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES
+               ? (UINT32)mModule.Builder.mPfTypePfNumber[mModule.Builder.mEmulexPfTypeSetIndex]
                : 0;
   case ArgNextPfIndexPlus1:
-    return mModule.mPfTypeCount < PF_TYPE_TABLE_ENTRIES ? (UINT32)mPfIndexTable[mModule.mPfTypeCount] + 1 : 0;
+    return mModule.Discovered.mPfTypeCount < PF_TYPE_TABLE_ENTRIES
+               ? (UINT32)mPfIndexTable[mModule.Discovered.mPfTypeCount] + 1
+               : 0;
   default:
     return 0;
   }
@@ -147,15 +150,15 @@ static UINT32 ArgumentValue(UINT8 Arg, const FUNCTION_SETTINGS *Function, const 
 static BOOLEAN ConditionHolds(const CLP_ROW *Line, const FUNCTION_SETTINGS *Function) {
   switch (Line->Condition) {
   case CondPartitioned:
-    return mModule.mCurrentUmc == 1;
+    return mModule.Discovered.mCurrentUmc == 1;
   case CondUsableVlan: {
     const UINT64 Vlan = ResolveValue(Line->Source, Function).Number;
     return Vlan != 0 && Vlan < VLAN_NONE;
   }
   case CondPfTypeSetIndexValid:
-    return mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES;
+    return mModule.Builder.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES;
   case CondPfTypeCountValid:
-    return mModule.mPfTypeCount < PF_TYPE_TABLE_ENTRIES;
+    return mModule.Discovered.mPfTypeCount < PF_TYPE_TABLE_ENTRIES;
   default:
     return TRUE;
   }
@@ -164,29 +167,29 @@ static BOOLEAN ConditionHolds(const CLP_ROW *Line, const FUNCTION_SETTINGS *Func
 static VOID StoreSentValue(UINT8 Store, const FUNCTION_SETTINGS *Function, UINT64 Number) {
   switch (Store) {
   case StorePortEnable:
-    mModule.mTargetPortEnable = Function->PortEnable;
+    mModule.Planner.mTargetPortEnable = Function->PortEnable;
     break;
   case StoreBootEnable:
-    mModule.mTargetBootEnable = Function->BootEnable;
+    mModule.Planner.mTargetBootEnable = Function->BootEnable;
     break;
   case StoreVlan:
-    mModule.mTargetVlanId = (UINT16)Number;
+    mModule.Discovered.mTargetVlanId = (UINT16)Number;
     break;
   case StoreBandwidth:
-    mModule.mTargetBandwidth = (UINT8)Number;
+    mModule.Planner.mTargetBandwidth = (UINT8)Number;
     break;
   case StoreRateLimit:
-    mModule.mTargetRateLimit = (UINT8)Number;
+    mModule.Planner.mTargetRateLimit = (UINT8)Number;
     break;
   case StorePfTypeSet:
-    mModule.mTargetPfTypeWork = (UINT32)Number;
-    if (mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES) {
-      mModule.mEmulexPfTypeSetIndex++;
+    mModule.Planner.mTargetPfTypeWork = (UINT32)Number;
+    if (mModule.Builder.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES) {
+      mModule.Builder.mEmulexPfTypeSetIndex++;
     }
     break;
   case StorePxeVlan:
-    mModule.mTargetBootEnable = Function->BootEnableToApply;
-    mModule.mTargetVlanId = (UINT16)Number;
+    mModule.Planner.mTargetBootEnable = Function->BootEnableToApply;
+    mModule.Discovered.mTargetVlanId = (UINT16)Number;
     break;
   default:
     break;
@@ -222,14 +225,14 @@ EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUN
                       BOOLEAN *ParseResponse) {
   const CHAR8 *Prefix = ClpPool(Dialect) + Line->Prefix;
   const UINTN FormatCapacity = Dialect->FormatCapacity;
-  CHAR8 *Buffer = mModule.ClpCommandBuffer;
+  CHAR8 *Buffer = mModule.Builder.ClpCommandBuffer;
   EFI_STATUS Status = EFI_SUCCESS;
   Function = ClpFunctionOrAbsent(Function);
   const CLP_VALUE Value = ResolveValue(Line->Source, Function);
 
   Buffer[0] = 0;
   if (Line->TargetDigit != 0) {
-    mModule.mClpTargetDigit = (CHAR8)('0' + Line->TargetDigit - 1);
+    mModule.Builder.mClpTargetDigit = (CHAR8)('0' + Line->TargetDigit - 1);
   }
   if (Line->Form == LineTemplate) {
     CopyTemplate(Line, Prefix);
@@ -273,7 +276,7 @@ static VOID AppendDigits(CHAR8 *Text, UINTN *Length, UINTN Capacity, UINT32 Valu
 }
 
 VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode) {
-  CHAR8 *Buffer = mModule.ClpCommandBuffer;
+  CHAR8 *Buffer = mModule.Builder.ClpCommandBuffer;
   if (Mode != DigitsUnused) {
     Function = ClpFunctionOrAbsent(Function);
     const UINT32 Offset = Mode == DigitsFromOne ? 1 : 0;
@@ -284,19 +287,19 @@ VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode) {
     AppendDigits(Buffer, &Length, 2, (UINT32)Function->PortIndex + Offset);
     AppendDigits(Buffer, &Length, 2, (UINT32)Function->PfIndex + Offset);
     Buffer[Length] = 0;
-    mModule.mClpPortDigit = Buffer[0];
-    mModule.mClpPfDigit = Buffer[1];
-    mModule.mClpTargetDigit = '0';
+    mModule.Builder.mClpPortDigit = Buffer[0];
+    mModule.Builder.mClpPfDigit = Buffer[1];
+    mModule.Builder.mClpTargetDigit = '0';
   }
   Buffer[0] = 0;
 }
 
 VOID WriteClpExit(VOID) {
-  AsciiStrCpy(mModule.ClpCommandBuffer, ASTR("exit"));
+  AsciiStrCpy(mModule.Builder.ClpCommandBuffer, ASTR("exit"));
 }
 
 EFI_STATUS RefuseClpCode(ADAPTER_SETTINGS *Adapter, CLP_UNKNOWN_RULE Rule) {
-  mModule.ClpCommandBuffer[0] = 0;
+  mModule.Builder.ClpCommandBuffer[0] = 0;
   if (Adapter != nullptr) {
     Adapter->ProgressFlags |= PROGRESS_FLAG_CONFIG_DONE;
     if (Rule == UnknownClearsReconfigure) {

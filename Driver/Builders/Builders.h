@@ -2,8 +2,24 @@
 #ifndef DRIVER_BUILDERS_BUILDERS_H_
 #define DRIVER_BUILDERS_BUILDERS_H_
 
-#include "ModuleState.h"
+#include "Uefi.h"
+#include "Protocol/AdapterSettings.h"
 #include "Planning/CommandCodes.h"
+
+#define CLP_COMMAND_BUFFER_SIZE 1024
+#define PF_TYPE_TABLE_ENTRIES 16
+
+// The command line being built and the digits the builders address ports, functions and targets
+// with. Load values: the digits '0', every mPfTypePfNumber entry 1.
+struct BUILDER_STATE {
+  CHAR8 ClpCommandBuffer[CLP_COMMAND_BUFFER_SIZE] = {};
+  CHAR8 mClpPortDigit = 0;
+  CHAR8 mClpPfDigit = 0;
+  CHAR8 mClpTargetDigit = 0;
+  UINT64 mPfTypePfNumber[PF_TYPE_TABLE_ENTRIES] = {};
+  UINT8 mEmulexPfTypeSetIndex = 0;
+  UINT8 mEmulex0720Flag = 0;
+};
 
 typedef EFI_STATUS (*CLP_BUILDER)(ADAPTER_SETTINGS *Adapter, FUNCTION_SETTINGS *Function, UINT64 Code,
                                   BOOLEAN *ParseResponse);

@@ -111,9 +111,9 @@ static CLP_VALUE Bytes(const void *Pointer) {
 }
 
 CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
-  const NALO_ADDRESS_ENTRY *Address = mModule.mCurAddressEntry;
-  const NALO_FUNCTION_ENTRY *Entry = mModule.mCurFunctionEntry;
-  const NALO_BOOT_ENTRY *Boot = mModule.mCurBootEntry;
+  const NALO_ADDRESS_ENTRY *Address = mModule.Tables.mCurAddressEntry;
+  const NALO_FUNCTION_ENTRY *Entry = mModule.Tables.mCurFunctionEntry;
+  const NALO_BOOT_ENTRY *Boot = mModule.Tables.mCurBootEntry;
 
   switch (Source) {
   case SrcPortEnable:
@@ -134,16 +134,16 @@ CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
     }
     return Number(RecordVidDid(Function) == VIDDID_QLOGIC_1656 ? 2 : 1);
   case SrcActiveLinkConfig:
-    return Number(mModule.mActiveLinkConfig);
+    return Number(mModule.Discovered.mActiveLinkConfig);
   case SrcTargetPfCount:
-    return Number(mModule.mTargetPfCount);
+    return Number(mModule.Discovered.mTargetPfCount);
   case SrcTargetPersonality:
-    return Number(mModule.mTargetPersonality);
+    return Number(mModule.Discovered.mTargetPersonality);
   case SrcTargetUmc:
-    return Number(mModule.mTargetUmc);
+    return Number(mModule.Discovered.mTargetUmc);
   case SrcPfTypeOfSetIndex:
-    return Number(mModule.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES
-                      ? mModule.mPfTypeTable[mModule.mEmulexPfTypeSetIndex]
+    return Number(mModule.Builder.mEmulexPfTypeSetIndex < PF_TYPE_TABLE_ENTRIES
+                      ? mModule.Discovered.mPfTypeTable[mModule.Builder.mEmulexPfTypeSetIndex]
                       : PF_TYPE_TABLE_ENTRIES);
   case SrcMac:
     return Bytes(Address != nullptr ? Address->Mac : nullptr);
@@ -164,7 +164,7 @@ CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
     return Number(Vlan == VLAN_NONE ? 0 : Vlan);
   }
   case SrcRoceMode:
-    return Number(mModule.mNaloPortTable.Function[0].RoceMode);
+    return Number(mModule.Tables.mNaloPortTable.Function[0].RoceMode);
   case SrcBootVlanOr4095: {
     const UINT64 Vlan = MaskedVlan(Boot != nullptr ? Boot->BootVlanId : nullptr);
     return Number(Vlan == 0 ? VLAN_NONE : Vlan);
@@ -181,7 +181,7 @@ CLP_VALUE ResolveValue(UINT8 Source, const FUNCTION_SETTINGS *Function) {
   }
 
   if (Source == SrcInitiatorName) {
-    return Bytes(mModule.mNaloHeader.InitiatorName);
+    return Bytes(mModule.Tables.mNaloHeader.InitiatorName);
   }
   if (Boot == nullptr) {
     return CLP_VALUE{0, nullptr};
@@ -309,7 +309,7 @@ static UINTN ValueNeed(const CLP_ROW *Line) {
 }
 
 VOID AppendValue(const CLP_ROW *Line, const CLP_VALUE *Value) {
-  CHAR8 *Buffer = mModule.ClpCommandBuffer;
+  CHAR8 *Buffer = mModule.Builder.ClpCommandBuffer;
   const UINTN Used = BoundedLength(Buffer, CLP_BUFFER_BYTES - 1);
   CHAR8 *End = Buffer + Used;
   const UINTN Room = CLP_BUFFER_BYTES - Used;

@@ -1,5 +1,6 @@
 // The adapter families and vendors as data, the acceptance of a controller for ManagedMode and its
 // classification into a family.
+#include "ModuleState.h"
 #include "Managed/AdapterFamilies.h"
 #include "Managed/AdapterSettings.h"
 #include "Strings/Vocabulary.h"
@@ -72,7 +73,7 @@ const ADAPTER_FAMILY_ROW *FindAdapterFamily(UINT16 VendorId, UINT16 DeviceId) {
 // The flags are all BOOLEANs, so a flag's place is its index.
 static_assert(sizeof(ADAPTER_FAMILY) == 10 * sizeof(BOOLEAN), "ADAPTER_FAMILY holds only its ten flags");
 static BOOLEAN *FamilyFlag(UINT8 Place) {
-  return (BOOLEAN *)&mModule.mFamily + Place;
+  return (BOOLEAN *)&mModule.Run.mFamily + Place;
 }
 
 const ADAPTER_FAMILY_ROW *IdentifiedFamily(VOID) {
@@ -116,7 +117,7 @@ BOOLEAN AcceptController(FUNCTION_SETTINGS *Settings) {
 }
 
 BOOLEAN IdentifyAdapterFamily(FUNCTION_SETTINGS *Settings) {
-  mModule.mFamily = ADAPTER_FAMILY{};
+  mModule.Run.mFamily = ADAPTER_FAMILY{};
   const ADAPTER_FAMILY_ROW *Row = FindAdapterFamily(Settings->VendorId, Settings->DeviceId);
   if (Row == nullptr) {
     return FALSE;

@@ -1,5 +1,6 @@
 // ManagedMode Query: finds the controller's settings record, plans the controller's command list
 // in phases and hands out one CLP command per Instance.
+#include "ModuleState.h"
 #include "PlatformToDriver.h"
 #include "Managed/AdapterFamilies.h"
 #include "Managed/AdapterSettings.h"
@@ -17,49 +18,50 @@ static VOID PointEntriesAt(UINTN Index) {
   if (Index < NALO_FUNCTION_ENTRIES) {
     SelectNaloEntries(Index);
   } else {
-    mModule.mCurFunctionEntry = nullptr;
-    mModule.mCurAddressEntry = nullptr;
-    mModule.mCurBootEntry = nullptr;
+    mModule.Tables.mCurFunctionEntry = nullptr;
+    mModule.Tables.mCurAddressEntry = nullptr;
+    mModule.Tables.mCurBootEntry = nullptr;
   }
 }
 
 static VOID StartControllerRun(const ADAPTER_FAMILY_ROW *Family, FUNCTION_SETTINGS *Adapter, BOOLEAN *Plan) {
   if (IsFirstFunctionOfAdapter(Adapter)) {
     // A new adapter: forget what the previous adapter's first function discovered.
-    mModule.mLinkConfig = 0;
-    mModule.mActiveLinkConfig = 0;
-    mModule.mCurrentUmc = 0;
-    mModule.mTargetUmc = 0;
-    mModule.mCurrentPersonality = 0;
-    mModule.mTargetPersonality = 0;
-    mModule.mCurrentPfCount = 0;
-    mModule.mTargetPfCount = 0;
-    mModule.mRoceMode = 0;
-    mModule.mSriovRequested = 0;
-    mModule.mRoceTypeFound = 0;
-    mModule.mPlanStopped = 0;
+    mModule.Discovered.mLinkConfig = 0;
+    mModule.Discovered.mActiveLinkConfig = 0;
+    mModule.Discovered.mCurrentUmc = 0;
+    mModule.Discovered.mTargetUmc = 0;
+    mModule.Discovered.mCurrentPersonality = 0;
+    mModule.Discovered.mTargetPersonality = 0;
+    mModule.Discovered.mCurrentPfCount = 0;
+    mModule.Discovered.mTargetPfCount = 0;
+    mModule.Planner.mRoceMode = 0;
+    mModule.Planner.mSriovRequested = 0;
+    mModule.Planner.mRoceTypeFound = 0;
+    mModule.Run.mPlanStopped = 0;
   }
-  mModule.mPlanInstance = PLAN_INSTANCE_NONE;
-  mModule.mCurrentPortEnable = Adapter->PortEnable;
-  mModule.mTargetPortEnable = Adapter->PortEnable;
-  mModule.mPlanInstance2 = PLAN_INSTANCE_NONE;
-  mModule.mPlanComplete = 0;
-  mModule.mLinkAdjusted = 0;
+  mModule.Run.mPlanInstance = PLAN_INSTANCE_NONE;
+  mModule.Planner.mCurrentPortEnable = Adapter->PortEnable;
+  mModule.Planner.mTargetPortEnable = Adapter->PortEnable;
+  mModule.Run.mPlanInstance2 = PLAN_INSTANCE_NONE;
+  mModule.Run.mPlanComplete = 0;
+  mModule.Run.mLinkAdjusted = 0;
 
   for (UINTN Index = 0; Index < COMMAND_LIST_ENTRIES; Index++) {
-    mModule.CommandList[Index] = END;
+    mModule.Run.CommandList[Index] = END;
   }
-  mModule.mCommandCount = 0;
+  mModule.Run.mCommandCount = 0;
 
-  if (mModule.mFamily.Emulex0720 && (mModule.mActiveLinkConfig == 1 || mModule.mActiveLinkConfig == 3)) {
+  if (mModule.Run.mFamily.Emulex0720 &&
+      (mModule.Discovered.mActiveLinkConfig == 1 || mModule.Discovered.mActiveLinkConfig == 3)) {
     AdjustLinkLayout(Adapter);
-    mModule.mLinkAdjusted = 1;
+    mModule.Run.mLinkAdjusted = 1;
   }
 
   // Taken after the layout adjustment, which may renumber the record.
   const BOOLEAN FirstOfPort = IsFirstFunctionOfPort(Adapter);
   if (FirstOfPort) {
-    mModule.mAddrDefaultsPlanned = FALSE;
+    mModule.Run.mAddrDefaultsPlanned = FALSE;
   }
   if (Family != nullptr && Family->FirstFunctionOfPortOnly && !FirstOfPort) {
     *Plan = FALSE;
@@ -67,33 +69,35 @@ static VOID StartControllerRun(const ADAPTER_FAMILY_ROW *Family, FUNCTION_SETTIN
 }
 
 static VOID RunPlanningPass(const ADAPTER_FAMILY_ROW *Family, UINTN Instance, FUNCTION_SETTINGS *Adapter) {
-  const PLAN_STATE Snapshot = {mModule.mPlanInstance, mModule.mPlanInstance2, mModule.mPlanStopped,
-                               mModule.mPlanComplete, mModule.mLinkAdjusted};
+  const PLAN_STATE Snapshot = {mModule.Run.mPlanInstance, mModule.Run.mPlanInstance2,
+                               mModule.Run.mPlanStopped, mModule.Run.mPlanComplete,
+                               mModule.Run.mLinkAdjusted};
 
   // The record's function list has 16 slots whatever FunctionCount claims.
   const UINTN FunctionCount =
       Adapter->FunctionCount < FUNCTION_LIST_ENTRIES ? Adapter->FunctionCount : FUNCTION_LIST_ENTRIES;
   for (UINTN Index = 0; Index < FunctionCount; Index++) {
     FUNCTION_SETTINGS *Function = Adapter->Functions[Index];
-    if ((Index > 0 && mModule.mLinkConfig == 1) || Function == nullptr || mModule.mPlanStopped != 0) {
+    if ((Index > 0 && mModule.Discovered.mLinkConfig == 1) || Function == nullptr ||
+        mModule.Run.mPlanStopped != 0) {
       break;
     }
-    const UINTN First = mModule.mCommandCount;
+    const UINTN First = mModule.Run.mCommandCount;
     PointEntriesAt(Index);
     PLAN_STATE Copy = Snapshot;
-    RunFamilyPlanner(Family->Planner, Instance, Function, &Copy, &mModule.mCommandCount);
-    for (UINTN Entry = First; Entry < mModule.mCommandCount && Entry < COMMAND_LIST_ENTRIES; Entry++) {
-      mModule.mCommandSettings[Entry] = Function;
+    RunFamilyPlanner(Family->Planner, Instance, Function, &Copy, &mModule.Run.mCommandCount);
+    for (UINTN Entry = First; Entry < mModule.Run.mCommandCount && Entry < COMMAND_LIST_ENTRIES; Entry++) {
+      mModule.Run.mCommandSettings[Entry] = Function;
     }
   }
 
   // Planners stop appending two entries short of the end, so EXIT and END always fit.
-  if (mModule.mPlanComplete != 0 && mModule.mCommandCount < COMMAND_LIST_ENTRIES) {
-    mModule.CommandList[mModule.mCommandCount] = (INT32)EXIT;
-    mModule.mCommandSettings[mModule.mCommandCount] = Adapter;
-    mModule.mCommandCount++;
-    if (mModule.mCommandCount < COMMAND_LIST_ENTRIES) {
-      mModule.CommandList[mModule.mCommandCount] = END;
+  if (mModule.Run.mPlanComplete != 0 && mModule.Run.mCommandCount < COMMAND_LIST_ENTRIES) {
+    mModule.Run.CommandList[mModule.Run.mCommandCount] = (INT32)EXIT;
+    mModule.Run.mCommandSettings[mModule.Run.mCommandCount] = Adapter;
+    mModule.Run.mCommandCount++;
+    if (mModule.Run.mCommandCount < COMMAND_LIST_ENTRIES) {
+      mModule.Run.CommandList[mModule.Run.mCommandCount] = END;
     }
   }
 }
@@ -111,16 +115,17 @@ EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 *
   }
   // 255 in a plan byte means "no such phase"; a plan never grows that long, so an Instance of 255
   // cannot be a real phase start.
-  const BOOLEAN AtPhase2 = mModule.mPlanInstance != PLAN_INSTANCE_NONE && N == mModule.mPlanInstance;
-  const BOOLEAN AtPhase3 = mModule.mPlanInstance2 != PLAN_INSTANCE_NONE && N == mModule.mPlanInstance2;
+  const BOOLEAN AtPhase2 = mModule.Run.mPlanInstance != PLAN_INSTANCE_NONE && N == mModule.Run.mPlanInstance;
+  const BOOLEAN AtPhase3 =
+      mModule.Run.mPlanInstance2 != PLAN_INSTANCE_NONE && N == mModule.Run.mPlanInstance2;
   if (N != 0 && !AtPhase2 && !AtPhase3) {
     Plan = FALSE;
   }
-  if (mModule.mPlanComplete != 0 || mModule.mPlanStopped != 0) {
+  if (mModule.Run.mPlanComplete != 0 || mModule.Run.mPlanStopped != 0) {
     Plan = FALSE;
   }
   if (AtPhase2) {
-    if (mModule.mLinkAdjusted == 0) {
+    if (mModule.Run.mLinkAdjusted == 0) {
       AdjustLinkLayout(Adapter);
     }
     LoadNaloConfiguration(Adapter);
@@ -130,40 +135,40 @@ EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 *
   }
 
   FUNCTION_SETTINGS *Function = Adapter;
-  if (N < mModule.mCommandCount && N < COMMAND_LIST_ENTRIES) {
-    mModule.mCurrentCommandCode = (UINTN)(INTN)mModule.CommandList[N];
-    if (mModule.mCommandSettings[N] != nullptr) {
-      Function = mModule.mCommandSettings[N];
+  if (N < mModule.Run.mCommandCount && N < COMMAND_LIST_ENTRIES) {
+    mModule.Run.mCurrentCommandCode = (UINTN)(INTN)mModule.Run.CommandList[N];
+    if (mModule.Run.mCommandSettings[N] != nullptr) {
+      Function = mModule.Run.mCommandSettings[N];
     }
   } else {
-    mModule.mCurrentCommandCode = END;
+    mModule.Run.mCurrentCommandCode = END;
   }
 
   PointEntriesAt(Function->PfIndex);
   const EFI_STATUS Status = BuildClpCommand(Family != nullptr ? Family->Builder : BuilderDefault, Adapter,
-                                            Function, mModule.mCurrentCommandCode, ParseFlag);
+                                            Function, mModule.Run.mCurrentCommandCode, ParseFlag);
 
   *Settings = Function;
-  *CommandText = mModule.ClpCommandBuffer;
-  *ResponseCode = mModule.mCurrentCommandCode;
+  *CommandText = mModule.Builder.ClpCommandBuffer;
+  *ResponseCode = mModule.Run.mCurrentCommandCode;
   return Status;
 }
 
 static EFI_STATUS GetControllerSettings(EFI_HANDLE ControllerHandle, FUNCTION_SETTINGS **Settings) {
-  if (mModule.mAdapterSettingsProtocol == nullptr) {
+  if (mModule.Run.mAdapterSettingsProtocol == nullptr) {
     // Only proves that the platform provides the protocol at all.
     if (EFI_ERROR(gBS->LocateProtocol(&gAdapterSettingsProtocolGuid, nullptr,
-                                      (VOID **)&mModule.mAdapterSettingsProtocol))) {
+                                      (VOID **)&mModule.Run.mAdapterSettingsProtocol))) {
       return EFI_NOT_FOUND;
     }
   }
   if (EFI_ERROR(gBS->HandleProtocol(ControllerHandle, &gAdapterSettingsProtocolGuid,
-                                    (VOID **)&mModule.mAdapterSettingsProtocol)) ||
-      mModule.mAdapterSettingsProtocol == nullptr) {
+                                    (VOID **)&mModule.Run.mAdapterSettingsProtocol)) ||
+      mModule.Run.mAdapterSettingsProtocol == nullptr) {
     return EFI_NOT_FOUND;
   }
-  if (EFI_ERROR(
-          mModule.mAdapterSettingsProtocol->GetAdapterSettings(mModule.mAdapterSettingsProtocol, Settings)) ||
+  if (EFI_ERROR(mModule.Run.mAdapterSettingsProtocol->GetAdapterSettings(mModule.Run.mAdapterSettingsProtocol,
+                                                                         Settings)) ||
       *Settings == nullptr) {
     return EFI_NOT_FOUND;
   }
@@ -172,10 +177,10 @@ static EFI_STATUS GetControllerSettings(EFI_HANDLE ControllerHandle, FUNCTION_SE
 
 EFI_STATUS ManagedModeQuery(EFI_HANDLE ControllerHandle, EFI_HANDLE ChildHandle, UINTN *Instance,
                             EFI_GUID **ParameterTypeGuid, VOID **ParameterBlock, UINTN *ParameterBlockSize) {
-  mModule.mCurrentSettings = nullptr;
-  mModule.mParseResponse = FALSE;
-  mModule.mResponseCommandCode = 0;
-  mModule.mManagedCommandOut = FALSE;
+  mModule.Run.mCurrentSettings = nullptr;
+  mModule.Run.mParseResponse = FALSE;
+  mModule.Run.mResponseCommandCode = 0;
+  mModule.Run.mManagedCommandOut = FALSE;
 
   if (ChildHandle != nullptr) {
     return EFI_NOT_FOUND;
@@ -184,22 +189,22 @@ EFI_STATUS ManagedModeQuery(EFI_HANDLE ControllerHandle, EFI_HANDLE ChildHandle,
   if (EFI_ERROR(GetControllerSettings(ControllerHandle, &Settings))) {
     return EFI_NOT_FOUND;
   }
-  mModule.mCurrentSettings = Settings;
+  mModule.Run.mCurrentSettings = Settings;
   if (!AcceptController(Settings) || !IdentifyAdapterFamily(Settings)) {
     return EFI_NOT_FOUND;
   }
 
-  CHAR8 *CommandText = mModule.ClpCommandBuffer;
-  const EFI_STATUS Status = RunManagedStep(Instance, &mModule.mCurrentSettings, &CommandText,
-                                           &mModule.mParseResponse, &mModule.mResponseCommandCode);
+  CHAR8 *CommandText = mModule.Builder.ClpCommandBuffer;
+  const EFI_STATUS Status = RunManagedStep(Instance, &mModule.Run.mCurrentSettings, &CommandText,
+                                           &mModule.Run.mParseResponse, &mModule.Run.mResponseCommandCode);
 
-  ZeroMem(&mModule.mClpParameterBlock, sizeof(mModule.mClpParameterBlock));
-  mModule.mClpParameterBlock.CLPCommand = CommandText;
-  mModule.mClpParameterBlock.CLPCommandLength = (UINT32)AsciiStrLen(CommandText);
+  ZeroMem(&mModule.Run.mClpParameterBlock, sizeof(mModule.Run.mClpParameterBlock));
+  mModule.Run.mClpParameterBlock.CLPCommand = CommandText;
+  mModule.Run.mClpParameterBlock.CLPCommandLength = (UINT32)AsciiStrLen(CommandText);
   *ParameterTypeGuid = &gEfiPlatformToDriverConfigurationClpGuid;
-  *ParameterBlock = &mModule.mClpParameterBlock;
-  *ParameterBlockSize = sizeof(mModule.mClpParameterBlock);
+  *ParameterBlock = &mModule.Run.mClpParameterBlock;
+  *ParameterBlockSize = sizeof(mModule.Run.mClpParameterBlock);
 
-  mModule.mManagedCommandOut = !EFI_ERROR(Status);
+  mModule.Run.mManagedCommandOut = !EFI_ERROR(Status);
   return Status;
 }

@@ -1,5 +1,6 @@
 // ManagedMode Response: reports a failed command, records the one success the platform needs to
 // know about, and hands marked replies to the parsers.
+#include "ModuleState.h"
 #include "Managed/AdapterSettings.h"
 #include "Parsers/DiscoveredState.h"
 #include "Reporting/Reporting.h"
@@ -7,7 +8,8 @@
 VOID NoteClpSuccess(FUNCTION_SETTINGS *Settings, EFI_CONFIGURE_CLP_PARAMETER_BLK *ParameterBlock,
                     UINTN CommandCode) {
   (void)ParameterBlock;
-  if (CommandCode == SET_PF_MAC && mModule.mFamily.QLogic8070 && mModule.mNaloHeader.ResponseFlag == 0) {
+  if (CommandCode == SET_PF_MAC && mModule.Run.mFamily.QLogic8070 &&
+      mModule.Tables.mNaloHeader.ResponseFlag == 0) {
     Settings->PlatformFlags |= PLATFORM_FLAG_MAC_APPLIED;
   }
 }
@@ -19,7 +21,7 @@ EFI_STATUS ManagedModeResponse(EFI_HANDLE ControllerHandle, EFI_HANDLE ChildHand
   (void)ParameterTypeGuid;
   (void)ParameterBlockSize;
 
-  FUNCTION_SETTINGS *Settings = mModule.mCurrentSettings;
+  FUNCTION_SETTINGS *Settings = mModule.Run.mCurrentSettings;
   EFI_CONFIGURE_CLP_PARAMETER_BLK *Block = (EFI_CONFIGURE_CLP_PARAMETER_BLK *)ParameterBlock;
   if (Settings == nullptr || Block == nullptr) {
     return EFI_SUCCESS;
@@ -29,16 +31,16 @@ EFI_STATUS ManagedModeResponse(EFI_HANDLE ControllerHandle, EFI_HANDLE ChildHand
     ReportClpFailure(Settings, Block->CLPCmdStatus, Block->CLPErrorValue);
     // The command is the one this driver handed out; the reply has only the length the adapter
     // driver gives, with no terminator promised.
-    LogClpDialogueWithReply(Settings, mModule.ClpCommandBuffer, Block->CLPReturnString,
+    LogClpDialogueWithReply(Settings, mModule.Builder.ClpCommandBuffer, Block->CLPReturnString,
                             Block->CLPReturnString != nullptr ? Block->CLPReturnStringLength : 0);
   } else {
-    NoteClpSuccess(Settings, Block, mModule.mResponseCommandCode);
+    NoteClpSuccess(Settings, Block, mModule.Run.mResponseCommandCode);
   }
 
   // A failed SHOW is parsed too: its reply may still say what the adapter has.
-  if (mModule.mParseResponse) {
+  if (mModule.Run.mParseResponse) {
     return ParseClpReply(Settings, Instance, Block->CLPReturnString, Block->CLPReturnStringLength,
-                         mModule.mResponseCommandCode);
+                         mModule.Run.mResponseCommandCode);
   }
   return EFI_SUCCESS;
 }

@@ -1,4 +1,5 @@
 // The key-table interpreter; see KeyTable.h for the row model.
+#include "ModuleState.h"
 #include "Parsers/KeyTable.h"
 #include "Strings/Vocabulary.h"
 #include "Strings/DriverStrings.h"
@@ -143,7 +144,7 @@ PF_INFO_VALUE ReadKeyRow(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *con
   }
   // The scan pointer moves on to the value, as after any key match.
   const REPLY_VIEW ValueText = ViewFrom(Value, Match + Row->Key.Length);
-  mModule.mScanPtr = (CHAR8 *)ValueText.Text;
+  mModule.Discovered.mScanPtr = (CHAR8 *)ValueText.Text;
 
   StageForConversion(Scratch, Row->Conversion, ValueText);
   PF_INFO_VALUE Result = {Scratch, 0};
@@ -158,10 +159,10 @@ PF_INFO_VALUE ReadKeyRow(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *con
     Result.Number = HxStrnDecimalToUint(Scratch, Conversion.Size);
     break;
   case PfInfoDecimal: {
-    mModule.mByteLength = 0;
+    mModule.Discovered.mByteLength = 0;
     const CHAR8 *Cursor = Scratch;
-    HxStrDecimalToUintnAdvance(&Cursor, &mModule.mByteLength);
-    Result.Number = mModule.mByteLength;
+    HxStrDecimalToUintnAdvance(&Cursor, &mModule.Discovered.mByteLength);
+    Result.Number = mModule.Discovered.mByteLength;
     break;
   }
   case PfInfoAddress:
@@ -171,10 +172,10 @@ PF_INFO_VALUE ReadKeyRow(const PF_INFO_ROW *Table, UINTN Index, const CHAR8 *con
     // The staged digits always fit their bytes.
     const UINTN Bytes = Conversion.Size / 2;
     UINT8 Number[2] = {0, 0};
-    mModule.mByteLength = Bytes;
-    AsciiHexStringToBuf(Number, &mModule.mByteLength, Scratch, &mModule.mScanLength);
+    mModule.Discovered.mByteLength = Bytes;
+    AsciiHexStringToBuf(Number, &mModule.Discovered.mByteLength, Scratch, &mModule.Discovered.mScanLength);
     // A one-byte result goes straight into its field, which keeps its value without a digit.
-    if (Bytes == 1 && mModule.mByteLength == 0) {
+    if (Bytes == 1 && mModule.Discovered.mByteLength == 0) {
       return NoResult;
     }
     Result.Number = (UINTN)Number[0] | ((UINTN)Number[1] << 8);

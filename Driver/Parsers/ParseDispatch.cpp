@@ -4,6 +4,7 @@
 // Replies come from third-party option ROMs and carry no terminator that could be trusted. Every
 // step reads the reply in place, from the value start to ReplyLength and never further (see
 // ReplyScan.h for the contract); a reply of any length is searched to its end.
+#include "ModuleState.h"
 #include "Parsers/DiscoveredState.h"
 #include "Managed/AdapterFamilies.h"
 #include "Parsers/PfInfoParsers.h"
@@ -83,7 +84,7 @@ static VOID ParseVersionStep(const PARSE_VIEW *View) {
   FUNCTION_SETTINGS *PortRecord;
   if (Settings->VendorId == VENDOR_QLOGIC) {
     // The other QLogic families report their versions in SHOW_PF_INFO.
-    if (!mModule.mFamily.QLogic8070) {
+    if (!mModule.Run.mFamily.QLogic8070) {
       return;
     }
     for (UINTN Port = 0; (PortRecord = PortListEntry(Settings, Port)) != nullptr; Port++) {
@@ -116,7 +117,7 @@ static VOID ParseVersionStep(const PARSE_VIEW *View) {
 }
 
 static VOID ParsePfTypeStep(const PARSE_VIEW *View) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  const ADAPTER_FAMILY &Family = mModule.Run.mFamily;
   if (Family.Emulex0700 || Family.Emulex0710) {
     UINT32 Personality = PF_TYPE_NIC;
     if (FindInValue(View->Value, 5, "FCoE") != nullptr) {
@@ -124,8 +125,8 @@ static VOID ParsePfTypeStep(const PARSE_VIEW *View) {
     } else if (FindInValue(View->Value, 5, "iSCSI") != nullptr) {
       Personality = PF_TYPE_ISCSI;
     }
-    mModule.mCurrentPersonality = Personality;
-    mModule.mTargetPersonality = Personality;
+    mModule.Discovered.mCurrentPersonality = Personality;
+    mModule.Discovered.mTargetPersonality = Personality;
   } else if (Family.QLogic8070) {
     ParsePfTypeQLogic8070(View->Value, View->Settings);
   }
@@ -159,9 +160,9 @@ static VOID ParseBootEnableStep(const PARSE_VIEW *View) {
   FUNCTION_SETTINGS *Settings = View->Settings;
   switch (Settings->VendorId) {
   case VENDOR_QLOGIC:
-    if (mModule.mFamily.QLogic2261) {
+    if (mModule.Run.mFamily.QLogic2261) {
       StoreBootEnable(Settings, FindKeyword(View->Value, "Disabl") == nullptr ? 1 : 0);
-    } else if (mModule.mFamily.QLogic8070 && IsFirstFunctionOfPort(View->Settings)) {
+    } else if (mModule.Run.mFamily.QLogic8070 && IsFirstFunctionOfPort(View->Settings)) {
       // One reply describes the boot ROM of the whole port.
       const UINT8 Enabled = FindKeyword(View->Value, "Disabled") == nullptr ? 1 : 0;
       FUNCTION_SETTINGS *Function;
@@ -212,8 +213,8 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
   UINT8 *Bytes = Command->Manufacturer ? Settings->MfgAddress[Slot] : Settings->CurrentAddress[Slot];
   const BOOLEAN IsMac = Command->Digits == 12;
 
-  mModule.mScanPtr = Text;
-  if (mModule.mFamily.QLogic8070 && IsMac) {
+  mModule.Discovered.mScanPtr = Text;
+  if (mModule.Run.mFamily.QLogic8070 && IsMac) {
     ParseColonMacQLogic8070(Text, View->Value);
   } else {
     CHAR8 Digits[FUNCTION_ADDRESS_SLOT_SIZE];
@@ -222,7 +223,7 @@ static VOID ParseAddressStep(const PARSE_VIEW *View) {
   }
 
   // An adapter that reports an all-zero current MAC runs on its manufacturer MAC.
-  if (mModule.mFamily.QLogic8070 && View->CommandCode == SHOW_PF_MAC &&
+  if (mModule.Run.mFamily.QLogic8070 && View->CommandCode == SHOW_PF_MAC &&
       CompareMem(Settings->CurrentAddressText[0], mZeroMacText, 12) == 0) {
     CopyMem(Settings->CurrentAddressText[0], Settings->MfgAddressText[0], 13);
   }
@@ -241,19 +242,19 @@ static VOID ParseSriovStep(const PARSE_VIEW *View) {
   }
   FUNCTION_SETTINGS *PortRecord;
   for (UINTN Port = 0; (PortRecord = PortListEntry(Settings, Port)) != nullptr; Port++) {
-    if (mModule.mFamily.QLogic8070) {
+    if (mModule.Run.mFamily.QLogic8070) {
       FUNCTION_SETTINGS *Function;
       for (UINTN Pf = 0; (Function = FunctionListEntry(PortRecord, Pf)) != nullptr; Pf++) {
         ParseSriovQLogic8070(View->Value, Function);
       }
-    } else if (mModule.mFamily.Mellanox1013) {
+    } else if (mModule.Run.mFamily.Mellanox1013) {
       PortRecord->SriovEnabled = FindKeyword(View->Value, "enabled") != nullptr ? 1 : 0;
     }
   }
 }
 
 static VOID ParseLinkConfigStep(const PARSE_VIEW *View) {
-  if (!mModule.mFamily.Emulex0720) {
+  if (!mModule.Run.mFamily.Emulex0720) {
     return;
   }
   UINT32 LinkConfig;
@@ -262,8 +263,8 @@ static VOID ParseLinkConfigStep(const PARSE_VIEW *View) {
   } else {
     LinkConfig = FindKeyword(View->Value, "ELX_4x1G") != nullptr ? 1 : 0;
   }
-  mModule.mLinkConfig = LinkConfig;
-  mModule.mActiveLinkConfig = LinkConfig;
+  mModule.Discovered.mLinkConfig = LinkConfig;
+  mModule.Discovered.mActiveLinkConfig = LinkConfig;
 }
 
 static VOID ParseUmcStep(const PARSE_VIEW *View) {
@@ -318,7 +319,7 @@ static VOID StageNumber(CHAR8 *Digits, const REPLY_VIEW &Value, BOOLEAN Hexadeci
 }
 
 static VOID ParseMaxLinkSpeedStep(const PARSE_VIEW *View) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  const ADAPTER_FAMILY &Family = mModule.Run.mFamily;
   CHAR8 Digits[DECIMAL_DIGITS_MAX + 1];
   UINTN Speed = 0;
   if (Family.QLogic2261) {
@@ -349,7 +350,7 @@ static BOOLEAN IsQLogic8070PxeDevice(const FUNCTION_SETTINGS *Settings) {
 }
 
 static VOID ParsePxeVlanIdStep(const PARSE_VIEW *View) {
-  if (mModule.mFamily.Mellanox1013) {
+  if (mModule.Run.mFamily.Mellanox1013) {
     ParsePxeVlanIdMellanox1013(View);
   } else if (IsQLogic8070PxeDevice(View->Settings)) {
     ParsePxeVlanIdQLogic8070(View->Value, View->Settings);
@@ -447,9 +448,9 @@ static const CHAR8 mEmptyReply{};
 EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Reply, UINT32 ReplyLength,
                          UINTN CommandCode) {
   (void)Instance;
-  mModule.mConfigStatus = EFI_SUCCESS;
+  mModule.Discovered.mConfigStatus = EFI_SUCCESS;
   if (Settings == nullptr) {
-    return mModule.mConfigStatus;
+    return mModule.Discovered.mConfigStatus;
   }
 
   // An empty reply (a failed command's, say) is read like any other: its keywords are absent,
@@ -458,7 +459,7 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
   const CHAR8 *Text = Reply;
   if (Text == nullptr) {
     if (ReplyLength != 0) {
-      return mModule.mConfigStatus;
+      return mModule.Discovered.mConfigStatus;
     }
     Text = &mEmptyReply;
   }
@@ -472,9 +473,9 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
       break;
     }
   }
-  return mModule.mConfigStatus;
+  return mModule.Discovered.mConfigStatus;
 }
 
 UINT8 GetPxeVlanEnabled(VOID) {
-  return mModule.mPxeVlanEnabled;
+  return mModule.Discovered.mPxeVlanEnabled;
 }

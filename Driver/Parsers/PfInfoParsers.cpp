@@ -1,6 +1,7 @@
 // SHOW_PF_INFO parsers: the key table of each family and the store actions its rows name. A
 // SHOW_PF_INFO reply is a block of key=value lines; the interpreter in KeyTable.cpp finds the keys
 // and converts their values, and the word, number and list results come back here to be stored.
+#include "ModuleState.h"
 #include "Parsers/PfInfoParsers.h"
 #include "Parsers/KeyTable.h"
 #include "Parsers/RecordStore.h"
@@ -77,8 +78,8 @@ static VOID SaveSriov0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Valu
 // the discovered count keeps what the adapter said so the planner still sees the difference.
 static VOID SavePfCount0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   const UINT8 Count = (UINT8)Value->Number;
-  mModule.mCurrentPfCount = Count;
-  mModule.mTargetPfCount = Count;
+  mModule.Discovered.mCurrentPfCount = Count;
+  mModule.Discovered.mTargetPfCount = Count;
   Settings->FunctionCount = Count < FUNCTION_LIST_ENTRIES ? Count : FUNCTION_LIST_ENTRIES;
 }
 
@@ -92,8 +93,8 @@ static VOID SavePfType0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Val
   }
   Settings->PfType = Type;
   if ((Settings->PciAddress & 0x7) == 2) {
-    mModule.mCurrentPersonality = Type;
-    mModule.mTargetPersonality = Type;
+    mModule.Discovered.mCurrentPersonality = Type;
+    mModule.Discovered.mTargetPersonality = Type;
   }
 }
 
@@ -118,7 +119,7 @@ static VOID SavePfType0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Val
   }
   Settings->PfType = Type;
   if (Settings->PfIndex < PF_TYPE_TABLE_ENTRIES) {
-    mModule.mPfTypeTable[Settings->PfIndex] = Type;
+    mModule.Discovered.mPfTypeTable[Settings->PfIndex] = Type;
   }
 }
 
@@ -146,21 +147,21 @@ static VOID SaveSriov0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Valu
 static VOID SaveUmc0720(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   (void)Settings;
   const UINT8 Partitioned = WordIs(Value, "Enabled") ? 1 : 0;
-  mModule.mCurrentUmc = Partitioned;
-  mModule.mTargetUmc = Partitioned;
+  mModule.Discovered.mCurrentUmc = Partitioned;
+  mModule.Discovered.mTargetUmc = Partitioned;
 }
 
 // Virtual-address (IOV) commands need firmware 6.7 or later in the fourth version slot.
 static VOID SaveFcIovSupport2031(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
   (void)Value;
-  if (!mModule.mFamily.QLogic2261) {
+  if (!mModule.Run.mFamily.QLogic2261) {
     return;
   }
   UINT8 Components[DOTTED_VERSION_OUT_SIZE] = {};
   ParseDottedVersion(Components, Settings->FirmwareVersion[3]);
   const UINT8 Major = Components[0];
   const UINT8 Minor = Components[1];
-  mModule.mFcIovSupported = (Major > 6 || (Major == 6 && Minor >= 7)) ? 1 : 0;
+  mModule.Discovered.mFcIovSupported = (Major > 6 || (Major == 6 && Minor >= 7)) ? 1 : 0;
 }
 
 // Number is 1 when "Disabl" was found at the start of the value.
@@ -324,7 +325,7 @@ VOID ParsePfInfoQLogic2031(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *
     return;
   }
   // A reply without versions counts as firmware without IOV support.
-  mModule.mFcIovSupported = 0;
+  mModule.Discovered.mFcIovSupported = 0;
   RunKeyTable(mQLogic2031Keys, TABLE_ROWS(mQLogic2031Keys), Value, Length, Settings);
 }
 

@@ -1,6 +1,7 @@
 // QLogic8070 reply parsers. The family answers with short values after "data=", mostly in double
 // quotes: a type word, a quoted comma list with one number per PF, a colon MAC, tagged firmware
 // versions. Several replies describe the whole port and are spread over the record's Functions.
+#include "ModuleState.h"
 #include "Parsers/QLogic8070Parsers.h"
 #include "Parsers/RecordStore.h"
 #include "Strings/DriverStrings.h"
@@ -34,7 +35,7 @@ static const char mVersionTags[][6] = {"MBI:", "UEFI:", "MFW:"};
 #define VERSION_TAG_COUNT (sizeof(mVersionTags) / sizeof(mVersionTags[0]))
 
 VOID ParsePfTypeQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
+  if (!mModule.Run.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
   UINT32 Type = PF_TYPE_UNKNOWN;
@@ -47,26 +48,26 @@ VOID ParsePfTypeQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings)
   Settings->PfType = Type;
   // One reply per PF, in reply order; a seventeenth reply has no entry and is not counted, so the
   // count never points past the table for the builder that reads it.
-  if (mModule.mPfTypeCount < PF_TYPE_TABLE_ENTRIES) {
-    mModule.mPfTypeTable[mModule.mPfTypeCount] = Type;
-    mModule.mPfTypeCount++;
+  if (mModule.Discovered.mPfTypeCount < PF_TYPE_TABLE_ENTRIES) {
+    mModule.Discovered.mPfTypeTable[mModule.Discovered.mPfTypeCount] = Type;
+    mModule.Discovered.mPfTypeCount++;
   }
 }
 
 VOID ParseSriovQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
+  if (!mModule.Run.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
   Settings->SriovEnabled = FindKeyword(Value, "Enable") != nullptr ? 1 : 0;
 }
 
 VOID ParseUmcQLogic8070(const REPLY_VIEW &Value) {
-  if (!mModule.mFamily.QLogic8070) {
+  if (!mModule.Run.mFamily.QLogic8070) {
     return;
   }
   const UINT8 Partitioned = FindKeyword(Value, "NPAR") != nullptr ? 1 : 0;
-  mModule.mCurrentUmc = Partitioned;
-  mModule.mTargetUmc = Partitioned;
+  mModule.Discovered.mCurrentUmc = Partitioned;
+  mModule.Discovered.mTargetUmc = Partitioned;
 }
 
 // The list holds percentages, so an element has at most three characters. A longer element is
@@ -77,7 +78,7 @@ VOID ParseUmcQLogic8070(const REPLY_VIEW &Value) {
 // first NULL entry.
 VOID ParseBandwidthListQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings,
                                   BOOLEAN MaximumBandwidth) {
-  if (!mModule.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
+  if (!mModule.Run.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
     return;
   }
   const CHAR8 *Text = Value.Text;
@@ -111,7 +112,7 @@ VOID ParseBandwidthListQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Se
 }
 
 VOID ParseColonMacQLogic8070(CHAR8 *DestText, const REPLY_VIEW &Value) {
-  if (!mModule.mFamily.QLogic8070 || DestText == nullptr || Value.Text == nullptr) {
+  if (!mModule.Run.mFamily.QLogic8070 || DestText == nullptr || Value.Text == nullptr) {
     return;
   }
   const CHAR8 *Text = Value.Text;
@@ -135,7 +136,7 @@ VOID ParseColonMacQLogic8070(CHAR8 *DestText, const REPLY_VIEW &Value) {
 }
 
 VOID ParseVersionsQLogic8070(UINT8 TagCount, const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
+  if (!mModule.Run.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
     return;
   }
   for (UINTN Tag = 0; Tag < TagCount && Tag < VERSION_TAG_COUNT; Tag++) {
@@ -165,7 +166,7 @@ static VOID SetPortVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
 }
 
 VOID ParsePxeVlanIdQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
+  if (!mModule.Run.mFamily.QLogic8070 || Value.Text == nullptr || Settings == nullptr) {
     return;
   }
   const CHAR8 *Text = Value.Text;
@@ -193,12 +194,12 @@ VOID ParsePxeVlanIdQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settin
 }
 
 VOID ParsePxeVlanQLogic8070(const REPLY_VIEW &Value, FUNCTION_SETTINGS *Settings) {
-  if (!mModule.mFamily.QLogic8070 || Settings == nullptr) {
+  if (!mModule.Run.mFamily.QLogic8070 || Settings == nullptr) {
     return;
   }
-  mModule.mPxeVlanEnabled = 0;
+  mModule.Discovered.mPxeVlanEnabled = 0;
   if (FindKeyword(Value, "Enable") != nullptr) {
-    mModule.mPxeVlanEnabled = 1;
+    mModule.Discovered.mPxeVlanEnabled = 1;
     return;
   }
   // Without PXE VLAN tagging no function boots on a VLAN.

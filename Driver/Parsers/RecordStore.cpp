@@ -1,4 +1,5 @@
 // Putting parse results into the settings records; see RecordStore.h.
+#include "ModuleState.h"
 #include "Parsers/RecordStore.h"
 #include "Strings/Vocabulary.h"
 
@@ -20,7 +21,7 @@ FUNCTION_SETTINGS *PortListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index)
 }
 
 VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
-  mModule.mCurrentVlanId = VlanId;
-  mModule.mTargetVlanId = VlanId;
+  mModule.Discovered.mCurrentVlanId = VlanId;
+  mModule.Discovered.mTargetVlanId = VlanId;
   Settings->VlanId = VlanId == VLAN_NONE ? 0 : VlanId;
 }

@@ -1,4 +1,5 @@
 // Reading a CLP reply in place; see ReplyScan.h for the value contract.
+#include "ModuleState.h"
 #include "Parsers/ReplyScan.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
@@ -14,9 +15,9 @@ REPLY_VIEW ViewFrom(const REPLY_VIEW &View, const CHAR8 *At) {
 }
 
 const CHAR8 *NoteMatch(const CHAR8 *Key, UINTN KeyLength, const CHAR8 *Match) {
-  mModule.mSearchKey = Key;
-  mModule.mScanLength = KeyLength;
-  mModule.mScanPtr = (CHAR8 *)Match;
+  mModule.Discovered.mSearchKey = Key;
+  mModule.Discovered.mScanLength = KeyLength;
+  mModule.Discovered.mScanPtr = (CHAR8 *)Match;
   return Match;
 }
 
@@ -39,7 +40,7 @@ REPLY_VIEW FindValueAfter(const REPLY_VIEW &Value, const char *Key) {
   if (Match == nullptr) {
     return {nullptr, 0};
   }
-  return ViewFrom(Value, Match + mModule.mScanLength);
+  return ViewFrom(Value, Match + mModule.Discovered.mScanLength);
 }
 
 UINTN StageValue(CHAR8 *Dest, const REPLY_VIEW &Text, UINTN Max) {
@@ -52,12 +53,13 @@ UINTN StageValue(CHAR8 *Dest, const REPLY_VIEW &Text, UINTN Max) {
 }
 
 VOID ConvertAddressBytes(UINT8 *ByteSlot, UINTN Capacity, const CHAR8 *Text) {
-  mModule.mDestPtr = ByteSlot;
-  mModule.mByteLength = Capacity;
-  mModule.mScanLength = 0;
+  mModule.Discovered.mDestPtr = ByteSlot;
+  mModule.Discovered.mByteLength = Capacity;
+  mModule.Discovered.mScanLength = 0;
   // Too long a run answers EFI_BUFFER_TOO_SMALL without writing; the slot keeps its address.
-  if (AsciiHexStringToBuf(ByteSlot, &mModule.mByteLength, Text, &mModule.mScanLength) == EFI_SUCCESS) {
-    ReverseBytes(ByteSlot, (UINT16)mModule.mByteLength);
+  if (AsciiHexStringToBuf(ByteSlot, &mModule.Discovered.mByteLength, Text, &mModule.Discovered.mScanLength) ==
+      EFI_SUCCESS) {
+    ReverseBytes(ByteSlot, (UINT16)mModule.Discovered.mByteLength);
   }
 }
 

@@ -1,5 +1,6 @@
 // Rewrites the settings records of the controller's functions to the link layout in force, so
 // that the CLP commands address ports and functions as the adapter now numbers them.
+#include "ModuleState.h"
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
 #include "Strings/DriverStrings.h"
@@ -34,7 +35,7 @@ static FUNCTION_SETTINGS *WalkFunction(FUNCTION_SETTINGS *Settings, UINTN Index)
     return nullptr;
   }
   // In the one-function-per-port layout each port has only its first function.
-  if (Index > 0 && mModule.mLinkConfig == LAYOUT_ONE_PER_PORT) {
+  if (Index > 0 && mModule.Discovered.mLinkConfig == LAYOUT_ONE_PER_PORT) {
     return nullptr;
   }
   return Settings->Functions[Index];
@@ -74,8 +75,8 @@ VOID AdjustLayout4x1G(FUNCTION_SETTINGS *Settings) {
     if (Function == nullptr) {
       break;
     }
-    Function->LinkConfig = mModule.mLinkConfig;
-    if (mModule.mLinkConfig == LAYOUT_ONE_PER_PORT) {
+    Function->LinkConfig = mModule.Discovered.mLinkConfig;
+    if (mModule.Discovered.mLinkConfig == LAYOUT_ONE_PER_PORT) {
       const UINT8 Number = FunctionNumber(Function);
       const UINT8 Port = (Number == 2 || Number == 3) ? Number : Function->PortIndex;
       MakeSinglePort(Function, Port, 0);
@@ -91,7 +92,7 @@ VOID AdjustLayoutEmulex07x0(FUNCTION_SETTINGS *Settings, FUNCTION_SETTINGS *Firs
     }
     // Taken before the layout renumbers the record.
     const BOOLEAN FirstOfAdapter = IsFirstFunctionOfAdapter(Function);
-    if (mModule.mLinkConfig == LAYOUT_ONE_PER_PORT) {
+    if (mModule.Discovered.mLinkConfig == LAYOUT_ONE_PER_PORT) {
       const UINT8 Number = FunctionNumber(Function);
       UINT8 Port = Function->PortIndex;
       if (Number == 4) {
@@ -111,8 +112,8 @@ VOID AdjustLayout4x10G(FUNCTION_SETTINGS *Settings) {
   if (Settings->SubsystemId != SUBSYSTEM_EMULEX_4X10G) {
     return;
   }
-  Settings->LinkConfig = mModule.mLinkConfig;
-  if (mModule.mLinkConfig != LAYOUT_FOUR_PER_PORT || !IsFirstFunctionOfAdapter(Settings)) {
+  Settings->LinkConfig = mModule.Discovered.mLinkConfig;
+  if (mModule.Discovered.mLinkConfig != LAYOUT_FOUR_PER_PORT || !IsFirstFunctionOfAdapter(Settings)) {
     return;
   }
 
@@ -189,17 +190,17 @@ VOID AdjustLinkLayout(FUNCTION_SETTINGS *Settings) {
   if (Settings == nullptr) {
     return;
   }
-  if (IsFirstFunctionOfAdapter(Settings) || mModule.mFirstFunctionSettings == nullptr) {
-    mModule.mFirstFunctionSettings = Settings;
+  if (IsFirstFunctionOfAdapter(Settings) || mModule.Planner.mFirstFunctionSettings == nullptr) {
+    mModule.Planner.mFirstFunctionSettings = Settings;
   }
   const UINT32 Device = RecordVidDid(Settings);
   if (Device == VIDDID_EMULEX_0720) {
     AdjustLayout4x1G(Settings);
     AdjustLayout4x10G(Settings);
   } else if (Device == VIDDID_EMULEX_0700 || Device == VIDDID_EMULEX_0710) {
-    AdjustLayoutEmulex07x0(Settings, mModule.mFirstFunctionSettings);
+    AdjustLayoutEmulex07x0(Settings, mModule.Planner.mFirstFunctionSettings);
   }
-  if (mModule.mFamily.EmulexE200) {
-    CopyFirmwareVersions(Settings, mModule.mFirstFunctionSettings);
+  if (mModule.Run.mFamily.EmulexE200) {
+    CopyFirmwareVersions(Settings, mModule.Planner.mFirstFunctionSettings);
   }
 }

@@ -4,6 +4,7 @@
 // of its second planning phase. Everything that reads them treats a table whose valid flag is not
 // 1, or an entry pointer that is NULL, as "the platform has no wish", so a missing protocol or a
 // failed load simply means that nothing table-driven is planned.
+#include "ModuleState.h"
 #include "Planning/NaloConfiguration.h"
 #include "Library/BaseMemoryLib.h"
 #include "Library/UefiBootServicesTableLib.h"
@@ -12,14 +13,14 @@ EFI_GUID gNaloConfigurationProtocolGuid = NALO_CONFIGURATION_PROTOCOL_GUID;
 EFI_GUID gPlatformPolicyProtocolGuid = PLATFORM_POLICY_PROTOCOL_GUID;
 
 static VOID ZeroNaloTables(VOID) {
-  ZeroMem(&mModule.mNaloHeader, sizeof(mModule.mNaloHeader));
-  ZeroMem(&mModule.mNaloPortTable, sizeof(mModule.mNaloPortTable));
-  ZeroMem(mModule.mNaloAddressTable, sizeof(mModule.mNaloAddressTable));
-  ZeroMem(mModule.mNaloBootTable, sizeof(mModule.mNaloBootTable));
+  ZeroMem(&mModule.Tables.mNaloHeader, sizeof(mModule.Tables.mNaloHeader));
+  ZeroMem(&mModule.Tables.mNaloPortTable, sizeof(mModule.Tables.mNaloPortTable));
+  ZeroMem(mModule.Tables.mNaloAddressTable, sizeof(mModule.Tables.mNaloAddressTable));
+  ZeroMem(mModule.Tables.mNaloBootTable, sizeof(mModule.Tables.mNaloBootTable));
 }
 
 EFI_STATUS LocateNaloConfig(VOID) {
-  if (mModule.mNaloConfig != nullptr) {
+  if (mModule.Tables.mNaloConfig != nullptr) {
     return EFI_SUCCESS;
   }
   if (gBS == nullptr) {
@@ -28,15 +29,15 @@ EFI_STATUS LocateNaloConfig(VOID) {
   VOID *Interface = nullptr;
   EFI_STATUS Status = gBS->LocateProtocol(&gNaloConfigurationProtocolGuid, nullptr, &Interface);
   if (EFI_ERROR(Status)) {
-    mModule.mNaloConfig = nullptr;
+    mModule.Tables.mNaloConfig = nullptr;
     return Status;
   }
   // A success without an interface is no protocol either; keep retrying at the next use.
   if (Interface == nullptr) {
-    mModule.mNaloConfig = nullptr;
+    mModule.Tables.mNaloConfig = nullptr;
     return EFI_NOT_FOUND;
   }
-  mModule.mNaloConfig = (NALO_CONFIGURATION_PROTOCOL *)Interface;
+  mModule.Tables.mNaloConfig = (NALO_CONFIGURATION_PROTOCOL *)Interface;
   return EFI_SUCCESS;
 }
 
@@ -53,12 +54,12 @@ EFI_STATUS LoadNaloConfiguration(FUNCTION_SETTINGS *Settings) {
   if (EFI_ERROR(Status)) {
     return Status;
   }
-  if (mModule.mNaloConfig->GetPortConfiguration == nullptr) {
+  if (mModule.Tables.mNaloConfig->GetPortConfiguration == nullptr) {
     return EFI_UNSUPPORTED;
   }
-  Status = mModule.mNaloConfig->GetPortConfiguration(
-      Settings->NaloIndex, Settings->CardIndex, Settings->PortIndex, &mModule.mNaloHeader,
-      &mModule.mNaloPortTable, mModule.mNaloAddressTable, mModule.mNaloBootTable);
+  Status = mModule.Tables.mNaloConfig->GetPortConfiguration(
+      Settings->NaloIndex, Settings->CardIndex, Settings->PortIndex, &mModule.Tables.mNaloHeader,
+      &mModule.Tables.mNaloPortTable, mModule.Tables.mNaloAddressTable, mModule.Tables.mNaloBootTable);
   // A failed load must not leave half-written tables behind that the predicate would trust.
   if (EFI_ERROR(Status)) {
     ZeroNaloTables();
@@ -67,57 +68,58 @@ EFI_STATUS LoadNaloConfiguration(FUNCTION_SETTINGS *Settings) {
 }
 
 BOOLEAN QueryDefaults(UINTN Selector) {
-  if (EFI_ERROR(LocateNaloConfig()) || mModule.mNaloConfig->QueryDefaults == nullptr) {
+  if (EFI_ERROR(LocateNaloConfig()) || mModule.Tables.mNaloConfig->QueryDefaults == nullptr) {
     return FALSE;
   }
   // Only the low byte of the answer carries the BOOLEAN.
-  return (mModule.mNaloConfig->QueryDefaults(Selector) & 0xFF) != 0 ? TRUE : FALSE;
+  return (mModule.Tables.mNaloConfig->QueryDefaults(Selector) & 0xFF) != 0 ? TRUE : FALSE;
 }
 
 UINT8 GetForceAdapterEnable(VOID) {
-  if (mModule.mPlatformPolicyRead) {
-    return mModule.mForceAdapterEnable;
+  if (mModule.Tables.mPlatformPolicyRead) {
+    return mModule.Tables.mForceAdapterEnable;
   }
   // A failed lookup is not cached: the policy driver may load later in the boot.
-  if (mModule.mPlatformPolicy == nullptr) {
+  if (mModule.Tables.mPlatformPolicy == nullptr) {
     if (gBS == nullptr) {
-      return mModule.mForceAdapterEnable;
+      return mModule.Tables.mForceAdapterEnable;
     }
     VOID *Interface = nullptr;
     EFI_STATUS Status = gBS->LocateProtocol(&gPlatformPolicyProtocolGuid, nullptr, &Interface);
     if (EFI_ERROR(Status) || Interface == nullptr) {
-      mModule.mPlatformPolicy = nullptr;
-      return mModule.mForceAdapterEnable;
+      mModule.Tables.mPlatformPolicy = nullptr;
+      return mModule.Tables.mForceAdapterEnable;
     }
-    mModule.mPlatformPolicy = (PLATFORM_POLICY_PROTOCOL *)Interface;
+    mModule.Tables.mPlatformPolicy = (PLATFORM_POLICY_PROTOCOL *)Interface;
   }
-  if (mModule.mPlatformPolicy->GetPolicy == nullptr ||
-      EFI_ERROR(mModule.mPlatformPolicy->GetPolicy(mModule.mPlatformPolicyRecord))) {
-    return mModule.mForceAdapterEnable;
+  if (mModule.Tables.mPlatformPolicy->GetPolicy == nullptr ||
+      EFI_ERROR(mModule.Tables.mPlatformPolicy->GetPolicy(mModule.Tables.mPlatformPolicyRecord))) {
+    return mModule.Tables.mForceAdapterEnable;
   }
-  mModule.mForceAdapterEnable = mModule.mPlatformPolicyRecord[PLATFORM_POLICY_FORCE_ADAPTER_ENABLE_OFFSET];
-  mModule.mPlatformPolicyRead = TRUE;
-  return mModule.mForceAdapterEnable;
+  mModule.Tables.mForceAdapterEnable =
+      mModule.Tables.mPlatformPolicyRecord[PLATFORM_POLICY_FORCE_ADAPTER_ENABLE_OFFSET];
+  mModule.Tables.mPlatformPolicyRead = TRUE;
+  return mModule.Tables.mForceAdapterEnable;
 }
 
 VOID NotifyRestartOnce(VOID) {
-  if (mModule.mAdapterNotified != 0 || EFI_ERROR(LocateNaloConfig())) {
+  if (mModule.Tables.mAdapterNotified != 0 || EFI_ERROR(LocateNaloConfig())) {
     return;
   }
-  if (mModule.mNaloConfig->NotifyRestartRequired != nullptr) {
-    mModule.mNaloConfig->NotifyRestartRequired();
+  if (mModule.Tables.mNaloConfig->NotifyRestartRequired != nullptr) {
+    mModule.Tables.mNaloConfig->NotifyRestartRequired();
   }
-  mModule.mAdapterNotified = 1;
+  mModule.Tables.mAdapterNotified = 1;
 }
 
 VOID SelectNaloEntries(UINTN Index) {
   if (Index >= NALO_FUNCTION_ENTRIES) {
-    mModule.mCurFunctionEntry = nullptr;
-    mModule.mCurAddressEntry = nullptr;
-    mModule.mCurBootEntry = nullptr;
+    mModule.Tables.mCurFunctionEntry = nullptr;
+    mModule.Tables.mCurAddressEntry = nullptr;
+    mModule.Tables.mCurBootEntry = nullptr;
     return;
   }
-  mModule.mCurFunctionEntry = &mModule.mNaloPortTable.Function[Index];
-  mModule.mCurAddressEntry = &mModule.mNaloAddressTable[Index];
-  mModule.mCurBootEntry = &mModule.mNaloBootTable[Index];
+  mModule.Tables.mCurFunctionEntry = &mModule.Tables.mNaloPortTable.Function[Index];
+  mModule.Tables.mCurAddressEntry = &mModule.Tables.mNaloAddressTable[Index];
+  mModule.Tables.mCurBootEntry = &mModule.Tables.mNaloBootTable[Index];
 }

@@ -1,4 +1,5 @@
 // Virtual MAC, WWNN and WWPN of one function.
+#include "ModuleState.h"
 #include "Planning/PredicateInternal.h"
 #include "Builders/Builders.h"
 #include "Strings/DriverStrings.h"
@@ -18,10 +19,10 @@
 #define SLOT_FCOE_WWPN 2
 
 VOID PlanPfMac(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
-  if (!AddressEntryEnabled() || mModule.mCurAddressEntry->Mac == nullptr) {
+  if (!AddressEntryEnabled() || mModule.Tables.mCurAddressEntry->Mac == nullptr) {
     return;
   }
-  const UINT8 *Mac = mModule.mCurAddressEntry->Mac;
+  const UINT8 *Mac = mModule.Tables.mCurAddressEntry->Mac;
   CHAR8 Desired[MAC_DIGITS + 1];
   HexEncodeBytes(Mac, MAC_BYTES, Desired);
   Desired[MAC_DIGITS] = 0;
@@ -44,10 +45,10 @@ VOID PlanPfWorldWideName(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count)
   const CHAR8 *Name;
   UINTN Slot;
   if (Code == SET_PF_WWNN) {
-    Name = mModule.mCurAddressEntry->Wwnn;
+    Name = mModule.Tables.mCurAddressEntry->Wwnn;
     Slot = Fcoe ? SLOT_FCOE_WWNN : SLOT_FC_WWNN;
   } else {
-    Name = mModule.mCurAddressEntry->Wwpn;
+    Name = mModule.Tables.mCurAddressEntry->Wwpn;
     Slot = Fcoe ? SLOT_FCOE_WWPN : SLOT_FC_WWPN;
   }
   if (Name == nullptr) {
@@ -60,16 +61,16 @@ VOID PlanPfWorldWideName(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count)
       !AppendCommand(Code, Count)) {
     return;
   }
-  mModule.mScanLength = WWN_DIGITS;
-  mModule.mByteLength = WWN_BYTES;
+  mModule.Discovered.mScanLength = WWN_DIGITS;
+  mModule.Discovered.mByteLength = WWN_BYTES;
   CopyChars(Settings->CurrentAddressText[Slot], Desired, WWN_DIGITS);
-  mModule.mScanPtr = Settings->CurrentAddressText[Slot];
-  mModule.mDestPtr = Settings->CurrentAddress[Slot];
+  mModule.Discovered.mScanPtr = Settings->CurrentAddressText[Slot];
+  mModule.Discovered.mDestPtr = Settings->CurrentAddress[Slot];
   // A short name must not leave bytes of the previous one behind.
-  ZeroMem(mModule.mDestPtr, WWN_BYTES);
-  if (!EFI_ERROR(AsciiHexStringToBuf(mModule.mDestPtr, &mModule.mByteLength, mModule.mScanPtr,
-                                     &mModule.mScanLength))) {
+  ZeroMem(mModule.Discovered.mDestPtr, WWN_BYTES);
+  if (!EFI_ERROR(AsciiHexStringToBuf(mModule.Discovered.mDestPtr, &mModule.Discovered.mByteLength,
+                                     mModule.Discovered.mScanPtr, &mModule.Discovered.mScanLength))) {
     // The conversion yields the last digits first; addresses are stored in text order.
-    ReverseBytes(mModule.mDestPtr, (UINT16)mModule.mByteLength);
+    ReverseBytes(mModule.Discovered.mDestPtr, (UINT16)mModule.Discovered.mByteLength);
   }
 }

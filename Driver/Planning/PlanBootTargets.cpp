@@ -3,6 +3,7 @@
 // These settings are not compared with the adapter: whenever the platform's boot entry for the
 // function supplies them they are planned, and the Fibre Channel texts are copied into the record
 // for the builder.
+#include "ModuleState.h"
 #include "Planning/PredicateInternal.h"
 #include "Strings/DriverStrings.h"
 #include "Library/BaseLib.h"
@@ -35,7 +36,7 @@ VOID PlanFcBootTarget(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     if (Row.Code != Code) {
       continue;
     }
-    const CHAR8 *Text = mModule.mCurBootEntry->*Row.Source;
+    const CHAR8 *Text = mModule.Tables.mCurBootEntry->*Row.Source;
     if (Text == nullptr || !AppendCommand(Code, Count)) {
       return;
     }
@@ -78,13 +79,13 @@ static const ISCSI_ROW mIscsiRows[] = {
 // The initiator name is the one iSCSI setting the adapter reports back, so it is compared; it is
 // a port setting and does not depend on the function's boot entry.
 static VOID PlanIscsiInitiatorName(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
-  const CHAR8 *Name = mModule.mNaloHeader.InitiatorName;
+  const CHAR8 *Name = mModule.Tables.mNaloHeader.InitiatorName;
   if (!BootTableValid() || Name == nullptr ||
       !PlanTextDiffers(Name, Settings->IscsiInitiatorName, sizeof(Settings->IscsiInitiatorName)) ||
       !AppendCommand(Code, Count)) {
     return;
   }
-  mModule.mScanLength = ISCSI_NAME_CHARACTERS;
+  mModule.Discovered.mScanLength = ISCSI_NAME_CHARACTERS;
   CopyChars(Settings->IscsiInitiatorName, Name, ISCSI_NAME_CHARACTERS);
 }
 
@@ -101,7 +102,7 @@ VOID PlanIscsi(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
       continue;
     }
     if (Row.Selector != nullptr) {
-      const UINT8 *Value = mModule.mCurBootEntry->*Row.Selector;
+      const UINT8 *Value = mModule.Tables.mCurBootEntry->*Row.Selector;
       if (Value == nullptr || *Value < Row.MinValue || *Value > Row.MaxValue) {
         return;
       }

@@ -2,6 +2,7 @@
 //
 // PlanCommand only routes; the decisions live in small routines grouped by subject
 // (PlanEnables, PlanAddresses, PlanBootTargets, PlanVlanBandwidth, PlanLayout).
+#include "ModuleState.h"
 #include "Planning/PredicateInternal.h"
 #include "Library/BaseLib.h"
 #include "Strings/Vocabulary.h"
@@ -10,7 +11,7 @@ BOOLEAN AppendCommand(UINT32 Code, UINTN *Count) {
   if (Count == nullptr || *Count > PLAN_LAST_APPEND_INDEX) {
     return FALSE;
   }
-  mModule.CommandList[*Count] = (INT32)Code;
+  mModule.Run.CommandList[*Count] = (INT32)Code;
   (*Count)++;
   return TRUE;
 }
@@ -32,7 +33,7 @@ BOOLEAN PlanTextDiffers(const CHAR8 *First, const CHAR8 *Second, UINTN Bound) {
 // position-independent table, and the image carries no load-time relocation for it.
 BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   if (Settings == nullptr || Count == nullptr) {
-    mModule.mConfigStatus = EFI_INVALID_PARAMETER;
+    mModule.Discovered.mConfigStatus = EFI_INVALID_PARAMETER;
     return FALSE;
   }
 
@@ -114,7 +115,7 @@ BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     PlanShowPxeVlanId(Settings, Code, Count);
     break;
   default:
-    mModule.mConfigStatus = EFI_NOT_FOUND;
+    mModule.Discovered.mConfigStatus = EFI_NOT_FOUND;
     return FALSE;
   }
   return *Count > Before ? TRUE : FALSE;

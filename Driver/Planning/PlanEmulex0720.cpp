@@ -1,6 +1,7 @@
 // Emulex0720 planner: link layout, partitioning, function types, per-function SR-IOV and the RoCE
 // profile are decided on the first function of the adapter and of each port; any of them ends the
 // plan with a restart request, otherwise the per-function settings follow.
+#include "ModuleState.h"
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
 #include "Planning/NaloConfiguration.h"
@@ -34,14 +35,15 @@ static UINT8 ProbeIndex(const FUNCTION_SETTINGS *Settings, UINTN Port) {
 
 static EFI_STATUS ProbePort(const FUNCTION_SETTINGS *Settings, UINTN Port, NALO_PORT_TABLE *Table) {
   ZeroMem(Table, sizeof(*Table));
-  return mModule.mNaloConfig->GetPortConfiguration(ProbeIndex(Settings, Port), Settings->CardIndex,
-                                                   Settings->PortNumber, nullptr, Table, nullptr, nullptr);
+  return mModule.Tables.mNaloConfig->GetPortConfiguration(ProbeIndex(Settings, Port), Settings->CardIndex,
+                                                          Settings->PortNumber, nullptr, Table, nullptr,
+                                                          nullptr);
 }
 
 VOID ProbeRoceAndSriov(FUNCTION_SETTINGS *Settings, UINT8 *RoceMode, UINT8 *SriovRequested,
                        UINT32 *ActiveLinkConfig) {
-  if (Settings == nullptr || EFI_ERROR(LocateNaloConfig()) || mModule.mNaloConfig == nullptr ||
-      mModule.mNaloConfig->GetPortConfiguration == nullptr) {
+  if (Settings == nullptr || EFI_ERROR(LocateNaloConfig()) || mModule.Tables.mNaloConfig == nullptr ||
+      mModule.Tables.mNaloConfig->GetPortConfiguration == nullptr) {
     return;
   }
   NALO_PORT_TABLE *Table = (NALO_PORT_TABLE *)AllocateZeroPool(sizeof(NALO_PORT_TABLE));
@@ -87,47 +89,48 @@ static BOOLEAN PlanEmulex0720Layout(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings
   BOOLEAN ModeChanged = FALSE;
   BOOLEAN UmcChanged = FALSE;
   if (IsFirstFunctionOfAdapter(Settings)) {
-    if (TypedLayout(mModule.mActiveLinkConfig) && mModule.mNaloHeader.PortTableValid == 1) {
-      ProbeRoceAndSriov(Settings, &mModule.mRoceMode, &mModule.mSriovRequested, &mModule.mActiveLinkConfig);
+    if (TypedLayout(mModule.Discovered.mActiveLinkConfig) && mModule.Tables.mNaloHeader.PortTableValid == 1) {
+      ProbeRoceAndSriov(Settings, &mModule.Planner.mRoceMode, &mModule.Planner.mSriovRequested,
+                        &mModule.Discovered.mActiveLinkConfig);
     }
     ModeChanged = PlanDecide(Call, Settings, SET_MODE);
     UmcChanged = PlanDecide(Call, Settings, SET_UMC);
-    if (mModule.mRoceMode != 0) {
+    if (mModule.Planner.mRoceMode != 0) {
       PlanAppend(Call, SET_ROCE_PROFILE);
     }
   }
   const BOOLEAN TypesChanged = PlanDecide(Call, Settings, SET_PF2_TYPE);
-  mModule.mEmulexPfTypeSetIndex = 0;
+  mModule.Builder.mEmulexPfTypeSetIndex = 0;
   const BOOLEAN SriovChanged = PlanDecide(Call, Settings, SET_SRIOV_FOR_PF);
   return ModeChanged || UmcChanged || TypesChanged || SriovChanged;
 }
 
 static VOID PlanEmulex0720Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
-  mModule.mCurrentVlanId = Settings->VlanId;
-  mModule.mTargetVlanId = Settings->VlanId;
-  mModule.mCurrentBootEnable = Settings->BootEnable;
-  mModule.mTargetBootEnable = Settings->BootEnable;
+  mModule.Discovered.mCurrentVlanId = Settings->VlanId;
+  mModule.Discovered.mTargetVlanId = Settings->VlanId;
+  mModule.Planner.mCurrentBootEnable = Settings->BootEnable;
+  mModule.Planner.mTargetBootEnable = Settings->BootEnable;
 
   if (IsFirstFunctionOfPort(Settings)) {
-    mModule.mEmulex0720Flag = 0;
+    mModule.Builder.mEmulex0720Flag = 0;
     if (PlanEmulex0720Layout(Call, Settings)) {
-      mModule.mEmulex0720Flag = 1;
+      mModule.Builder.mEmulex0720Flag = 1;
       NotifyRestartOnce();
     }
   }
   // A layout change ends the plan for every function of the pass; the records are not marked
   // planned, the restart plans them again.
-  if (mModule.mEmulex0720Flag != 0) {
-    mModule.mPlanComplete = 1;
+  if (mModule.Builder.mEmulex0720Flag != 0) {
+    mModule.Run.mPlanComplete = 1;
     return;
   }
-  if (Settings->PfIndex != 0 && Settings->PfIndex == mModule.mNaloPortTable.DesiredFunctionCount) {
-    mModule.mPlanComplete = 1;
+  if (Settings->PfIndex != 0 && Settings->PfIndex == mModule.Tables.mNaloPortTable.DesiredFunctionCount) {
+    mModule.Run.mPlanComplete = 1;
     return;
   }
   PlanDecideAll(Call, Settings, PLAN_CODES(mEmulex0720Shares));
   PlanDecide(Call, Settings, SET_PF_VLANID);
-  if (!(mModule.mTargetUmc == 1 || Settings->PfType == PF_TYPE_ISCSI)) {
+  if (!(mModule.Discovered.mTargetUmc == 1 || Settings->PfType == PF_TYPE_ISCSI)) {
     PlanDecide(Call, Settings, SET_PXE_VLANID);
   }
   PlanDecide(Call, Settings, SET_BOOT_EN);
@@ -149,8 +152,8 @@ VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *Pl
   const BOOLEAN FromAdapter = LayoutFromAdapter(Settings);
   const BOOLEAN FirstPort = Settings->PortIndex == 0;
   if (!FromAdapter) {
-    mModule.mLinkConfig = Settings->LinkConfig;
-    mModule.mActiveLinkConfig = mModule.mLinkConfig;
+    mModule.Discovered.mLinkConfig = Settings->LinkConfig;
+    mModule.Discovered.mActiveLinkConfig = mModule.Discovered.mLinkConfig;
   }
 
   PLAN_CALL Call;
@@ -165,10 +168,10 @@ VOID PlanEmulex0720(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *Pl
     }
     // The function-type parser of SHOW_PF_INFO fills in the functions that exist.
     if (IsFirstFunctionOfPort(Settings)) {
-      mModule.mPfTypeTable[0] = PF_TYPE_NIC;
-      if (mModule.mActiveLinkConfig != 1) {
+      mModule.Discovered.mPfTypeTable[0] = PF_TYPE_NIC;
+      if (mModule.Discovered.mActiveLinkConfig != 1) {
         for (UINTN Index = 1; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
-          mModule.mPfTypeTable[Index] = PF_TYPE_DISABLED;
+          mModule.Discovered.mPfTypeTable[Index] = PF_TYPE_DISABLED;
         }
       }
     }

@@ -1,4 +1,5 @@
 // Port and boot enable, the return to manufacturer addresses and the PXE VLAN show.
+#include "ModuleState.h"
 #include "Planning/PredicateInternal.h"
 #include "Planning/NaloConfiguration.h"
 #include "Library/BaseLib.h"
@@ -28,29 +29,29 @@ VOID PlanPortEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   // Port enable is a port property: the first function decides, later functions inherit the
   // values it left in the working pair.
   if (IsFirstFunctionOfPort(Settings)) {
-    mModule.mCurrentPortEnable = Settings->PortEnable;
-    mModule.mTargetPortEnable = Settings->PortEnable;
+    mModule.Planner.mCurrentPortEnable = Settings->PortEnable;
+    mModule.Planner.mTargetPortEnable = Settings->PortEnable;
     if (PortTableValid()) {
-      mModule.mTargetPortEnable = mModule.mNaloPortTable.DesiredPortEnable == 1 ? 1 : 0;
-      if (mModule.mFamily.Emulex0700) {
-        mModule.mCurrentPortEnable = PORT_ENABLE_UNKNOWN;
+      mModule.Planner.mTargetPortEnable = mModule.Tables.mNaloPortTable.DesiredPortEnable == 1 ? 1 : 0;
+      if (mModule.Run.mFamily.Emulex0700) {
+        mModule.Planner.mCurrentPortEnable = PORT_ENABLE_UNKNOWN;
       }
-    } else if (mModule.mCurrentPortEnable == 0 && QueryDefaults(NALO_QUERY_DEFAULTS_PORT)) {
-      mModule.mTargetPortEnable = 1;
-      if (mModule.mFamily.Emulex0700) {
-        mModule.mCurrentPortEnable = PORT_ENABLE_UNKNOWN;
+    } else if (mModule.Planner.mCurrentPortEnable == 0 && QueryDefaults(NALO_QUERY_DEFAULTS_PORT)) {
+      mModule.Planner.mTargetPortEnable = 1;
+      if (mModule.Run.mFamily.Emulex0700) {
+        mModule.Planner.mCurrentPortEnable = PORT_ENABLE_UNKNOWN;
       }
     }
     if (ForcedEnableApplies(Settings)) {
-      mModule.mTargetPortEnable = 1;
+      mModule.Planner.mTargetPortEnable = 1;
     }
-    if (mModule.mTargetPortEnable != mModule.mCurrentPortEnable) {
+    if (mModule.Planner.mTargetPortEnable != mModule.Planner.mCurrentPortEnable) {
       AppendCommand(Code, Count);
     }
   }
-  if (mModule.mTargetPortEnable != mModule.mCurrentPortEnable) {
-    Settings->PortEnable = mModule.mTargetPortEnable;
-    Settings->PortEnableToApply = mModule.mTargetPortEnable;
+  if (mModule.Planner.mTargetPortEnable != mModule.Planner.mCurrentPortEnable) {
+    Settings->PortEnable = mModule.Planner.mTargetPortEnable;
+    Settings->PortEnableToApply = mModule.Planner.mTargetPortEnable;
   }
   if (PortTableValid()) {
     Settings->ProgressFlags |= PROGRESS_FLAG_PORT_ENABLE_PLANNED;
@@ -59,35 +60,37 @@ VOID PlanPortEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
 
 VOID PlanBootEnable(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   const BOOLEAN SharedBootEnable = RecordVidDid(Settings) == VIDDID_QLOGIC_1656;
-  mModule.mCurrentBootEnable = Settings->BootEnable;
-  mModule.mTargetBootEnable = Settings->BootEnable;
+  mModule.Planner.mCurrentBootEnable = Settings->BootEnable;
+  mModule.Planner.mTargetBootEnable = Settings->BootEnable;
   if (BootTableValid()) {
-    const NALO_BOOT_ENTRY *Entry = SharedBootEnable ? &mModule.mNaloBootTable[0] : mModule.mCurBootEntry;
+    const NALO_BOOT_ENTRY *Entry =
+        SharedBootEnable ? &mModule.Tables.mNaloBootTable[0] : mModule.Tables.mCurBootEntry;
     // Without an entry for the function there is no wish to act on.
     if (Entry != nullptr) {
-      mModule.mTargetBootEnable = Entry->Enabled == 1 ? 1 : 0;
-      if (mModule.mFamily.Emulex0700) {
-        mModule.mCurrentBootEnable = BOOT_ENABLE_UNKNOWN;
+      mModule.Planner.mTargetBootEnable = Entry->Enabled == 1 ? 1 : 0;
+      if (mModule.Run.mFamily.Emulex0700) {
+        mModule.Planner.mCurrentBootEnable = BOOT_ENABLE_UNKNOWN;
       }
     }
   }
   if (ForcedEnableApplies(Settings) &&
       (Settings->PfType == PF_TYPE_NIC || Settings->PfType == PF_TYPE_ROCE)) {
-    mModule.mTargetBootEnable = 1;
+    mModule.Planner.mTargetBootEnable = 1;
   }
-  if (mModule.mTargetBootEnable == mModule.mCurrentBootEnable || !AppendCommand(Code, Count)) {
+  if (mModule.Planner.mTargetBootEnable == mModule.Planner.mCurrentBootEnable ||
+      !AppendCommand(Code, Count)) {
     return;
   }
   if (!SharedBootEnable) {
-    Settings->BootEnableToApply = mModule.mTargetBootEnable;
-    Settings->BootEnable = mModule.mTargetBootEnable;
+    Settings->BootEnableToApply = mModule.Planner.mTargetBootEnable;
+    Settings->BootEnable = mModule.Planner.mTargetBootEnable;
     return;
   }
   for (UINTN Index = SHARED_BOOT_ENABLE_FIRST; Index <= SHARED_BOOT_ENABLE_LAST; Index++) {
-    FUNCTION_SETTINGS *Function = mModule.mCommandSettings[Index];
+    FUNCTION_SETTINGS *Function = mModule.Run.mCommandSettings[Index];
     if (Function != nullptr) {
-      Function->BootEnableToApply = mModule.mTargetBootEnable;
-      Function->BootEnable = mModule.mTargetBootEnable;
+      Function->BootEnableToApply = mModule.Planner.mTargetBootEnable;
+      Function->BootEnable = mModule.Planner.mTargetBootEnable;
     }
   }
 }
@@ -101,7 +104,7 @@ static BOOLEAN ManufacturerAddressesWanted(VOID) {
 VOID PlanAddressDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   EFI_STATUS Status = LocateNaloConfig();
   if (EFI_ERROR(Status)) {
-    mModule.mConfigStatus = Status;
+    mModule.Discovered.mConfigStatus = Status;
     return;
   }
   if (!ManufacturerAddressesWanted()) {
@@ -124,13 +127,13 @@ VOID PlanAddressDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count)
   // One reset per port: the command returns every address of the port, so once it is planned
   // later functions do not ask again until the dispatcher starts the port anew. A function that
   // needed no reset leaves the question open for the functions after it.
-  if (Changed && !mModule.mAddrDefaultsPlanned && AppendCommand(Code, Count)) {
-    mModule.mAddrDefaultsPlanned = TRUE;
+  if (Changed && !mModule.Run.mAddrDefaultsPlanned && AppendCommand(Code, Count)) {
+    mModule.Run.mAddrDefaultsPlanned = TRUE;
   }
 }
 
 BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings) {
-  if (Settings == nullptr || !mModule.mFamily.QLogic8070) {
+  if (Settings == nullptr || !mModule.Run.mFamily.QLogic8070) {
     return FALSE;
   }
   if (AsciiStrnCmp(Settings->MfgAddressText[0], Settings->CurrentAddressText[0], RESTORE_MAC_TEXT_BYTES) ==
@@ -145,10 +148,10 @@ BOOLEAN RestoreMacFromPermanent(FUNCTION_SETTINGS *Settings) {
 VOID PlanPortDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   EFI_STATUS Status = LocateNaloConfig();
   if (EFI_ERROR(Status)) {
-    mModule.mConfigStatus = Status;
+    mModule.Discovered.mConfigStatus = Status;
     return;
   }
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  const ADAPTER_FAMILY &Family = mModule.Run.mFamily;
   if (Family.QLogic2261) {
     if (ManufacturerAddressesWanted()) {
       AppendCommand(Code, Count);
@@ -166,7 +169,7 @@ VOID PlanPortDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
 
 VOID PlanShowPxeVlanId(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   (VOID) Settings;
-  if (mModule.mPxeVlanEnabled != 0) {
+  if (mModule.Discovered.mPxeVlanEnabled != 0) {
     AppendCommand(Code, Count);
   }
 }

@@ -1,5 +1,6 @@
 // General planner (Intel, EmulexE200, Emulex0700, Emulex0710, QLogic2261) and the read-only
 // planner of the other QLogic2031 devices.
+#include "ModuleState.h"
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
 #include "Planning/NaloConfiguration.h"
@@ -39,7 +40,7 @@ static BOOLEAN HasPlatformFlag6(const FUNCTION_SETTINGS *Settings) {
 }
 
 static VOID PlanGeneralPhase1(PLAN_CALL *Call, const FUNCTION_SETTINGS *Settings) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  const ADAPTER_FAMILY &Family = mModule.Run.mFamily;
   switch (Settings->VendorId) {
   case VENDOR_INTEL:
     PlanAppend(Call, HasPlatformFlag6(Settings) ? SET_ADDR_DEFAULTS : SHOW_PF_MFG_MAC);
@@ -77,7 +78,7 @@ static BOOLEAN PlanEmulexOcRestart(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings)
   if (!IsFirstFunctionOfAdapter(Settings)) {
     return FALSE;
   }
-  const BOOLEAN Is0710 = mModule.mFamily.Emulex0710;
+  const BOOLEAN Is0710 = mModule.Run.mFamily.Emulex0710;
   const BOOLEAN CountChanged = Is0710 ? PlanDecide(Call, Settings, SET_PFCOUNT) : FALSE;
   const BOOLEAN TypeChanged = PlanDecide(Call, Settings, SET_PF1_TYPE);
   BOOLEAN SriovChanged = FALSE;
@@ -87,9 +88,9 @@ static BOOLEAN PlanEmulexOcRestart(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings)
   if (!CountChanged && !TypeChanged && !SriovChanged) {
     return FALSE;
   }
-  mModule.mPlanStopped = 1;
-  mModule.mPlanComplete = 1;
-  mModule.mPlanInstance2 = (UINT8)Call->Local;
+  mModule.Run.mPlanStopped = 1;
+  mModule.Run.mPlanComplete = 1;
+  mModule.Run.mPlanInstance2 = (UINT8)Call->Local;
   PlanEnd(Call);
   NotifyRestartOnce();
   return TRUE;
@@ -97,7 +98,7 @@ static BOOLEAN PlanEmulexOcRestart(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings)
 
 // TRUE when the plan ended in this phase (a restart is needed).
 static BOOLEAN PlanGeneralPhase2(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  const ADAPTER_FAMILY &Family = mModule.Run.mFamily;
   switch (Settings->VendorId) {
   case VENDOR_INTEL:
     PlanAppend(Call, HasPlatformFlag6(Settings) ? SHOW_PF_MFG_MAC : SHOW_PF_MAC);
@@ -107,7 +108,7 @@ static BOOLEAN PlanGeneralPhase2(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
     PlanAppendAll(Call, PLAN_CODES(mEmulexE200Phase2Shows));
     break;
   case VENDOR_QLOGIC:
-    if (mModule.mFcIovSupported != 0) {
+    if (mModule.Discovered.mFcIovSupported != 0) {
       PlanDecide(Call, Settings, SET_PORT_DEFAULTS);
       PlanAppendAll(Call, PLAN_CODES(mQLogic2261Phase2Shows));
     }
@@ -133,8 +134,8 @@ static BOOLEAN PlanGeneralPhase2(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
 // Virtual addresses are wanted but the Fibre Channel firmware cannot take the IOV commands that
 // set them: tell the management controller which firmware would.
 static VOID ReportFcIovUnsupported(FUNCTION_SETTINGS *Settings) {
-  const NALO_ADDRESS_ENTRY *Entry = mModule.mCurAddressEntry;
-  if (mModule.mNaloHeader.AddressTableValid != 1 || Entry == nullptr || Entry->Enabled != 1) {
+  const NALO_ADDRESS_ENTRY *Entry = mModule.Tables.mCurAddressEntry;
+  if (mModule.Tables.mNaloHeader.AddressTableValid != 1 || Entry == nullptr || Entry->Enabled != 1) {
     return;
   }
   UINT8 Version[DOTTED_VERSION_PARTS];
@@ -149,10 +150,10 @@ static VOID ReportFcIovUnsupported(FUNCTION_SETTINGS *Settings) {
 }
 
 static VOID PlanGeneralPhase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
-  const ADAPTER_FAMILY &Family = mModule.mFamily;
+  const ADAPTER_FAMILY &Family = mModule.Run.mFamily;
   const UINT32 PfType = Settings->PfType;
 
-  if (Family.QLogic2261 && mModule.mFcIovSupported == 0) {
+  if (Family.QLogic2261 && mModule.Discovered.mFcIovSupported == 0) {
     ReportFcIovUnsupported(Settings);
     PlanFinish(Settings);
     return;
@@ -215,15 +216,15 @@ VOID PlanQLogic2031(UINT64 Instance, FUNCTION_SETTINGS * /* Settings */, PLAN_ST
   // These devices are only read: one information query, then the plan is complete.
   if (PlanAtPhase1(&Call)) {
     PlanAppend(&Call, SHOW_PF_INFO);
-    mModule.mPlanComplete = 1;
+    mModule.Run.mPlanComplete = 1;
     PlanEndPhase1(&Call);
   }
   if (PlanAtPhase2(&Call)) {
-    mModule.mPlanComplete = 1;
+    mModule.Run.mPlanComplete = 1;
     PlanEndPhase2(&Call);
   }
   if (PlanAtPhase3(&Call)) {
-    mModule.mPlanComplete = 1;
+    mModule.Run.mPlanComplete = 1;
   }
   PlanEnd(&Call);
 }

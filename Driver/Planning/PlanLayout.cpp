@@ -2,6 +2,7 @@
 //
 // On the Emulex families any of these changes makes the planner end the plan and ask for a
 // controller restart, so they are decided before anything that depends on the layout.
+#include "ModuleState.h"
 #include "Planning/PredicateInternal.h"
 #include "Reporting/Reporting.h"
 #include "Library/ReportStatusCodeLib.h"
@@ -19,30 +20,31 @@
 
 VOID PlanMode(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   (VOID) Settings;
-  if (mModule.mLinkConfig != mModule.mActiveLinkConfig) {
+  if (mModule.Discovered.mLinkConfig != mModule.Discovered.mActiveLinkConfig) {
     AppendCommand(Code, Count);
   }
 }
 
 VOID PlanPfCount(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
-  const UINT8 Wish = mModule.mNaloPortTable.DesiredFunctionCount;
-  if (mModule.mActiveLinkConfig != 0 || !PortTableValid() || Wish < 1 || Wish > PF_COUNT_MAX_WISH) {
+  const UINT8 Wish = mModule.Tables.mNaloPortTable.DesiredFunctionCount;
+  if (mModule.Discovered.mActiveLinkConfig != 0 || !PortTableValid() || Wish < 1 ||
+      Wish > PF_COUNT_MAX_WISH) {
     return;
   }
-  mModule.mTargetPfCount = Wish == PF_COUNT_UNSUPPORTED ? 2 : Wish;
-  if (mModule.mTargetPfCount != mModule.mCurrentPfCount && AppendCommand(Code, Count)) {
-    Settings->FunctionCount = mModule.mTargetPfCount;
+  mModule.Discovered.mTargetPfCount = Wish == PF_COUNT_UNSUPPORTED ? 2 : Wish;
+  if (mModule.Discovered.mTargetPfCount != mModule.Discovered.mCurrentPfCount && AppendCommand(Code, Count)) {
+    Settings->FunctionCount = mModule.Discovered.mTargetPfCount;
   }
 }
 
 VOID PlanPf1Type(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   (VOID) Settings;
-  if (mModule.mActiveLinkConfig != 0 || !PortTableValid() ||
-      mModule.mNaloPortTable.DesiredFunctionCount <= 1) {
+  if (mModule.Discovered.mActiveLinkConfig != 0 || !PortTableValid() ||
+      mModule.Tables.mNaloPortTable.DesiredFunctionCount <= 1) {
     return;
   }
-  mModule.mTargetPersonality = mModule.mNaloPortTable.Function[1].FunctionType;
-  if (mModule.mTargetPersonality != mModule.mCurrentPersonality) {
+  mModule.Discovered.mTargetPersonality = mModule.Tables.mNaloPortTable.Function[1].FunctionType;
+  if (mModule.Discovered.mTargetPersonality != mModule.Discovered.mCurrentPersonality) {
     AppendCommand(Code, Count);
   }
 }
@@ -53,16 +55,16 @@ static VOID QueueTypeChange(UINT32 Code, UINTN *Count, UINTN *Queued, UINTN Func
   if (*Queued >= PF_TYPE_TABLE_ENTRIES || !AppendCommand(Code, Count)) {
     return;
   }
-  mModule.mPfTypeTable[*Queued] = mModule.mTargetPfTypeWork;
-  mModule.mPfTypePfNumber[*Queued] = Function;
+  mModule.Discovered.mPfTypeTable[*Queued] = mModule.Planner.mTargetPfTypeWork;
+  mModule.Builder.mPfTypePfNumber[*Queued] = Function;
   (*Queued)++;
 }
 
 static UINTN TypedFunctionsOfLayout(VOID) {
-  if (mModule.mActiveLinkConfig == 2) {
+  if (mModule.Discovered.mActiveLinkConfig == 2) {
     return 16;
   }
-  if (mModule.mActiveLinkConfig == 3) {
+  if (mModule.Discovered.mActiveLinkConfig == 3) {
     return 4;
   }
   return 8;
@@ -75,41 +77,42 @@ VOID PlanPf2Types(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   }
   UINTN Queued = 0;
 
-  mModule.mCurrentPfTypeWork = mModule.mPfTypeTable[0];
-  if (mModule.mRoceMode != 0) {
-    mModule.mTargetPfTypeWork = PF_TYPE_ROCE;
+  mModule.Planner.mCurrentPfTypeWork = mModule.Discovered.mPfTypeTable[0];
+  if (mModule.Planner.mRoceMode != 0) {
+    mModule.Planner.mTargetPfTypeWork = PF_TYPE_ROCE;
   } else {
-    mModule.mTargetPfTypeWork = PF_TYPE_NIC;
-    if (mModule.mCurrentPfTypeWork == PF_TYPE_ROCE) {
-      mModule.mRoceTypeFound = 1;
+    mModule.Planner.mTargetPfTypeWork = PF_TYPE_NIC;
+    if (mModule.Planner.mCurrentPfTypeWork == PF_TYPE_ROCE) {
+      mModule.Planner.mRoceTypeFound = 1;
     }
   }
-  if (mModule.mTargetPfTypeWork != mModule.mCurrentPfTypeWork) {
+  if (mModule.Planner.mTargetPfTypeWork != mModule.Planner.mCurrentPfTypeWork) {
     QueueTypeChange(Code, Count, &Queued, 0);
   }
 
   // Queued never exceeds Function, so the entries still to be examined hold current types.
   const UINTN Functions = TypedFunctionsOfLayout();
-  const BOOLEAN UmcSwitchingOn = mModule.mCurrentUmc == 0 && mModule.mTargetUmc == 1;
+  const BOOLEAN UmcSwitchingOn = mModule.Discovered.mCurrentUmc == 0 && mModule.Discovered.mTargetUmc == 1;
   for (UINTN Function = 1; Function < Functions && Function < PF_TYPE_TABLE_ENTRIES; Function++) {
-    mModule.mCurrentPfTypeWork = mModule.mPfTypeTable[Function];
+    mModule.Planner.mCurrentPfTypeWork = mModule.Discovered.mPfTypeTable[Function];
     // Functions that partitioning brings into existence are always typed.
-    if (UmcSwitchingOn && mModule.mCurrentPfTypeWork == PF_TYPE_DISABLED) {
-      mModule.mCurrentPfTypeWork = PF_TYPE_UNKNOWN;
+    if (UmcSwitchingOn && mModule.Planner.mCurrentPfTypeWork == PF_TYPE_DISABLED) {
+      mModule.Planner.mCurrentPfTypeWork = PF_TYPE_UNKNOWN;
     }
-    const NALO_FUNCTION_ENTRY &Entry = mModule.mNaloPortTable.Function[Function];
-    if (mModule.mNaloPortTable.DesiredFunctionCount != 0 && Entry.Enabled == 1) {
+    const NALO_FUNCTION_ENTRY &Entry = mModule.Tables.mNaloPortTable.Function[Function];
+    if (mModule.Tables.mNaloPortTable.DesiredFunctionCount != 0 && Entry.Enabled == 1) {
       // RoCE mode keeps the further functions off; a further NIC function exists only on a
       // partitioned port.
-      if (mModule.mRoceMode != 0 || (Entry.FunctionType == PF_TYPE_NIC && mModule.mTargetUmc == 0)) {
-        mModule.mTargetPfTypeWork = PF_TYPE_DISABLED;
+      if (mModule.Planner.mRoceMode != 0 ||
+          (Entry.FunctionType == PF_TYPE_NIC && mModule.Discovered.mTargetUmc == 0)) {
+        mModule.Planner.mTargetPfTypeWork = PF_TYPE_DISABLED;
       } else {
-        mModule.mTargetPfTypeWork = Entry.FunctionType;
+        mModule.Planner.mTargetPfTypeWork = Entry.FunctionType;
       }
     } else {
-      mModule.mTargetPfTypeWork = PF_TYPE_DISABLED;
+      mModule.Planner.mTargetPfTypeWork = PF_TYPE_DISABLED;
     }
-    if (mModule.mTargetPfTypeWork != mModule.mCurrentPfTypeWork) {
+    if (mModule.Planner.mTargetPfTypeWork != mModule.Planner.mCurrentPfTypeWork) {
       QueueTypeChange(Code, Count, &Queued, Function);
     }
   }
@@ -120,22 +123,22 @@ VOID PlanUmc(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     return;
   }
   const UINTN Functions = DesiredFunctionEntries();
-  mModule.mTargetUmc = 0;
+  mModule.Discovered.mTargetUmc = 0;
   // RoCE and SR-IOV both exclude partitioning; otherwise a further NIC function needs it.
-  if (mModule.mRoceMode == 0 && !(SriovValid() && mModule.mSriovRequested != 0)) {
+  if (mModule.Planner.mRoceMode == 0 && !(SriovValid() && mModule.Planner.mSriovRequested != 0)) {
     for (UINTN Function = 1; Function < Functions; Function++) {
-      const NALO_FUNCTION_ENTRY &Entry = mModule.mNaloPortTable.Function[Function];
+      const NALO_FUNCTION_ENTRY &Entry = mModule.Tables.mNaloPortTable.Function[Function];
       if (Entry.Enabled == 1 && Entry.FunctionType == PF_TYPE_NIC) {
-        mModule.mTargetUmc = 1;
+        mModule.Discovered.mTargetUmc = 1;
         break;
       }
     }
   }
-  if (mModule.mTargetUmc == mModule.mCurrentUmc) {
+  if (mModule.Discovered.mTargetUmc == mModule.Discovered.mCurrentUmc) {
     return;
   }
   // SR-IOV has to be off before a NIC port is partitioned.
-  if (mModule.mTargetUmc == 1 && Settings->PfType == PF_TYPE_NIC &&
+  if (mModule.Discovered.mTargetUmc == 1 && Settings->PfType == PF_TYPE_NIC &&
       AppendCommand(SET_SRIOV_FOR_CONTROLLER, Count)) {
     Settings->SriovEnabled = 0;
   }
@@ -147,14 +150,14 @@ static VOID PlanControllerSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
   if (!SriovValid()) {
     return;
   }
-  if (mModule.mNaloPortTable.Function[0].SriovEnable == 1) {
-    mModule.mSriovRequested = 1;
+  if (mModule.Tables.mNaloPortTable.Function[0].SriovEnable == 1) {
+    mModule.Planner.mSriovRequested = 1;
   }
   // On a multi-port adapter the decision waits for a later port, after every port's wish is known.
   if (Settings->PortCount != 1 && IsFirstFunctionOfAdapter(Settings)) {
     return;
   }
-  const UINT8 Desired = mModule.mSriovRequested != 0 ? 1 : 0;
+  const UINT8 Desired = mModule.Planner.mSriovRequested != 0 ? 1 : 0;
   if (Desired == Settings->SriovEnabled || !AppendCommand(SET_SRIOV_FOR_CONTROLLER, Count)) {
     return;
   }
@@ -174,7 +177,7 @@ static VOID PlanPortSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
   UINT8 Desired = 0;
   const UINTN Functions = DesiredFunctionEntries();
   for (UINTN Function = 0; Function < Functions; Function++) {
-    if (mModule.mNaloPortTable.Function[Function].SriovEnable == 1) {
+    if (mModule.Tables.mNaloPortTable.Function[Function].SriovEnable == 1) {
       Desired = 1;
       break;
     }
@@ -182,8 +185,8 @@ static VOID PlanPortSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
   if (Desired == Settings->SriovEnabled) {
     return;
   }
-  if (mModule.mCurrentPfCount > 2 ||
-      (mModule.mCurrentPfCount == 2 && mModule.mCurrentPersonality == PF_TYPE_NIC)) {
+  if (mModule.Discovered.mCurrentPfCount > 2 ||
+      (mModule.Discovered.mCurrentPfCount == 2 && mModule.Discovered.mCurrentPersonality == PF_TYPE_NIC)) {
     return;
   }
   if (AppendCommand(SET_SRIOV_FOR_CONTROLLER, Count)) {
@@ -194,17 +197,17 @@ static VOID PlanPortSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
 // Per-function SR-IOV, held back while partitioning or RoCE typing is being established.
 static VOID PlanFunctionSriov(FUNCTION_SETTINGS *Settings, UINTN *Count) {
   UINT8 Desired = Settings->SriovEnabled;
-  if (mModule.mRoceMode != 0) {
+  if (mModule.Planner.mRoceMode != 0) {
     Desired = 0;
-  } else if (SriovValid() && mModule.mCurFunctionEntry != nullptr) {
-    Desired = mModule.mCurFunctionEntry->SriovEnable;
+  } else if (SriovValid() && mModule.Tables.mCurFunctionEntry != nullptr) {
+    Desired = mModule.Tables.mCurFunctionEntry->SriovEnable;
   }
   if (Desired == Settings->SriovEnabled) {
     return;
   }
-  const BOOLEAN UmcSwitchingOn = mModule.mCurrentUmc == 0 && mModule.mTargetUmc == 1;
-  const BOOLEAN SriovOnUnderUmc = mModule.mTargetUmc == 1 && Desired != 0;
-  if (UmcSwitchingOn || SriovOnUnderUmc || mModule.mRoceTypeFound != 0) {
+  const BOOLEAN UmcSwitchingOn = mModule.Discovered.mCurrentUmc == 0 && mModule.Discovered.mTargetUmc == 1;
+  const BOOLEAN SriovOnUnderUmc = mModule.Discovered.mTargetUmc == 1 && Desired != 0;
+  if (UmcSwitchingOn || SriovOnUnderUmc || mModule.Planner.mRoceTypeFound != 0) {
     return;
   }
   if (AppendCommand(SET_SRIOV_FOR_PF, Count)) {
@@ -227,7 +230,7 @@ VOID PlanSriov(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   if (!IsFirstFunctionOfPort(Settings)) {
     return;
   }
-  if (LayoutAllowsTyping() || mModule.mFamily.Mellanox1013 || mModule.mFamily.QLogic8070) {
+  if (LayoutAllowsTyping() || mModule.Run.mFamily.Mellanox1013 || mModule.Run.mFamily.QLogic8070) {
     switch (RecordVidDid(Settings)) {
     case VIDDID_QLOGIC_1644:
     case VIDDID_QLOGIC_8070:
@@ -250,8 +253,8 @@ VOID PlanSriov(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
       break;
     }
   }
-  if (SriovValid() && mModule.mActiveLinkConfig == LINK_CONFIG_UNTYPED &&
-      mModule.mNaloPortTable.Function[0].SriovEnable == 1) {
+  if (SriovValid() && mModule.Discovered.mActiveLinkConfig == LINK_CONFIG_UNTYPED &&
+      mModule.Tables.mNaloPortTable.Function[0].SriovEnable == 1) {
     ReportSriovLayoutConflict(Settings);
   }
 }

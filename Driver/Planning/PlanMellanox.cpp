@@ -1,4 +1,5 @@
 // Mellanox planners: two phases, reading first and setting second (1013), or reading only (1017).
+#include "ModuleState.h"
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
 #include "Strings/Vocabulary.h"
@@ -19,7 +20,7 @@ VOID PlanMellanox1013(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *
     // Port defaults go first, so that the shows below read the state they leave.
     PlanDecide(&Call, Settings, SET_PORT_DEFAULTS);
     PlanAppendAll(&Call, PLAN_CODES(mMellanox1013Shows));
-    mModule.mPlanInstance = (UINT8)Call.Local;
+    mModule.Run.mPlanInstance = (UINT8)Call.Local;
   } else if (PlanAtPhase2(&Call)) {
     PlanDecideAll(&Call, Settings, PLAN_CODES(mMellanox1013Settings));
     PlanAppend(&Call, SHOW_PF_MAC);
@@ -38,7 +39,7 @@ VOID PlanMellanox1017(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *
       PlanAppend(&Call, SHOW_VERSION);
     }
     PlanAppend(&Call, SHOW_MAX_LINK_SPEED);
-    mModule.mPlanComplete = 1;
+    mModule.Run.mPlanComplete = 1;
   }
   PlanEnd(&Call);
 }

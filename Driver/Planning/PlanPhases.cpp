@@ -1,3 +1,4 @@
+#include "ModuleState.h"
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
 #include "Strings/Vocabulary.h"
@@ -38,20 +39,20 @@ BOOLEAN PlanAtPhase3(const PLAN_CALL *Call) {
 
 VOID PlanEndPhase1(PLAN_CALL *Call) {
   if (PlanGrew(Call)) {
-    mModule.mPlanInstance = (UINT8)Call->Local;
+    mModule.Run.mPlanInstance = (UINT8)Call->Local;
   }
 }
 
 VOID PlanEndPhase2(PLAN_CALL *Call) {
   if (PlanGrew(Call)) {
-    mModule.mPlanInstance2 = (UINT8)Call->Local;
+    mModule.Run.mPlanInstance2 = (UINT8)Call->Local;
   } else {
     Call->State->PlanInstance2 = (UINT8)Call->Instance;
   }
 }
 
 VOID PlanFinish(FUNCTION_SETTINGS *Settings) {
-  mModule.mPlanComplete = 1;
+  mModule.Run.mPlanComplete = 1;
   Settings->ProgressFlags |= PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2;
 }
 

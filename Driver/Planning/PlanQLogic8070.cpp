@@ -1,5 +1,6 @@
 // QLogic8070 planner: controller-wide state is read once on the first port, per-port state on
 // every port; a partitioned adapter is read but not changed.
+#include "ModuleState.h"
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
 #include "Strings/Vocabulary.h"
@@ -17,7 +18,7 @@ static BOOLEAN LacksBandwidthQuery(const FUNCTION_SETTINGS *Settings) {
 }
 
 static VOID PlanPortDiscovery(PLAN_CALL *Call, const FUNCTION_SETTINGS *Settings) {
-  const BOOLEAN Partitioned = mModule.mCurrentUmc != 0;
+  const BOOLEAN Partitioned = mModule.Discovered.mCurrentUmc != 0;
   if (IsFirstFunctionOfPort(Settings)) {
     PlanAppend(Call, SHOW_BOOT_EN);
     if (Partitioned) {
@@ -35,23 +36,23 @@ static VOID PlanPortDiscovery(PLAN_CALL *Call, const FUNCTION_SETTINGS *Settings
 }
 
 static VOID PlanQLogic8070Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
-  mModule.mCurrentVlanId = Settings->VlanId;
-  mModule.mTargetVlanId = Settings->VlanId;
+  mModule.Discovered.mCurrentVlanId = Settings->VlanId;
+  mModule.Discovered.mTargetVlanId = Settings->VlanId;
   // Boot enable was read for the function planned at Instance 0.
-  const FUNCTION_SETTINGS *First = mModule.mCommandSettings[0];
+  const FUNCTION_SETTINGS *First = mModule.Run.mCommandSettings[0];
   const UINT8 BootEnable = First != nullptr ? First->BootEnable : Settings->BootEnable;
-  mModule.mCurrentBootEnable = BootEnable;
-  mModule.mTargetBootEnable = BootEnable;
+  mModule.Planner.mCurrentBootEnable = BootEnable;
+  mModule.Planner.mTargetBootEnable = BootEnable;
 
-  if (mModule.mCurrentUmc != 0) {
-    mModule.mPlanComplete = 1;
+  if (mModule.Discovered.mCurrentUmc != 0) {
+    mModule.Run.mPlanComplete = 1;
     return;
   }
   PlanDecideAll(Call, Settings, PLAN_CODES(mControllerSettings));
   if (IsFirstFunctionOfPort(Settings)) {
     PlanDecide(Call, Settings, SET_BOOT_EN);
     PlanDecide(Call, Settings, SET_PXE_VLANID);
-    mModule.mPfTypeCount = 0;
+    mModule.Discovered.mPfTypeCount = 0;
   }
   if (Settings->PfType == PF_TYPE_NIC) {
     PlanDecide(Call, Settings, SET_PF_MAC);
@@ -63,8 +64,8 @@ static VOID PlanQLogic8070Phase3(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
 
 VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *PlanState, UINTN *Count) {
   const BOOLEAN FirstPort = Settings->PortIndex == 0;
-  mModule.mLinkConfig = Settings->LinkConfig;
-  mModule.mActiveLinkConfig = mModule.mLinkConfig;
+  mModule.Discovered.mLinkConfig = Settings->LinkConfig;
+  mModule.Discovered.mActiveLinkConfig = mModule.Discovered.mLinkConfig;
 
   PLAN_CALL Call;
   PlanBegin(&Call, Instance, PlanState, Count);
@@ -78,11 +79,11 @@ VOID PlanQLogic8070(UINT64 Instance, FUNCTION_SETTINGS *Settings, PLAN_STATE *Pl
     }
     PlanAppend(&Call, SHOW_PXE_VLAN);
     if (IsFirstFunctionOfPort(Settings)) {
-      mModule.mPfTypeTable[0] = PF_TYPE_NIC;
+      mModule.Discovered.mPfTypeTable[0] = PF_TYPE_NIC;
       for (UINTN Index = 1; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
-        mModule.mPfTypeTable[Index] = PF_TYPE_DISABLED;
+        mModule.Discovered.mPfTypeTable[Index] = PF_TYPE_DISABLED;
       }
-      mModule.mPfTypeCount = 0;
+      mModule.Discovered.mPfTypeCount = 0;
     }
     PlanEndPhase1(&Call);
   }

@@ -1,4 +1,5 @@
 // VLAN, PXE VLAN and bandwidth shares of one function.
+#include "ModuleState.h"
 #include "Planning/PredicateInternal.h"
 #include "Strings/Vocabulary.h"
 
@@ -8,77 +9,77 @@
 // range, so the SET is always planned there.
 
 VOID PlanBandwidth(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
-  if (!PortTableValid() || mModule.mNaloPortTable.DesiredPortEnable != 1 || ConfigIsType2Subtype5()) {
+  if (!PortTableValid() || mModule.Tables.mNaloPortTable.DesiredPortEnable != 1 || ConfigIsType2Subtype5()) {
     return;
   }
-  if (mModule.mNaloPortTable.PortMode != PORT_MODE_PARTITIONED || mModule.mTargetUmc != 1 ||
-      mModule.mCurFunctionEntry == nullptr) {
+  if (mModule.Tables.mNaloPortTable.PortMode != PORT_MODE_PARTITIONED || mModule.Discovered.mTargetUmc != 1 ||
+      mModule.Tables.mCurFunctionEntry == nullptr) {
     return;
   }
   if (Code == SET_PF_BANDWIDTH) {
-    const UINT8 *Share = mModule.mCurFunctionEntry->MinBandwidthShare;
+    const UINT8 *Share = mModule.Tables.mCurFunctionEntry->MinBandwidthShare;
     if (Share == nullptr) {
       return;
     }
-    mModule.mCurrentBandwidth = Settings->MinBandwidth;
-    mModule.mTargetBandwidth = *Share;
-    if (mModule.mCurrentBandwidth != mModule.mTargetBandwidth && AppendCommand(Code, Count)) {
-      Settings->MinBandwidth = mModule.mTargetBandwidth;
+    mModule.Planner.mCurrentBandwidth = Settings->MinBandwidth;
+    mModule.Planner.mTargetBandwidth = *Share;
+    if (mModule.Planner.mCurrentBandwidth != mModule.Planner.mTargetBandwidth && AppendCommand(Code, Count)) {
+      Settings->MinBandwidth = mModule.Planner.mTargetBandwidth;
     }
     return;
   }
-  const UINT8 *Share = mModule.mCurFunctionEntry->MaxBandwidthShare;
+  const UINT8 *Share = mModule.Tables.mCurFunctionEntry->MaxBandwidthShare;
   if (Share == nullptr) {
     return;
   }
-  mModule.mCurrentRateLimit = Settings->MaxBandwidth;
-  mModule.mTargetRateLimit = *Share;
-  if (mModule.mCurrentRateLimit != mModule.mTargetRateLimit && AppendCommand(Code, Count)) {
-    Settings->MaxBandwidth = mModule.mTargetRateLimit;
+  mModule.Planner.mCurrentRateLimit = Settings->MaxBandwidth;
+  mModule.Planner.mTargetRateLimit = *Share;
+  if (mModule.Planner.mCurrentRateLimit != mModule.Planner.mTargetRateLimit && AppendCommand(Code, Count)) {
+    Settings->MaxBandwidth = mModule.Planner.mTargetRateLimit;
   }
 }
 
 // Sets the working VLAN pair from the platform's wish; a missing source leaves target = current.
 static VOID DecideVlan(const FUNCTION_SETTINGS *Settings) {
-  mModule.mCurrentVlanId = Settings->VlanId;
-  mModule.mTargetVlanId = Settings->VlanId;
+  mModule.Discovered.mCurrentVlanId = Settings->VlanId;
+  mModule.Discovered.mTargetVlanId = Settings->VlanId;
   const BOOLEAN FromFunctionEntry =
-      !ConfigIsType2Subtype5() && mModule.mNaloPortTable.PortMode == PORT_MODE_PARTITIONED;
+      !ConfigIsType2Subtype5() && mModule.Tables.mNaloPortTable.PortMode == PORT_MODE_PARTITIONED;
   if (FromFunctionEntry) {
-    const NALO_FUNCTION_ENTRY *Entry = mModule.mCurFunctionEntry;
+    const NALO_FUNCTION_ENTRY *Entry = mModule.Tables.mCurFunctionEntry;
     if (Entry != nullptr && Entry->FunctionVlanId != nullptr) {
-      mModule.mTargetVlanId = *Entry->FunctionVlanId & VLAN_ID_MASK;
-      if (mModule.mFamily.Emulex0700) {
-        mModule.mCurrentVlanId = VLAN_UNKNOWN_FUNCTION;
+      mModule.Discovered.mTargetVlanId = *Entry->FunctionVlanId & VLAN_ID_MASK;
+      if (mModule.Run.mFamily.Emulex0700) {
+        mModule.Discovered.mCurrentVlanId = VLAN_UNKNOWN_FUNCTION;
       }
     }
-  } else if (BootEntryUsable() && mModule.mCurBootEntry->BootVlanId != nullptr) {
-    mModule.mTargetVlanId = *mModule.mCurBootEntry->BootVlanId & VLAN_ID_MASK;
-    if (mModule.mFamily.Emulex0700) {
-      mModule.mCurrentVlanId = VLAN_UNKNOWN_BOOT;
+  } else if (BootEntryUsable() && mModule.Tables.mCurBootEntry->BootVlanId != nullptr) {
+    mModule.Discovered.mTargetVlanId = *mModule.Tables.mCurBootEntry->BootVlanId & VLAN_ID_MASK;
+    if (mModule.Run.mFamily.Emulex0700) {
+      mModule.Discovered.mCurrentVlanId = VLAN_UNKNOWN_BOOT;
     }
   }
   // 0 and 4095 both mean "no VLAN"; compare them as one value.
-  if (mModule.mCurrentVlanId == 0) {
-    mModule.mCurrentVlanId = VLAN_NONE;
+  if (mModule.Discovered.mCurrentVlanId == 0) {
+    mModule.Discovered.mCurrentVlanId = VLAN_NONE;
   }
-  if (mModule.mTargetVlanId == 0) {
-    mModule.mTargetVlanId = VLAN_NONE;
+  if (mModule.Discovered.mTargetVlanId == 0) {
+    mModule.Discovered.mTargetVlanId = VLAN_NONE;
   }
 }
 
 static VOID RecordTargetVlan(FUNCTION_SETTINGS *Settings) {
-  Settings->VlanId = mModule.mTargetVlanId == VLAN_NONE ? 0 : mModule.mTargetVlanId;
+  Settings->VlanId = mModule.Discovered.mTargetVlanId == VLAN_NONE ? 0 : mModule.Discovered.mTargetVlanId;
 }
 
 VOID PlanVlan(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
-  if (!PortTableValid() || mModule.mNaloPortTable.DesiredPortEnable != 1 ||
+  if (!PortTableValid() || mModule.Tables.mNaloPortTable.DesiredPortEnable != 1 ||
       Settings->PfType == PF_TYPE_FCOE) {
     return;
   }
   DecideVlan(Settings);
   if (Code == SET_PF_VLANID) {
-    if (mModule.mCurrentVlanId != mModule.mTargetVlanId && AppendCommand(Code, Count)) {
+    if (mModule.Discovered.mCurrentVlanId != mModule.Discovered.mTargetVlanId && AppendCommand(Code, Count)) {
       RecordTargetVlan(Settings);
     }
     return;
@@ -89,11 +90,12 @@ VOID PlanVlan(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   }
   // The builder writes enabled or disabled from the decided pair.
   AppendCommand(SET_PXE_VLAN, Count);
-  if (mModule.mTargetVlanId == 0 || mModule.mTargetVlanId >= VLAN_NONE) {
+  if (mModule.Discovered.mTargetVlanId == 0 || mModule.Discovered.mTargetVlanId >= VLAN_NONE) {
     return;
   }
   // QLogic8070 reports its PXE VLAN ID, so only a difference is programmed there.
-  if (mModule.mFamily.QLogic8070 && mModule.mCurrentVlanId == mModule.mTargetVlanId) {
+  if (mModule.Run.mFamily.QLogic8070 &&
+      mModule.Discovered.mCurrentVlanId == mModule.Discovered.mTargetVlanId) {
     return;
   }
   if (AppendCommand(Code, Count)) {

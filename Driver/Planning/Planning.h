@@ -2,8 +2,37 @@
 #ifndef DRIVER_PLANNING_PLANNING_H_
 #define DRIVER_PLANNING_PLANNING_H_
 
-#include "ModuleState.h"
+#include "Uefi.h"
+#include "Protocol/AdapterSettings.h"
 #include "Planning/CommandCodes.h"
+
+// Snapshot of the five plan bytes, taken once per planning pass; every planner gets a copy.
+typedef struct {
+  UINT8 PlanInstance;
+  UINT8 PlanInstance2;
+  UINT8 PlanStopped;
+  UINT8 PlanComplete;
+  UINT8 LinkAdjusted;
+} PLAN_STATE;
+static_assert(sizeof(PLAN_STATE) == 5, "PLAN_STATE is five bytes");
+
+// The planners' working values: the current and wanted value of the setting being decided.
+struct PLANNER_STATE {
+  UINT8 mCurrentPortEnable = 0;
+  UINT8 mTargetPortEnable = 0;
+  UINT8 mCurrentBootEnable = 0;
+  UINT8 mTargetBootEnable = 0;
+  UINT8 mCurrentBandwidth = 0;
+  UINT8 mTargetBandwidth = 0;
+  UINT8 mCurrentRateLimit = 0;
+  UINT8 mTargetRateLimit = 0;
+  UINT32 mCurrentPfTypeWork = 0;
+  UINT32 mTargetPfTypeWork = 0;
+  UINT8 mRoceMode = 0;
+  UINT8 mSriovRequested = 0;
+  UINT8 mRoceTypeFound = 0;
+  FUNCTION_SETTINGS *mFirstFunctionSettings = nullptr;
+};
 
 // Highest CommandList index a planned code may take. The dispatcher closes a complete plan with
 // EXIT and END, so the last two of the COMMAND_LIST_ENTRIES entries are kept for them: at most

@@ -4,6 +4,7 @@
 #ifndef DRIVER_PLANNING_PREDICATE_INTERNAL_H_
 #define DRIVER_PLANNING_PREDICATE_INTERNAL_H_
 
+#include "ModuleState.h"
 #include "Planning/Planning.h"
 #include "Strings/Vocabulary.h"
 
@@ -11,41 +12,45 @@
 
 // Table state. Every test is for the exact value 1, as the platform marks valid tables.
 static inline BOOLEAN PortTableValid(VOID) {
-  return mModule.mNaloHeader.PortTableValid == 1;
+  return mModule.Tables.mNaloHeader.PortTableValid == 1;
 }
 static inline BOOLEAN AddressTableValid(VOID) {
-  return mModule.mNaloHeader.AddressTableValid == 1;
+  return mModule.Tables.mNaloHeader.AddressTableValid == 1;
 }
 static inline BOOLEAN BootTableValid(VOID) {
-  return mModule.mNaloHeader.BootTableValid == 1;
+  return mModule.Tables.mNaloHeader.BootTableValid == 1;
 }
 static inline BOOLEAN SriovValid(VOID) {
-  return mModule.mNaloHeader.SriovValid == 1;
+  return mModule.Tables.mNaloHeader.SriovValid == 1;
 }
 // (ConfigType, ConfigSubtype) = (2, 5) moves VLAN to the boot entry and suppresses bandwidth.
 static inline BOOLEAN ConfigIsType2Subtype5(VOID) {
-  return mModule.mNaloHeader.ConfigType == 2 && mModule.mNaloHeader.ConfigSubtype == 5;
+  return mModule.Tables.mNaloHeader.ConfigType == 2 && mModule.Tables.mNaloHeader.ConfigSubtype == 5;
 }
 // The boot entry of the function at hand exists and carries boot settings.
 static inline BOOLEAN BootEntryUsable(VOID) {
-  return BootTableValid() && mModule.mCurBootEntry != nullptr && mModule.mCurBootEntry->Enabled == 1;
+  return BootTableValid() && mModule.Tables.mCurBootEntry != nullptr &&
+         mModule.Tables.mCurBootEntry->Enabled == 1;
 }
 // The platform assigns virtual addresses to the function at hand.
 static inline BOOLEAN AddressEntryEnabled(VOID) {
-  return AddressTableValid() && mModule.mCurAddressEntry != nullptr && mModule.mCurAddressEntry->Enabled == 1;
+  return AddressTableValid() && mModule.Tables.mCurAddressEntry != nullptr &&
+         mModule.Tables.mCurAddressEntry->Enabled == 1;
 }
 // The platform's address table says the function at hand uses its manufacturer addresses.
 static inline BOOLEAN AddressEntryWantsManufacturer(VOID) {
-  return AddressTableValid() && mModule.mCurAddressEntry != nullptr && mModule.mCurAddressEntry->Enabled == 0;
+  return AddressTableValid() && mModule.Tables.mCurAddressEntry != nullptr &&
+         mModule.Tables.mCurAddressEntry->Enabled == 0;
 }
 // Function entries the platform describes for the port, never more than the table holds.
 static inline UINTN DesiredFunctionEntries(VOID) {
-  UINTN Count = mModule.mNaloPortTable.DesiredFunctionCount;
+  UINTN Count = mModule.Tables.mNaloPortTable.DesiredFunctionCount;
   return Count > NALO_FUNCTION_ENTRIES ? NALO_FUNCTION_ENTRIES : Count;
 }
 // Link layouts in which functions can be typed and partitioned.
 static inline BOOLEAN LayoutAllowsTyping(VOID) {
-  return mModule.mActiveLinkConfig == 0 || mModule.mActiveLinkConfig == 2 || mModule.mActiveLinkConfig == 3;
+  return mModule.Discovered.mActiveLinkConfig == 0 || mModule.Discovered.mActiveLinkConfig == 2 ||
+         mModule.Discovered.mActiveLinkConfig == 3;
 }
 
 // TRUE when two NUL-terminated texts differ within Bound bytes; a field that the platform left

@@ -1,5 +1,6 @@
 // The dialogue of a failed CLP command, sent to the management controller's log as OEM IPMI
 // messages of at most 61 characters each.
+#include "ModuleState.h"
 #include "Reporting/Reporting.h"
 #include "Library/BaseMemoryLib.h"
 #include "Library/PrintLib.h"
@@ -95,10 +96,10 @@ static VOID FormatClpLogHeader(const FUNCTION_SETTINGS *Settings) {
   CHAR8 FirmwareVersion[FUNCTION_FIRMWARE_VERSION_SIZE];
   CopyChars(FirmwareVersion, Settings->FirmwareVersion[0], sizeof(FirmwareVersion) - 1);
 
-  AsciiSPrint(mModule.mClpLogHeader, sizeof(mModule.mClpLogHeader), mHeaderFormat, (UINT32)Settings->VendorId,
-              (UINT32)Settings->DeviceId, (UINT32)Settings->PciAddress, FirmwareVersion,
-              (UINT32)Settings->NaloIndex, (UINT32)Settings->CardIndex, (UINT32)Settings->PortNumber,
-              (UINT32)Settings->SubIndex);
+  AsciiSPrint(mModule.Reporting.mClpLogHeader, sizeof(mModule.Reporting.mClpLogHeader), mHeaderFormat,
+              (UINT32)Settings->VendorId, (UINT32)Settings->DeviceId, (UINT32)Settings->PciAddress,
+              FirmwareVersion, (UINT32)Settings->NaloIndex, (UINT32)Settings->CardIndex,
+              (UINT32)Settings->PortNumber, (UINT32)Settings->SubIndex);
 }
 
 VOID LogClpDialogueWithReply(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestText, const CHAR8 *Reply,
@@ -106,7 +107,7 @@ VOID LogClpDialogueWithReply(FUNCTION_SETTINGS *Settings, const CHAR8 *RequestTe
   SendClpLogChunks(ASTR(mRequestBanner));
   if (Settings != nullptr) {
     FormatClpLogHeader(Settings);
-    SendClpLogChunks(mModule.mClpLogHeader);
+    SendClpLogChunks(mModule.Reporting.mClpLogHeader);
   }
   SendClpLogChunks(RequestText);
   SendClpLogChunks(ASTR(mResponseBanner));

@@ -1,5 +1,6 @@
 // IPMI transport to the baseboard management controller: one request, retried while the
 // controller answers busy or not at all.
+#include "ModuleState.h"
 #include "Reporting/Reporting.h"
 #include "Library/BaseMemoryLib.h"
 #include "Library/DebugLib.h"
@@ -34,15 +35,15 @@ static EFI_STATUS LocateIpmiTransport(EFI_SYSTEM_TABLE *SystemTable) {
   if (EFI_ERROR(Status)) {
     return Status;
   }
-  mModule.mIpmiTransport = (IPMI_TRANSPORT_PROTOCOL *)Interface;
-  return mModule.mIpmiTransport == nullptr ? EFI_NOT_FOUND : EFI_SUCCESS;
+  mModule.Reporting.mIpmiTransport = (IPMI_TRANSPORT_PROTOCOL *)Interface;
+  return mModule.Reporting.mIpmiTransport == nullptr ? EFI_NOT_FOUND : EFI_SUCCESS;
 }
 
 // The management controller's transport may be installed after this driver; a miss here is
 // not an error, the first send looks again.
 EFI_STATUS IpmiTransportLibConstructor(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
   (void)ImageHandle;
-  if (mModule.mIpmiTransport == nullptr) {
+  if (mModule.Reporting.mIpmiTransport == nullptr) {
     LocateIpmiTransport(SystemTable);
   }
   return EFI_SUCCESS;
@@ -71,7 +72,7 @@ EFI_STATUS hxIpmiSendCommandCc(EFI_SYSTEM_TABLE *SystemTable, UINT8 NetFunction,
 
   // Every attempt sends from this copy: the caller may pass its request buffer as the response
   // buffer too, and a partial response must not change what a retry sends.
-  UINT8 *Request = mModule.mIpmiRequestCopy;
+  UINT8 *Request = mModule.Reporting.mIpmiRequestCopy;
   ZeroMem(Request, IPMI_REQUEST_COPY_SIZE);
   if (RequestSize != 0) {
     CopyMem(Request, RequestData, RequestSize);
@@ -79,7 +80,7 @@ EFI_STATUS hxIpmiSendCommandCc(EFI_SYSTEM_TABLE *SystemTable, UINT8 NetFunction,
 
   const UINT8 ResponseCapacity = *ResponseSize;
 
-  if (mModule.mIpmiTransport == nullptr) {
+  if (mModule.Reporting.mIpmiTransport == nullptr) {
     if (SystemTable == nullptr) {
       return EFI_INVALID_PARAMETER;
     }
@@ -90,7 +91,7 @@ EFI_STATUS hxIpmiSendCommandCc(EFI_SYSTEM_TABLE *SystemTable, UINT8 NetFunction,
   }
 
   // At least one attempt is always made, so the status and code returned are always a transport's.
-  IPMI_TRANSPORT_PROTOCOL *Transport = mModule.mIpmiTransport;
+  IPMI_TRANSPORT_PROTOCOL *Transport = mModule.Reporting.mIpmiTransport;
   UINT32 RetriesLeft = IPMI_SEND_ATTEMPTS;
   EFI_STATUS Status;
   UINT8 LastCompletionCode;

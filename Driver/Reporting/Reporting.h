@@ -2,7 +2,20 @@
 #ifndef DRIVER_REPORTING_REPORTING_H_
 #define DRIVER_REPORTING_REPORTING_H_
 
-#include "ModuleState.h"
+#include "Uefi.h"
+#include "Protocol/AdapterSettings.h"
+#include "Protocol/IpmiTransport.h"
+
+#define CLP_LOG_HEADER_SIZE 61
+#define IPMI_REQUEST_COPY_SIZE 256
+
+struct REPORTING_STATE {
+  IPMI_TRANSPORT_PROTOCOL *mIpmiTransport = nullptr;
+  // The transport's private copy of a request; here rather than on the stack, because the send
+  // runs at the bottom of the deepest Query paths.
+  UINT8 mIpmiRequestCopy[IPMI_REQUEST_COPY_SIZE] = {};
+  CHAR8 mClpLogHeader[CLP_LOG_HEADER_SIZE] = {};
+};
 
 extern EFI_GUID gIpmiTransportProtocolGuid;
 extern EFI_GUID gClpStatusCallerGuid;

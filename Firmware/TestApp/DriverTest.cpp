@@ -189,36 +189,38 @@ VOID CheckLoadState(EFI_HANDLE DriverHandle, UINT64 StateOffset) {
   const DRIVER_MODULE_STATE *State = (const DRIVER_MODULE_STATE *)((UINT8 *)Image->ImageBase + StateOffset);
   Print(W("Load state: mModule, %d bytes at image offset %lx\n"), sizeof(DRIVER_MODULE_STATE), StateOffset);
 
-  Check(!State->mToolModeAnswered && !State->mToolModeFinished && !State->mToolModeDeclined &&
-            !State->mToolBannerShown,
+  Check(!State->ToolMode.mToolModeAnswered && !State->ToolMode.mToolModeFinished &&
+            !State->ToolMode.mToolModeDeclined && !State->ToolMode.mToolBannerShown,
         W("ToolMode flags at load: answered %d finished %d declined %d banner %d, expected all 0"),
-        State->mToolModeAnswered, State->mToolModeFinished, State->mToolModeDeclined,
-        State->mToolBannerShown);
-  Check(State->mToolModeSetting == 255, W("mToolModeSetting at load is %ld, expected 255"),
-        State->mToolModeSetting);
-  Check(State->mPlanInstance == 255 && State->mPlanInstance2 == 255 && State->mPlanStopped == 0 &&
-            State->mPlanComplete == 0 && State->mLinkAdjusted == 0,
-        W("plan bytes at load: %d %d %d %d %d, expected 255 255 0 0 0"), State->mPlanInstance,
-        State->mPlanInstance2, State->mPlanStopped, State->mPlanComplete, State->mLinkAdjusted);
-  Check(State->mClpPortDigit == '0' && State->mClpPfDigit == '0' && State->mClpTargetDigit == '0',
-        W("digit characters at load: %d %d %d, expected 48 48 48"), State->mClpPortDigit, State->mClpPfDigit,
-        State->mClpTargetDigit);
+        State->ToolMode.mToolModeAnswered, State->ToolMode.mToolModeFinished,
+        State->ToolMode.mToolModeDeclined, State->ToolMode.mToolBannerShown);
+  Check(State->ToolMode.mToolModeSetting == 255, W("mToolModeSetting at load is %ld, expected 255"),
+        State->ToolMode.mToolModeSetting);
+  Check(State->Run.mPlanInstance == 255 && State->Run.mPlanInstance2 == 255 && State->Run.mPlanStopped == 0 &&
+            State->Run.mPlanComplete == 0 && State->Run.mLinkAdjusted == 0,
+        W("plan bytes at load: %d %d %d %d %d, expected 255 255 0 0 0"), State->Run.mPlanInstance,
+        State->Run.mPlanInstance2, State->Run.mPlanStopped, State->Run.mPlanComplete,
+        State->Run.mLinkAdjusted);
+  Check(State->Builder.mClpPortDigit == '0' && State->Builder.mClpPfDigit == '0' &&
+            State->Builder.mClpTargetDigit == '0',
+        W("digit characters at load: %d %d %d, expected 48 48 48"), State->Builder.mClpPortDigit,
+        State->Builder.mClpPfDigit, State->Builder.mClpTargetDigit);
   for (UINTN Index = 0; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
-    Check(State->mPfTypePfNumber[Index] == 1, W("mPfTypePfNumber[%d] at load is %ld, expected 1"), Index,
-          State->mPfTypePfNumber[Index]);
+    Check(State->Builder.mPfTypePfNumber[Index] == 1, W("mPfTypePfNumber[%d] at load is %ld, expected 1"),
+          Index, State->Builder.mPfTypePfNumber[Index]);
   }
 
   // Everything else, padding included, is zero.
   static DRIVER_MODULE_STATE Expected;
   ZeroMem(&Expected, sizeof(Expected));
-  Expected.mToolModeSetting = 255;
-  Expected.mPlanInstance = 255;
-  Expected.mPlanInstance2 = 255;
-  Expected.mClpPortDigit = '0';
-  Expected.mClpPfDigit = '0';
-  Expected.mClpTargetDigit = '0';
+  Expected.ToolMode.mToolModeSetting = 255;
+  Expected.Run.mPlanInstance = 255;
+  Expected.Run.mPlanInstance2 = 255;
+  Expected.Builder.mClpPortDigit = '0';
+  Expected.Builder.mClpPfDigit = '0';
+  Expected.Builder.mClpTargetDigit = '0';
   for (UINTN Index = 0; Index < PF_TYPE_TABLE_ENTRIES; Index++) {
-    Expected.mPfTypePfNumber[Index] = 1;
+    Expected.Builder.mPfTypePfNumber[Index] = 1;
   }
   const UINT8 *Actual = (const UINT8 *)State;
   const UINT8 *Wanted = (const UINT8 *)&Expected;

@@ -129,7 +129,7 @@ EFI_STATUS EFIAPI BenchQuery(EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL *This
                                                   ParameterTypeGuid, ParameterBlock, ParameterBlockSize);
   StopCollecting();
   Pairs.back().Query = Status;
-  Pairs.back().Managed = !mModule.mToolModeAnswered;
+  Pairs.back().Managed = !mModule.ToolMode.mToolModeAnswered;
   if (EFI_ERROR(Status)) {
     ClosePair(); // an adapter driver calls no Response after a failed Query
   }

@@ -23,19 +23,19 @@ TEST(ModuleLoadState, DefaultsAreZeroAndTheEntryPointSetsTheRest) {
       << "byte " << FirstNonZero << " of the state has a default that is not zero";
 
   // The reset puts back the load values over a used state.
-  mModule.mPlanStopped = 1;
-  mModule.mCommandCount = 7;
-  mModule.mPfTypePfNumber[15] = 9;
+  mModule.Run.mPlanStopped = 1;
+  mModule.Run.mCommandCount = 7;
+  mModule.Builder.mPfTypePfNumber[15] = 9;
   ResetModuleState();
-  EXPECT_EQ(mModule.mToolModeSetting, 255u); // CLPCMD_MODE not read yet
-  EXPECT_EQ(mModule.mPlanInstance, 255);
-  EXPECT_EQ(mModule.mPlanInstance2, 255);
-  EXPECT_EQ(mModule.mClpPortDigit, '0');
-  EXPECT_EQ(mModule.mClpPfDigit, '0');
-  EXPECT_EQ(mModule.mClpTargetDigit, '0');
-  for (UINT64 Number : mModule.mPfTypePfNumber) {
+  EXPECT_EQ(mModule.ToolMode.mToolModeSetting, 255u); // CLPCMD_MODE not read yet
+  EXPECT_EQ(mModule.Run.mPlanInstance, 255);
+  EXPECT_EQ(mModule.Run.mPlanInstance2, 255);
+  EXPECT_EQ(mModule.Builder.mClpPortDigit, '0');
+  EXPECT_EQ(mModule.Builder.mClpPfDigit, '0');
+  EXPECT_EQ(mModule.Builder.mClpTargetDigit, '0');
+  for (UINT64 Number : mModule.Builder.mPfTypePfNumber) {
     EXPECT_EQ(Number, 1u);
   }
-  EXPECT_EQ(mModule.mPlanStopped, 0);
-  EXPECT_EQ(mModule.mCommandCount, 0u);
+  EXPECT_EQ(mModule.Run.mPlanStopped, 0);
+  EXPECT_EQ(mModule.Run.mCommandCount, 0u);
 }

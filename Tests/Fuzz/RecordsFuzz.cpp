@@ -9,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "ModuleState.h"
 #include "Builders/Builders.h"
 #include "FuzzSupport.h"
 #include "Managed/AdapterSettings.h"
@@ -121,25 +122,27 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   for (int Call = 0; Call < 8 && !In.Empty(); Call++) {
     FUNCTION_SETTINGS *Function = Records[In.Byte() % Count];
     IdentifyAdapterFamily(Function);
-    mModule.mNaloHeader = Entry.Header;
-    mModule.mNaloPortTable = Entry.PortTable;
-    std::memcpy(mModule.mNaloAddressTable, Entry.AddressTable, sizeof(mModule.mNaloAddressTable));
-    std::memcpy(mModule.mNaloBootTable, Entry.BootTable, sizeof(mModule.mNaloBootTable));
+    mModule.Tables.mNaloHeader = Entry.Header;
+    mModule.Tables.mNaloPortTable = Entry.PortTable;
+    std::memcpy(mModule.Tables.mNaloAddressTable, Entry.AddressTable,
+                sizeof(mModule.Tables.mNaloAddressTable));
+    std::memcpy(mModule.Tables.mNaloBootTable, Entry.BootTable, sizeof(mModule.Tables.mNaloBootTable));
     const size_t Index = In.Byte() % NALO_FUNCTION_ENTRIES;
-    mModule.mCurFunctionEntry = In.Byte() % 4 == 0 ? nullptr : &mModule.mNaloPortTable.Function[Index];
-    mModule.mCurAddressEntry = In.Byte() % 4 == 0 ? nullptr : &mModule.mNaloAddressTable[Index];
-    mModule.mCurBootEntry = In.Byte() % 4 == 0 ? nullptr : &mModule.mNaloBootTable[Index];
-    mModule.mTargetPersonality = In.Byte();
-    mModule.mEmulexPfTypeSetIndex = In.Byte();
-    mModule.mPfTypeCount = In.Byte();
+    mModule.Tables.mCurFunctionEntry =
+        In.Byte() % 4 == 0 ? nullptr : &mModule.Tables.mNaloPortTable.Function[Index];
+    mModule.Tables.mCurAddressEntry = In.Byte() % 4 == 0 ? nullptr : &mModule.Tables.mNaloAddressTable[Index];
+    mModule.Tables.mCurBootEntry = In.Byte() % 4 == 0 ? nullptr : &mModule.Tables.mNaloBootTable[Index];
+    mModule.Discovered.mTargetPersonality = In.Byte();
+    mModule.Builder.mEmulexPfTypeSetIndex = In.Byte();
+    mModule.Discovered.mPfTypeCount = In.Byte();
     const uint8_t CodeByte = In.Byte();
     const UINT32 Code = CodeByte % 72 == 71 ? 255 : CodeByte % 72;
     switch (In.Byte() % 3) {
     case 0: {
-      UINTN Planned = In.Byte() % 2 == 0 ? mModule.mCommandCount : COMMAND_LIST_ENTRIES - In.Byte() % 4;
-      mModule.mCommandCount = Planned < COMMAND_LIST_ENTRIES ? Planned : COMMAND_LIST_ENTRIES;
-      PlanCommand(Function, Code, &mModule.mCommandCount);
-      if (mModule.mCommandCount > COMMAND_LIST_ENTRIES) {
+      UINTN Planned = In.Byte() % 2 == 0 ? mModule.Run.mCommandCount : COMMAND_LIST_ENTRIES - In.Byte() % 4;
+      mModule.Run.mCommandCount = Planned < COMMAND_LIST_ENTRIES ? Planned : COMMAND_LIST_ENTRIES;
+      PlanCommand(Function, Code, &mModule.Run.mCommandCount);
+      if (mModule.Run.mCommandCount > COMMAND_LIST_ENTRIES) {
         fuzz::Fail("the plan grew past CommandList");
       }
       break;
@@ -150,7 +153,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
     default: {
       BOOLEAN Parse = FALSE;
       kBuilders[In.Byte() % (sizeof(kBuilders) / sizeof(kBuilders[0]))](Adapter, Function, Code, &Parse);
-      if (std::memchr(mModule.ClpCommandBuffer, 0, sizeof(mModule.ClpCommandBuffer)) == nullptr) {
+      if (std::memchr(mModule.Builder.ClpCommandBuffer, 0, sizeof(mModule.Builder.ClpCommandBuffer)) ==
+          nullptr) {
         fuzz::Fail("a builder left ClpCommandBuffer without a terminator");
       }
       break;

@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+#include "ModuleState.h"
 #include "FuzzSupport.h"
 #include "Managed/AdapterSettings.h"
 #include "Parsers/DiscoveredState.h"
@@ -93,8 +94,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
     Settings->PortIndex = In.Byte();
   }
   // Module state the planners leave for the parsers, within the range they leave it in.
-  mModule.mPfTypeCount = static_cast<UINT8>(In.Byte() % (PF_TYPE_TABLE_ENTRIES + 1));
-  mModule.mCurrentPfCount = In.Byte();
+  mModule.Discovered.mPfTypeCount = static_cast<UINT8>(In.Byte() % (PF_TYPE_TABLE_ENTRIES + 1));
+  mModule.Discovered.mCurrentPfCount = In.Byte();
 
   const bool NullWithLength = (Hostile & 32) != 0;
   size_t Run = 0, RunAt = 0;
@@ -143,7 +144,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
       fuzz::Fail("MaxLinkSpeedText lost its terminator");
     }
   }
-  if (mModule.mPfTypeCount > PF_TYPE_TABLE_ENTRIES) {
+  if (mModule.Discovered.mPfTypeCount > PF_TYPE_TABLE_ENTRIES) {
     fuzz::Fail("mPfTypeCount ran past the PF type table");
   }
   return 0;

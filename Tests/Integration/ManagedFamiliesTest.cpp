@@ -1,5 +1,6 @@
 // Whole controller runs of the Emulex0700 family and of refused controllers
 // through the installed protocol, with replies in the family's format.
+#include "ModuleState.h"
 #include "Integration/ScriptedAdapter.h"
 #include "Managed/AdapterSettings.h"
 
@@ -100,7 +101,7 @@ TEST_F(ManagedFamiliesTest, RefusedQueriesLeaveNothingForTheResponse) {
     EFI_CONFIGURE_CLP_PARAMETER_BLK Failed = *Block;
     Failed.CLPCmdStatus = 2;
     EXPECT_EQ(Query(C.Controller, C.Child), EFI_NOT_FOUND);
-    EXPECT_EQ((std::vector<UINTN>{mModule.mParseResponse, mModule.mResponseCommandCode}),
+    EXPECT_EQ((std::vector<UINTN>{mModule.Run.mParseResponse, mModule.Run.mResponseCommandCode}),
               (std::vector<UINTN>{0, 0}));
     Fw().ClearEvents();
     UINTN Instance = 0;

@@ -1,4 +1,5 @@
 // The driver frame and ToolMode through the installed protocol, on the host fake firmware.
+#include "ModuleState.h"
 #include "Integration/ScriptedAdapter.h"
 #include "PlatformToDriver.h"
 
@@ -123,7 +124,7 @@ TEST_P(ToolModeMode, DecidesWhetherTheLocatedDeviceGetsCommands) {
   if (Q.Status == EFI_SUCCESS) {
     EXPECT_EQ(Respond(Q, ""), EFI_SUCCESS);
   }
-  EXPECT_EQ(mModule.mToolModeSetting, GetParam().Setting);
+  EXPECT_EQ(mModule.ToolMode.mToolModeSetting, GetParam().Setting);
   // The banner is shown exactly when the device gets commands.
   EXPECT_EQ(Fw().EventsOf(fake::EventKind::Console).size(), GetParam().Expected == EFI_SUCCESS ? 1u : 0u);
   // The mode is decided once per boot: a later change of the variable counts only after a reboot.
@@ -155,7 +156,7 @@ TEST_F(ToolModeTest, SixtyFourCommandsAtMostThenManagedModeIsAsked) {
   EXPECT_EQ(Variable(u"CLPCMD063_0_RESULT"), Bytes("r"));
   // No settings protocol on the controller: ManagedMode refuses as well.
   EXPECT_EQ(Query(Controllers[0], 64).Status, EFI_NOT_FOUND);
-  EXPECT_TRUE(mModule.mToolModeDeclined);
+  EXPECT_TRUE(mModule.ToolMode.mToolModeDeclined);
 }
 
 // A decline lasts for the rest of that controller's run; the next Instance 0 decides again.
@@ -163,12 +164,12 @@ TEST_F(ToolModeTest, DeclineLastsUntilTheNextInstanceZero) {
   const EFI_HANDLE Other = Fw().AddPciFunction(0, 4, 5, 0, 0x8086, 0x10D3);
   for (UINTN Instance : {0, 1}) {
     EXPECT_EQ(Query(Other, Instance).Status, EFI_NOT_FOUND);
-    EXPECT_TRUE(mModule.mToolModeDeclined) << Instance;
+    EXPECT_TRUE(mModule.ToolMode.mToolModeDeclined) << Instance;
   }
   QueryResult Q = Query(Controllers[0], 0);
   ASSERT_EQ(Q.Status, EFI_SUCCESS);
   EXPECT_EQ(Respond(Q, ""), EFI_SUCCESS);
-  EXPECT_FALSE(mModule.mToolModeDeclined);
+  EXPECT_FALSE(mModule.ToolMode.mToolModeDeclined);
 }
 
 // A Query repeated without its Response, or refused for want of pool, leaves no copy behind and
@@ -275,8 +276,8 @@ TEST_F(DriverLoadTest, InstallsExactlyOneInstanceOnItsImageHandle) {
   EXPECT_EQ(Fw().HandlesWith(EFI_GUID EFI_PLATFORM_TO_DRIVER_CONFIGURATION_PROTOCOL_GUID),
             std::vector<EFI_HANDLE>{Fw().ImageHandle()});
   // The constructors found the platform's protocols that were there at load time.
-  EXPECT_EQ(mModule.mConsoleMessage, Fw().ConsoleMessageProtocol());
-  EXPECT_EQ(mModule.mIpmiTransport, Fw().IpmiProtocol());
+  EXPECT_EQ(mModule.ToolMode.mConsoleMessage, Fw().ConsoleMessageProtocol());
+  EXPECT_EQ(mModule.Reporting.mIpmiTransport, Fw().IpmiProtocol());
 }
 
 TEST_F(DriverLoadTest, ConsoleMessageIsFoundWhenItArrivesLater) {

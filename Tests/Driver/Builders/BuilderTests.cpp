@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "ModuleState.h"
 #include "Builders/Builders.h"
 
 namespace {
@@ -49,17 +50,17 @@ protected:
   void SetUp() override {
     ResetModuleState();
     E = BuilderEnv{};
-    NALO_ADDRESS_ENTRY &A = mModule.mNaloAddressTable[0];
+    NALO_ADDRESS_ENTRY &A = mModule.Tables.mNaloAddressTable[0];
     A.Enabled = 1;
     A.Mac = E.Mac;
     A.Wwnn = (CHAR8 *)E.Wwnn;
     A.Wwpn = (CHAR8 *)E.Wwpn;
-    NALO_FUNCTION_ENTRY &F = mModule.mNaloPortTable.Function[0];
+    NALO_FUNCTION_ENTRY &F = mModule.Tables.mNaloPortTable.Function[0];
     F.Enabled = 1;
     F.MinBandwidthShare = &E.MinShare;
     F.MaxBandwidthShare = &E.MaxShare;
     F.FunctionVlanId = &E.FunctionVlan;
-    NALO_BOOT_ENTRY &B = mModule.mNaloBootTable[0];
+    NALO_BOOT_ENTRY &B = mModule.Tables.mNaloBootTable[0];
     B.Enabled = 1;
     B.BootVlanId = &E.BootVlan;
     B.Target1Wwpn = (CHAR8 *)E.Target1Wwpn;
@@ -81,10 +82,10 @@ protected:
     B.ChapUserName = (CHAR8 *)E.ChapUser;
     B.ChapSecret = (CHAR8 *)E.ChapSecret;
     B.MutualChapSecret = (CHAR8 *)E.MutualSecret;
-    mModule.mNaloHeader.InitiatorName = (CHAR8 *)E.InitiatorName;
-    mModule.mCurAddressEntry = &A;
-    mModule.mCurFunctionEntry = &F;
-    mModule.mCurBootEntry = &B;
+    mModule.Tables.mNaloHeader.InitiatorName = (CHAR8 *)E.InitiatorName;
+    mModule.Tables.mCurAddressEntry = &A;
+    mModule.Tables.mCurFunctionEntry = &F;
+    mModule.Tables.mCurBootEntry = &B;
     E.Adapter.PlatformFlags = PLATFORM_FLAG_RECONFIGURE_REQUESTED | PLATFORM_FLAG_MANAGED_MODE_ENABLED;
     // Permanent names fill their 17-byte slots without a terminator: only 16 characters may go out.
     memcpy(E.Function.MfgAddressText[1], "20000090fa0000017", 17);
@@ -95,7 +96,7 @@ protected:
 
   // Text of the command; fails the test when no terminator lies inside the buffer.
   static std::string Command() {
-    const char *Text = (const char *)mModule.ClpCommandBuffer;
+    const char *Text = (const char *)mModule.Builder.ClpCommandBuffer;
     const size_t Length = strnlen(Text, CLP_COMMAND_BUFFER_SIZE);
     EXPECT_LT(Length, (size_t)CLP_COMMAND_BUFFER_SIZE) << "command not terminated";
     return std::string(Text, Length);
@@ -103,7 +104,7 @@ protected:
 
   EFI_STATUS Build(CLP_BUILDER Builder, UINT64 Code, BOOLEAN *Parse) {
     // Leftovers of earlier commands must never show through a missing terminator.
-    memset(mModule.ClpCommandBuffer, 'X', CLP_COMMAND_BUFFER_SIZE);
+    memset(mModule.Builder.ClpCommandBuffer, 'X', CLP_COMMAND_BUFFER_SIZE);
     return Builder(&E.Adapter, &E.Function, Code, Parse);
   }
 };
@@ -158,21 +159,21 @@ TEST(BuilderHelpers, EncodeCopyAndSpace) {
 // clang-format off
 static const GoldenRow kGolden[] = {
   // Default builder, lines for every vendor (spread over the vendors to show it).
-  {"mode 1", DEF, 0x19A2, 1, 2, FN { mModule.mActiveLinkConfig = 1; }, 3, "set OEMVDR_Mode=1G", false},
-  {"mode 2", DEF, 0x10DF, 1, 2, FN { mModule.mActiveLinkConfig = 2; }, 3, "set OEMVDR_Mode=10G", false},
-  {"pf count", DEF, 0x1077, 1, 2, FN { mModule.mTargetPfCount = 4; }, 4, "set OEMVDR_PfCount=04", false},
-  {"pf count hex", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPfCount = 0xAB; }, 4, "set OEMVDR_PfCount=AB", false},
+  {"mode 1", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mActiveLinkConfig = 1; }, 3, "set OEMVDR_Mode=1G", false},
+  {"mode 2", DEF, 0x10DF, 1, 2, FN { mModule.Discovered.mActiveLinkConfig = 2; }, 3, "set OEMVDR_Mode=10G", false},
+  {"pf count", DEF, 0x1077, 1, 2, FN { mModule.Discovered.mTargetPfCount = 4; }, 4, "set OEMVDR_PfCount=04", false},
+  {"pf count hex", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPfCount = 0xAB; }, 4, "set OEMVDR_PfCount=AB", false},
   {"pf type, no digits", DEF, 0x8086, 1, 2, nullptr, 5, "show pf1 OEMVDR_PfType", true},
-  {"type 0", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 0; }, 6, "set pf1 OEMVDR_PfType=NIC", false},
-  {"type 1", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 1; }, 6, "set pf1 OEMVDR_PfType=FC", false},
-  {"type 2", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 2; }, 6, "set pf1 OEMVDR_PfType=FCoE", false},
-  {"type 3", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 3; }, 6, "set pf1 OEMVDR_PfType=iSCSI", false},
-  {"type 4", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 4; }, 6, "set pf1 OEMVDR_PfType=IB", false},
-  {"type 5", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 5; }, 6, "set pf1 OEMVDR_PfType=UNKNOWN", false},
-  {"type 6", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 6; }, 6, "set pf1 OEMVDR_PfType=RoCE", false},
-  {"type 7", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 7; }, 6, "set pf1 OEMVDR_PfType=Disable", false},
-  {"type past table", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 8; }, 6, "set pf1 OEMVDR_PfType=", false},
-  {"type 9", DEF, 0x19A2, 1, 2, FN { mModule.mTargetPersonality = 9; }, 6, "set pf1 OEMVDR_PfType=", false},
+  {"type 0", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 0; }, 6, "set pf1 OEMVDR_PfType=NIC", false},
+  {"type 1", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 1; }, 6, "set pf1 OEMVDR_PfType=FC", false},
+  {"type 2", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 2; }, 6, "set pf1 OEMVDR_PfType=FCoE", false},
+  {"type 3", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 3; }, 6, "set pf1 OEMVDR_PfType=iSCSI", false},
+  {"type 4", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 4; }, 6, "set pf1 OEMVDR_PfType=IB", false},
+  {"type 5", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 5; }, 6, "set pf1 OEMVDR_PfType=UNKNOWN", false},
+  {"type 6", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 6; }, 6, "set pf1 OEMVDR_PfType=RoCE", false},
+  {"type 7", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 7; }, 6, "set pf1 OEMVDR_PfType=Disable", false},
+  {"type past table", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 8; }, 6, "set pf1 OEMVDR_PfType=", false},
+  {"type 9", DEF, 0x19A2, 1, 2, FN { mModule.Discovered.mTargetPersonality = 9; }, 6, "set pf1 OEMVDR_PfType=", false},
   {"vlan hex, pad, upper", DEF, 0x19A2, 1, 2, nullptr, 21, "set port1/pf2 OEMVDR_PfVLANID=20A", false},
   {"vlan 0", DEF, 0x19A2, 1, 2, FN { E.FunctionVlan = 0; }, 21, "set port1/pf2 OEMVDR_PfVLANID=FFF", false},
   {"vlan masked", DEF, 0x19A2, 1, 2, FN { E.FunctionVlan = 0x1ABC; }, 21, "set port1/pf2 OEMVDR_PfVLANID=ABC", false},
@@ -345,11 +346,11 @@ static const GoldenRow kGolden[] = {
   // Emulex0720: root target "/", port and PF from 0; formats print whole numbers.
   {"", ELX, 0x10DF, 1, 2, nullptr, 1, "show port1/pf2 OEMELX_PFInfo", true},
   {"pf 12 printed", ELX, 0x10DF, 0, 12, nullptr, 1, "show port0/pf12 OEMELX_PFInfo", true},
-  {"link 0", ELX, 0x10DF, 1, 2, FN { mModule.mActiveLinkConfig = 0; }, 3, "set / OEMELX_LinkConfig=ELX_2x10G", false},
-  {"link 1", ELX, 0x10DF, 1, 2, FN { mModule.mActiveLinkConfig = 1; }, 3, "set / OEMELX_LinkConfig=ELX_4x1G", false},
-  {"link 2", ELX, 0x10DF, 1, 2, FN { mModule.mActiveLinkConfig = 2; }, 3, "set / OEMELX_LinkConfig=ELX_1x40G", false},
-  {"link 3", ELX, 0x10DF, 1, 2, FN { mModule.mActiveLinkConfig = 3; }, 3, "set / OEMELX_LinkConfig=ELX_4x10G", false},
-  {"link 4", ELX, 0x10DF, 1, 2, FN { mModule.mActiveLinkConfig = 4; }, 3, "set / OEMELX_LinkConfig=ELX_1x40G", false},
+  {"link 0", ELX, 0x10DF, 1, 2, FN { mModule.Discovered.mActiveLinkConfig = 0; }, 3, "set / OEMELX_LinkConfig=ELX_2x10G", false},
+  {"link 1", ELX, 0x10DF, 1, 2, FN { mModule.Discovered.mActiveLinkConfig = 1; }, 3, "set / OEMELX_LinkConfig=ELX_4x1G", false},
+  {"link 2", ELX, 0x10DF, 1, 2, FN { mModule.Discovered.mActiveLinkConfig = 2; }, 3, "set / OEMELX_LinkConfig=ELX_1x40G", false},
+  {"link 3", ELX, 0x10DF, 1, 2, FN { mModule.Discovered.mActiveLinkConfig = 3; }, 3, "set / OEMELX_LinkConfig=ELX_4x10G", false},
+  {"link 4", ELX, 0x10DF, 1, 2, FN { mModule.Discovered.mActiveLinkConfig = 4; }, 3, "set / OEMELX_LinkConfig=ELX_1x40G", false},
   {"enable 0", ELX, 0x10DF, 1, 2, nullptr, 8, "set port1 OEMELX_PortEnable=Disabled", false},
   {"enable 3", ELX, 0x10DF, 1, 2, FN { E.Function.PortEnable = 3; }, 8, "set port1 OEMELX_PortEnable=Enabled", false},
   {"boot 1", ELX, 0x10DF, 1, 2, FN { E.Function.BootEnable = 1; }, 10, "set port1/pf2 OEMELX_BootEnable=Enabled", false},
@@ -389,11 +390,11 @@ static const GoldenRow kGolden[] = {
   {"sriov 1", ELX, 0x10DF, 1, 2, FN { E.Function.SriovEnabled = 1; }, 45, "set / OEMELX_SRIOVState=Enabled", false},
   {"sriov 2", ELX, 0x10DF, 1, 2, FN { E.Function.SriovEnabled = 2; }, 45, "set / OEMELX_SRIOVState=Disabled", false},
   {"", ELX, 0x10DF, 1, 2, nullptr, 46, "show / OEMELX_LinkConfig", true},
-  {"k-th entry", ELX, 0x10DF, 1, 2, FN { mModule.mEmulexPfTypeSetIndex = 2; mModule.mPfTypePfNumber[2] = 3; mModule.mPfTypeTable[2] = 6; }, 47, "set port1/pf3 OEMELX_PFType=RoCE", false},
-  {"last entry", ELX, 0x10DF, 1, 2, FN { mModule.mEmulexPfTypeSetIndex = 15; mModule.mPfTypePfNumber[15] = 7; mModule.mPfTypeTable[15] = 1; }, 47, "set port1/pf7 OEMELX_PFType=FC", false},
-  {"past the queue", ELX, 0x10DF, 1, 2, FN { mModule.mEmulexPfTypeSetIndex = 16; }, 47, "", false},
-  {"umc 1", ELX, 0x10DF, 1, 2, FN { mModule.mTargetUmc = 1; }, 48, "set / OEMELX_UMCState=Enabled", false},
-  {"umc 2", ELX, 0x10DF, 1, 2, FN { mModule.mTargetUmc = 2; }, 48, "set / OEMELX_UMCState=Disabled", false},
+  {"k-th entry", ELX, 0x10DF, 1, 2, FN { mModule.Builder.mEmulexPfTypeSetIndex = 2; mModule.Builder.mPfTypePfNumber[2] = 3; mModule.Discovered.mPfTypeTable[2] = 6; }, 47, "set port1/pf3 OEMELX_PFType=RoCE", false},
+  {"last entry", ELX, 0x10DF, 1, 2, FN { mModule.Builder.mEmulexPfTypeSetIndex = 15; mModule.Builder.mPfTypePfNumber[15] = 7; mModule.Discovered.mPfTypeTable[15] = 1; }, 47, "set port1/pf7 OEMELX_PFType=FC", false},
+  {"past the queue", ELX, 0x10DF, 1, 2, FN { mModule.Builder.mEmulexPfTypeSetIndex = 16; }, 47, "", false},
+  {"umc 1", ELX, 0x10DF, 1, 2, FN { mModule.Discovered.mTargetUmc = 1; }, 48, "set / OEMELX_UMCState=Enabled", false},
+  {"umc 2", ELX, 0x10DF, 1, 2, FN { mModule.Discovered.mTargetUmc = 2; }, 48, "set / OEMELX_UMCState=Disabled", false},
   {"sriov 1", ELX, 0x10DF, 1, 2, FN { E.Function.SriovEnabled = 1; }, 51, "set port1/pf2 OEMELX_SRIOVState=Enabled", false},
   {"sriov 2", ELX, 0x10DF, 1, 2, FN { E.Function.SriovEnabled = 2; }, 51, "set port1/pf2 OEMELX_SRIOVState=Disabled", false},
   {"vlan", ELX, 0x10DF, 1, 2, nullptr, 52, "set port1/pf2 OEMELX_PXEVlan=Enabled", false},
@@ -403,24 +404,24 @@ static const GoldenRow kGolden[] = {
   {"vlan", ELX, 0x10DF, 1, 2, nullptr, 53, "set port1/pf2 OEMELX_PXEVlanID=0522", false},
   {"vlan 4095", ELX, 0x10DF, 1, 2, FN { E.FunctionVlan = 4095; }, 53, "set port1/pf2 OEMELX_PXEVlanID=0000", false},
   {"vlan masked", ELX, 0x10DF, 1, 2, FN { E.FunctionVlan = 0x1ABC; }, 53, "set port1/pf2 OEMELX_PXEVlanID=2748", false},
-  {"roce 1", ELX, 0x10DF, 1, 2, FN { mModule.mNaloPortTable.Function[0].RoceMode = 1; }, 54, "set / OEMELX_Profile=RoCE-1", false},
-  {"roce 2", ELX, 0x10DF, 1, 2, FN { mModule.mNaloPortTable.Function[0].RoceMode = 2; }, 54, "set / OEMELX_Profile=RoCE-2", false},
+  {"roce 1", ELX, 0x10DF, 1, 2, FN { mModule.Tables.mNaloPortTable.Function[0].RoceMode = 1; }, 54, "set / OEMELX_Profile=RoCE-1", false},
+  {"roce 2", ELX, 0x10DF, 1, 2, FN { mModule.Tables.mNaloPortTable.Function[0].RoceMode = 2; }, 54, "set / OEMELX_Profile=RoCE-2", false},
   {"roce 0", ELX, 0x10DF, 1, 2, nullptr, 54, "set / OEMELX_Profile=RoCE-2", false},
   // QLogic8070: "device", port and PF from 1, MACs with colons.
   {"", Q80, 0x1077, 1, 2, nullptr, 2, "show device FirmwareInformation", true},
-  {"past table", Q80, 0x1077, 1, 2, FN { mModule.mPfTypeCount = 16; }, 5, "", true},
+  {"past table", Q80, 0x1077, 1, 2, FN { mModule.Discovered.mPfTypeCount = 16; }, 5, "", true},
   {"", Q80, 0x1077, 1, 2, nullptr, 9, "show port2 BootMode", true},
   {"boot 0", Q80, 0x1077, 1, 2, FN { E.Function.DeviceId = 0x8070; }, 10, "set port2 BootMode=Disabled", false},
   {"boot 1", Q80, 0x1077, 1, 2, FN { E.Function.DeviceId = 0x8070; E.Function.BootEnable = 1; }, 10, "set port2 BootMode=UNDI", false},
   {"boot 1 on 1644", Q80, 0x1077, 1, 2, FN { E.Function.DeviceId = 0x1644; E.Function.BootEnable = 1; }, 10, "set port2 BootMode=UNDI", false},
   {"boot 1 on 1656", Q80, 0x1077, 1, 2, FN { E.Function.DeviceId = 0x1656; E.Function.BootEnable = 1; }, 10, "set port2 BootMode=Ethernet", false},
   {"boot 2 on 1656", Q80, 0x1077, 1, 2, FN { E.Function.DeviceId = 0x1656; E.Function.BootEnable = 2; }, 10, "set port2 BootMode=Disabled", false},
-  {"partitioned", Q80, 0x1077, 1, 2, FN { mModule.mCurrentUmc = 1; }, 12, "show port2.pf3 MacAddress", true},
-  {"umc 2", Q80, 0x1077, 1, 2, FN { mModule.mCurrentUmc = 2; }, 12, "show port2 MacAddress", true},
-  {"partitioned", Q80, 0x1077, 1, 2, FN { mModule.mCurrentUmc = 1; }, 13, "show port2.pf3 VirtualMacAddress", true},
-  {"umc 2", Q80, 0x1077, 1, 2, FN { mModule.mCurrentUmc = 2; }, 13, "show port2 VirtualMacAddress", true},
-  {"partitioned", Q80, 0x1077, 1, 2, FN { mModule.mCurrentUmc = 1; }, 14, "set port2.pf3 VirtualMacAddress=00:1B:21:0A:FF:3C", false},
-  {"umc 2", Q80, 0x1077, 1, 2, FN { mModule.mCurrentUmc = 2; }, 14, "set port2 VirtualMacAddress=00:1B:21:0A:FF:3C", false},
+  {"partitioned", Q80, 0x1077, 1, 2, FN { mModule.Discovered.mCurrentUmc = 1; }, 12, "show port2.pf3 MacAddress", true},
+  {"umc 2", Q80, 0x1077, 1, 2, FN { mModule.Discovered.mCurrentUmc = 2; }, 12, "show port2 MacAddress", true},
+  {"partitioned", Q80, 0x1077, 1, 2, FN { mModule.Discovered.mCurrentUmc = 1; }, 13, "show port2.pf3 VirtualMacAddress", true},
+  {"umc 2", Q80, 0x1077, 1, 2, FN { mModule.Discovered.mCurrentUmc = 2; }, 13, "show port2 VirtualMacAddress", true},
+  {"partitioned", Q80, 0x1077, 1, 2, FN { mModule.Discovered.mCurrentUmc = 1; }, 14, "set port2.pf3 VirtualMacAddress=00:1B:21:0A:FF:3C", false},
+  {"umc 2", Q80, 0x1077, 1, 2, FN { mModule.Discovered.mCurrentUmc = 2; }, 14, "set port2 VirtualMacAddress=00:1B:21:0A:FF:3C", false},
   {"", Q80, 0x1077, 1, 2, nullptr, 44, "show device SRIOVMode", true},
   {"sriov 1", Q80, 0x1077, 1, 2, FN { E.Function.SriovEnabled = 1; }, 45, "set device SRIOVMode=Enabled", false},
   {"sriov 2", Q80, 0x1077, 1, 2, FN { E.Function.SriovEnabled = 2; }, 45, "set device SRIOVMode=Disabled", false},
@@ -497,7 +498,7 @@ TEST_F(BuilderTest, QLogic8070PersonalityQueriesWalkTheFunctions) {
   E.Function.VendorId = 0x1077;
   E.Function.PortIndex = 1;
   for (UINT8 Count = 0; Count < 16; Count++) {
-    mModule.mPfTypeCount = Count;
+    mModule.Discovered.mPfTypeCount = Count;
     BOOLEAN Parse = FALSE;
     EXPECT_EQ(Build(BuildQLogic8070ClpCommand, SHOW_PF_TYPE, &Parse), EFI_SUCCESS);
     EXPECT_EQ(Command(), "show port2.pf" + std::to_string(Count + 1) + " Personality");
@@ -527,7 +528,7 @@ TEST_F(BuilderTest, OnlyTheNewCommandIsPatched) {
   BOOLEAN Parse = FALSE;
   EXPECT_EQ(Build(BuildDefaultClpCommand, SET_ISCSI_INI_NAME, &Parse), EFI_SUCCESS);
   E.Function.VendorId = 0x1077;
-  mModule.mCurrentUmc = 1;
+  mModule.Discovered.mCurrentUmc = 1;
   EXPECT_EQ(BuildQLogic8070ClpCommand(&E.Adapter, &E.Function, SHOW_PF_MFG_MAC, &Parse), EFI_SUCCESS);
   EXPECT_EQ(Command(), "show port2.pf3 MacAddress");
 }
@@ -593,15 +594,15 @@ TEST_F(BuilderTest, AbsentPlatformValues) {
     for (const auto &C : Cases) {
       SetUp();
       E.Function.VendorId = 0x19A2;
-      mModule.mNaloHeader.InitiatorName = nullptr;
+      mModule.Tables.mNaloHeader.InitiatorName = nullptr;
       if (Variant == 0) {
-        mModule.mCurAddressEntry = nullptr;
-        mModule.mCurFunctionEntry = nullptr;
-        mModule.mCurBootEntry = nullptr;
+        mModule.Tables.mCurAddressEntry = nullptr;
+        mModule.Tables.mCurFunctionEntry = nullptr;
+        mModule.Tables.mCurBootEntry = nullptr;
       } else {
-        memset(&mModule.mNaloAddressTable[0], 0, sizeof(NALO_ADDRESS_ENTRY));
-        memset(&mModule.mNaloPortTable.Function[0], 0, sizeof(NALO_FUNCTION_ENTRY));
-        memset(&mModule.mNaloBootTable[0], 0, sizeof(NALO_BOOT_ENTRY));
+        memset(&mModule.Tables.mNaloAddressTable[0], 0, sizeof(NALO_ADDRESS_ENTRY));
+        memset(&mModule.Tables.mNaloPortTable.Function[0], 0, sizeof(NALO_FUNCTION_ENTRY));
+        memset(&mModule.Tables.mNaloBootTable[0], 0, sizeof(NALO_BOOT_ENTRY));
       }
       E.Function.PfIndex = 1;
       BOOLEAN Parse = FALSE;
@@ -613,7 +614,7 @@ TEST_F(BuilderTest, AbsentPlatformValues) {
 
 TEST_F(BuilderTest, MissingRecordOrParseFlag) {
   BOOLEAN Parse = FALSE;
-  memset(mModule.ClpCommandBuffer, 'X', CLP_COMMAND_BUFFER_SIZE);
+  memset(mModule.Builder.ClpCommandBuffer, 'X', CLP_COMMAND_BUFFER_SIZE);
   // Without a record there is no vendor, hence no line: the empty command, parse flag as the code says.
   EXPECT_EQ(BuildDefaultClpCommand(&E.Adapter, nullptr, SHOW_PF_INFO, &Parse), EFI_SUCCESS);
   EXPECT_EQ(Command(), "");

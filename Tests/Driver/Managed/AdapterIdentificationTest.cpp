@@ -3,13 +3,14 @@
 
 #include <string>
 
+#include "ModuleState.h"
 #include "Managed/AdapterFamilies.h"
 #include "Managed/AdapterSettings.h"
 
 namespace {
 
 std::string FamilyFlags() {
-  const ADAPTER_FAMILY &F = mModule.mFamily;
+  const ADAPTER_FAMILY &F = mModule.Run.mFamily;
   const std::pair<BOOLEAN, const char *> Flags[] = {
       {F.Intel, "Intel"},
       {F.QLogic2031, "QLogic2031"},
@@ -77,7 +78,8 @@ TEST(AdapterIdentificationTest, EveryVendorDevicePairSetsItsFamilyAndNothingElse
   for (const auto &Row : Rows) {
     SCOPED_TRACE(testing::Message() << std::hex << Row.Vendor << ":" << Row.Device);
     ResetModuleState();
-    mModule.mFamily = {TRUE, TRUE, TRUE, TRUE, TRUE, TRUE, TRUE, TRUE, TRUE, TRUE}; // a previous controller's
+    mModule.Run.mFamily = {TRUE, TRUE, TRUE, TRUE, TRUE,
+                           TRUE, TRUE, TRUE, TRUE, TRUE}; // a previous controller's
     FUNCTION_SETTINGS Settings = {};
     Settings.VendorId = Row.Vendor;
     Settings.DeviceId = Row.Device;

@@ -18,6 +18,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "ModuleState.h"
 #include "Managed/AdapterSettings.h"
 #include "Parsers/DiscoveredState.h"
 
@@ -449,21 +450,21 @@ std::map<std::string, std::string> Snapshot(const Adapter &A) {
     }
   }
   const DRIVER_MODULE_STATE &M = mModule;
-  Out["CurVlan"] = Number(M.mCurrentVlanId);
-  Out["TgtVlan"] = Number(M.mTargetVlanId);
-  Out["CurPfCount"] = Number(M.mCurrentPfCount);
-  Out["TgtPfCount"] = Number(M.mTargetPfCount);
-  Out["CurPers"] = Number(M.mCurrentPersonality);
-  Out["TgtPers"] = Number(M.mTargetPersonality);
-  Out["CurUmc"] = Number(M.mCurrentUmc);
-  Out["TgtUmc"] = Number(M.mTargetUmc);
-  Out["Link"] = Number(M.mLinkConfig);
-  Out["ActiveLink"] = Number(M.mActiveLinkConfig);
-  Out["TypeCount"] = Number(M.mPfTypeCount);
-  Out["PxeVlan"] = Number(M.mPxeVlanEnabled);
-  Out["FcIov"] = Number(M.mFcIovSupported);
+  Out["CurVlan"] = Number(M.Discovered.mCurrentVlanId);
+  Out["TgtVlan"] = Number(M.Discovered.mTargetVlanId);
+  Out["CurPfCount"] = Number(M.Discovered.mCurrentPfCount);
+  Out["TgtPfCount"] = Number(M.Discovered.mTargetPfCount);
+  Out["CurPers"] = Number(M.Discovered.mCurrentPersonality);
+  Out["TgtPers"] = Number(M.Discovered.mTargetPersonality);
+  Out["CurUmc"] = Number(M.Discovered.mCurrentUmc);
+  Out["TgtUmc"] = Number(M.Discovered.mTargetUmc);
+  Out["Link"] = Number(M.Discovered.mLinkConfig);
+  Out["ActiveLink"] = Number(M.Discovered.mActiveLinkConfig);
+  Out["TypeCount"] = Number(M.Discovered.mPfTypeCount);
+  Out["PxeVlan"] = Number(M.Discovered.mPxeVlanEnabled);
+  Out["FcIov"] = Number(M.Discovered.mFcIovSupported);
   for (int Entry = 0; Entry < PF_TYPE_TABLE_ENTRIES; Entry++) {
-    Out["Type" + Number(Entry)] = Number(M.mPfTypeTable[Entry]);
+    Out["Type" + Number(Entry)] = Number(M.Discovered.mPfTypeTable[Entry]);
   }
   return Out;
 }
@@ -528,13 +529,15 @@ void Prepare(Adapter &A, const KeyRow &Row) {
   ResetModuleState();
   IdentifyAdapterFamily(&Parsed);
   DRIVER_MODULE_STATE &M = mModule;
-  M.mCurrentVlanId = M.mTargetVlanId = 9;
-  M.mCurrentPfCount = M.mTargetPfCount = M.mCurrentUmc = M.mTargetUmc = 9;
-  M.mCurrentPersonality = M.mTargetPersonality = M.mLinkConfig = M.mActiveLinkConfig = 9;
-  M.mPxeVlanEnabled = M.mFcIovSupported = 9;
-  M.mConfigStatus = EFI_DEVICE_ERROR; // what the planning predicate may leave behind
-  M.mPfTypeCount = 2;
-  for (UINT32 &Entry : M.mPfTypeTable) {
+  M.Discovered.mCurrentVlanId = M.Discovered.mTargetVlanId = 9;
+  M.Discovered.mCurrentPfCount = M.Discovered.mTargetPfCount = M.Discovered.mCurrentUmc =
+      M.Discovered.mTargetUmc = 9;
+  M.Discovered.mCurrentPersonality = M.Discovered.mTargetPersonality = M.Discovered.mLinkConfig =
+      M.Discovered.mActiveLinkConfig = 9;
+  M.Discovered.mPxeVlanEnabled = M.Discovered.mFcIovSupported = 9;
+  M.Discovered.mConfigStatus = EFI_DEVICE_ERROR; // what the planning predicate may leave behind
+  M.Discovered.mPfTypeCount = 2;
+  for (UINT32 &Entry : M.Discovered.mPfTypeTable) {
     Entry = 9;
   }
 }

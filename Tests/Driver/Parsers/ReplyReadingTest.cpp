@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "ModuleState.h"
 #include "Driver/Planning/PlanningFixture.h"
 #include "Integration/ScriptedAdapter.h"
 #include "Parsers/DiscoveredState.h"
@@ -53,7 +54,7 @@ protected:
   // Ports x Pfs records of one adapter, linked as the platform links them; returns port 0, PF 0.
   FUNCTION_SETTINGS *NewAdapter(const Device &D, UINT8 Ports = 1, UINT8 Pfs = 1) {
     ResetModuleState();
-    ADAPTER_FAMILY &F = mModule.mFamily;
+    ADAPTER_FAMILY &F = mModule.Run.mFamily;
     F = {};
     F.QLogic2031 = D.Id == QLogic2031 || D.Id == QLogic2261;
     F.QLogic2261 = D.Id == QLogic2261;
@@ -154,13 +155,15 @@ TEST_F(ReplyReadingTest, KeysAndKeywordsAfterVeryLongLinesAreFound) {
        "data=" + string(2000, ' ') + "enabled",
        [](const FUNCTION_SETTINGS *S) { EXPECT_EQ(S->SriovEnabled, 1); }},
       {"QLogic8070 UMC after 2000 characters", kQLogic8070, SHOW_UMC, "data=" + string(2000, ' ') + "NPAR",
-       [](const FUNCTION_SETTINGS *) { EXPECT_EQ(mModule.mCurrentUmc + mModule.mTargetUmc, 2); }},
+       [](const FUNCTION_SETTINGS *) {
+         EXPECT_EQ(mModule.Discovered.mCurrentUmc + mModule.Discovered.mTargetUmc, 2);
+       }},
       {"QLogic8070 PXE VLAN after 2000 characters", kQLogic8070, SHOW_PXE_VLAN,
        "data=" + string(2000, ' ') + "Enable",
-       [](const FUNCTION_SETTINGS *) { EXPECT_EQ(mModule.mPxeVlanEnabled, 1); }},
+       [](const FUNCTION_SETTINGS *) { EXPECT_EQ(mModule.Discovered.mPxeVlanEnabled, 1); }},
       {"Emulex0720 link configuration after 3000 characters", kEmulex0720, SHOW_LINK_CONFIG,
        "retdata=" + string(3000, ' ') + "ELX_4x1G",
-       [](const FUNCTION_SETTINGS *) { EXPECT_EQ(mModule.mLinkConfig, 1u); }},
+       [](const FUNCTION_SETTINGS *) { EXPECT_EQ(mModule.Discovered.mLinkConfig, 1u); }},
       {"QLogic2261 speed after 2000 leading zeros", kQLogic2261, SHOW_MAX_LINK_SPEED,
        "retdata=\r\n" + string(2000, '0') + "16",
        [](const FUNCTION_SETTINGS *S) {
@@ -218,10 +221,11 @@ TEST_F(ReplyReadingTest, ShortColonMacLeavesThePlatformText) {
 // The QLogic8070 type table takes sixteen replies; a seventeenth sets the record's type only.
 TEST_F(ReplyReadingTest, QLogic8070TypeTableTakesSixteenReplies) {
   FUNCTION_SETTINGS *S = NewAdapter(kQLogic8070);
-  mModule.mPfTypeCount = 15;
+  mModule.Discovered.mPfTypeCount = 15;
   Parse(S, "data=\"FCoE\"", SHOW_PF_TYPE);
   Parse(S, "data=\"iSCSI\"", SHOW_PF_TYPE);
-  EXPECT_EQ((Fields{mModule.mPfTypeTable[15], mModule.mPfTypeCount, S->PfType}), (Fields{2, 16, 3}));
+  EXPECT_EQ((Fields{mModule.Discovered.mPfTypeTable[15], mModule.Discovered.mPfTypeCount, S->PfType}),
+            (Fields{2, 16, 3}));
 }
 
 // Emulex0720's enable words set what the adapter reports, but never re-enable what the platform
@@ -280,24 +284,31 @@ TEST_F(ReplyReadingTest, EmptyRepliesGiveTheResultsOfAbsentKeywords) {
        [](FUNCTION_SETTINGS *S) { S->Ports[1]->SriovEnabled = 1; },
        [](const FUNCTION_SETTINGS *S) { return (long long)S->Ports[1]->SriovEnabled; }, 1, 0},
       {"Emulex0720 link configuration 4x10G board", kEmulex0720, 0xE868, SHOW_LINK_CONFIG,
-       [](FUNCTION_SETTINGS *) { mModule.mLinkConfig = mModule.mActiveLinkConfig = 9; },
-       [](const FUNCTION_SETTINGS *) { return mModule.mLinkConfig * 10LL + mModule.mActiveLinkConfig; }, 99,
-       22},
-      {"Emulex0720 link configuration other board", kEmulex0720, 0x0001, SHOW_LINK_CONFIG,
-       [](FUNCTION_SETTINGS *) { mModule.mLinkConfig = mModule.mActiveLinkConfig = 9; },
-       [](const FUNCTION_SETTINGS *) { return mModule.mLinkConfig * 10LL + mModule.mActiveLinkConfig; }, 99,
-       0},
-      {"Emulex0700 personality", kEmulex0700, 0, SHOW_PF_TYPE,
-       [](FUNCTION_SETTINGS *) { mModule.mCurrentPersonality = mModule.mTargetPersonality = 3; },
+       [](FUNCTION_SETTINGS *) { mModule.Discovered.mLinkConfig = mModule.Discovered.mActiveLinkConfig = 9; },
        [](const FUNCTION_SETTINGS *) {
-         return mModule.mCurrentPersonality * 10LL + mModule.mTargetPersonality;
+         return mModule.Discovered.mLinkConfig * 10LL + mModule.Discovered.mActiveLinkConfig;
+       },
+       99, 22},
+      {"Emulex0720 link configuration other board", kEmulex0720, 0x0001, SHOW_LINK_CONFIG,
+       [](FUNCTION_SETTINGS *) { mModule.Discovered.mLinkConfig = mModule.Discovered.mActiveLinkConfig = 9; },
+       [](const FUNCTION_SETTINGS *) {
+         return mModule.Discovered.mLinkConfig * 10LL + mModule.Discovered.mActiveLinkConfig;
+       },
+       99, 0},
+      {"Emulex0700 personality", kEmulex0700, 0, SHOW_PF_TYPE,
+       [](FUNCTION_SETTINGS *) {
+         mModule.Discovered.mCurrentPersonality = mModule.Discovered.mTargetPersonality = 3;
+       },
+       [](const FUNCTION_SETTINGS *) {
+         return mModule.Discovered.mCurrentPersonality * 10LL + mModule.Discovered.mTargetPersonality;
        },
        33, 0},
       {"QLogic8070 PF type", kQLogic8070, 0, SHOW_PF_TYPE, Nothing,
-       [](const FUNCTION_SETTINGS *S) { return S->PfType * 10LL + mModule.mPfTypeTable[0]; }, 0, 55},
+       [](const FUNCTION_SETTINGS *S) { return S->PfType * 10LL + mModule.Discovered.mPfTypeTable[0]; }, 0,
+       55},
       {"QLogic2261 IOV support", kQLogic2261, 0, SHOW_PF_INFO,
-       [](FUNCTION_SETTINGS *) { mModule.mFcIovSupported = 1; },
-       [](const FUNCTION_SETTINGS *) { return (long long)mModule.mFcIovSupported; }, 1, 0},
+       [](FUNCTION_SETTINGS *) { mModule.Discovered.mFcIovSupported = 1; },
+       [](const FUNCTION_SETTINGS *) { return (long long)mModule.Discovered.mFcIovSupported; }, 1, 0},
       {"Emulex0710 versions", kEmulex0710, 0, SHOW_VERSION,
        [](FUNCTION_SETTINGS *S) { SetText(S->FirmwareVersion[2], "x"); },
        [](const FUNCTION_SETTINGS *S) { return (long long)S->FirmwareVersion[2][0]; }, 'x', 0},
@@ -305,14 +316,19 @@ TEST_F(ReplyReadingTest, EmptyRepliesGiveTheResultsOfAbsentKeywords) {
        [](FUNCTION_SETTINGS *S) { SetText(S->FirmwareVersion[0], "x"); },
        [](const FUNCTION_SETTINGS *S) { return (long long)S->FirmwareVersion[0][0]; }, 'x', 0},
       {"QLogic8070 UMC", kQLogic8070, 0, SHOW_UMC,
-       [](FUNCTION_SETTINGS *) { mModule.mCurrentUmc = mModule.mTargetUmc = 1; },
-       [](const FUNCTION_SETTINGS *) { return mModule.mCurrentUmc * 10LL + mModule.mTargetUmc; }, 11, 0},
+       [](FUNCTION_SETTINGS *) { mModule.Discovered.mCurrentUmc = mModule.Discovered.mTargetUmc = 1; },
+       [](const FUNCTION_SETTINGS *) {
+         return mModule.Discovered.mCurrentUmc * 10LL + mModule.Discovered.mTargetUmc;
+       },
+       11, 0},
       {"QLogic8070 PXE VLAN", kQLogic8070, 0, SHOW_PXE_VLAN,
        [](FUNCTION_SETTINGS *S) {
-         mModule.mPxeVlanEnabled = 1;
+         mModule.Discovered.mPxeVlanEnabled = 1;
          S->Functions[1]->VlanId = 7;
        },
-       [](const FUNCTION_SETTINGS *S) { return mModule.mPxeVlanEnabled * 10000LL + S->Functions[1]->VlanId; },
+       [](const FUNCTION_SETTINGS *S) {
+         return mModule.Discovered.mPxeVlanEnabled * 10000LL + S->Functions[1]->VlanId;
+       },
        10007, 0},
   };
   const CHAR8 Empty[1] = {'E'}; // a reply of length 0 whose first byte is not to be read
@@ -462,27 +478,29 @@ TEST_F(ReplyReadingTest, ScanVariablesFollowTheSearch) {
   Reply.assign(Text.begin(), Text.end());
   UINTN Instance = 0;
   ParseClpReply(S, &Instance, Reply.data(), (UINT32)Reply.size(), SHOW_UMC);
-  EXPECT_EQ(string(reinterpret_cast<const char *>(mModule.mSearchKey)), "NPAR");
-  EXPECT_EQ(mModule.mScanLength, 4u);
-  EXPECT_EQ(mModule.mScanPtr, Reply.data() + 3005);
+  EXPECT_EQ(string(reinterpret_cast<const char *>(mModule.Discovered.mSearchKey)), "NPAR");
+  EXPECT_EQ(mModule.Discovered.mScanLength, 4u);
+  EXPECT_EQ(mModule.Discovered.mScanPtr, Reply.data() + 3005);
   // A failed search leaves no match behind.
   ParseClpReply(S, &Instance, Reply.data(), 3005, SHOW_UMC);
-  EXPECT_EQ(mModule.mScanPtr, nullptr);
+  EXPECT_EQ(mModule.Discovered.mScanPtr, nullptr);
 
   // An address: the prefix was the last search; the conversion tells its text, bytes and digits.
   S = NewAdapter(kEmulexE200);
   Parse(S, "retdata=0000c9aabbcc", SHOW_PF_MAC);
-  EXPECT_EQ(string(reinterpret_cast<const char *>(mModule.mSearchKey)), "retdata=");
-  EXPECT_EQ(mModule.mScanPtr, S->CurrentAddressText[0]);
-  EXPECT_EQ(mModule.mDestPtr, S->CurrentAddress[0]);
-  EXPECT_EQ((std::vector<UINTN>{mModule.mByteLength, mModule.mScanLength}), (std::vector<UINTN>{6, 12}));
+  EXPECT_EQ(string(reinterpret_cast<const char *>(mModule.Discovered.mSearchKey)), "retdata=");
+  EXPECT_EQ(mModule.Discovered.mScanPtr, S->CurrentAddressText[0]);
+  EXPECT_EQ(mModule.Discovered.mDestPtr, S->CurrentAddress[0]);
+  EXPECT_EQ((std::vector<UINTN>{mModule.Discovered.mByteLength, mModule.Discovered.mScanLength}),
+            (std::vector<UINTN>{6, 12}));
   Parse(S, "retdata=zz", SHOW_PF_MAC);
-  EXPECT_EQ((std::vector<UINTN>{mModule.mByteLength, mModule.mScanLength}), (std::vector<UINTN>{0, 0}));
+  EXPECT_EQ((std::vector<UINTN>{mModule.Discovered.mByteLength, mModule.Discovered.mScanLength}),
+            (std::vector<UINTN>{0, 0}));
   // A PF information reply: every key is searched, the table's last one last.
   S = NewAdapter(kEmulex0720);
   Parse(S, "retdata=MAC=0000c9aabbcc", SHOW_PF_INFO);
-  EXPECT_EQ(string(reinterpret_cast<const char *>(mModule.mSearchKey)), "InitiatorIscsiName=");
-  EXPECT_EQ(mModule.mScanPtr, nullptr);
+  EXPECT_EQ(string(reinterpret_cast<const char *>(mModule.Discovered.mSearchKey)), "InitiatorIscsiName=");
+  EXPECT_EQ(mModule.Discovered.mScanPtr, nullptr);
 }
 
 // ---- A NULL entry ends a Functions or Ports list ----------------------------------------------------
@@ -579,9 +597,9 @@ TEST_F(RecordRulesPlanningTest, AddressResetIsPlannedByTheFirstFunctionThatNeeds
   }
   SetText(Pf[0]->CurrentAddressText[0], "0000C9AABB01");
   EXPECT_FALSE(PlanCommand(Pf[0], SET_ADDR_DEFAULTS, &Count));
-  EXPECT_FALSE(mModule.mAddrDefaultsPlanned);
+  EXPECT_FALSE(mModule.Run.mAddrDefaultsPlanned);
   EXPECT_TRUE(PlanCommand(Pf[1], SET_ADDR_DEFAULTS, &Count));
-  EXPECT_TRUE(mModule.mAddrDefaultsPlanned);
+  EXPECT_TRUE(mModule.Run.mAddrDefaultsPlanned);
   EXPECT_FALSE(PlanCommand(Pf[2], SET_ADDR_DEFAULTS, &Count));
   EXPECT_EQ(Planned(), (Codes{SET_ADDR_DEFAULTS}));
   // PF 2 still takes its manufacturer address into its record.
@@ -589,8 +607,8 @@ TEST_F(RecordRulesPlanningTest, AddressResetIsPlannedByTheFirstFunctionThatNeeds
 }
 
 TEST_F(RecordRulesPlanningTest, ControllerSriovStopsAtANullPort) {
-  mModule.mNaloHeader.SriovValid = 1;
-  mModule.mNaloPortTable.Function[0].SriovEnable = 1;
+  mModule.Tables.mNaloHeader.SriovValid = 1;
+  mModule.Tables.mNaloPortTable.Function[0].SriovEnable = 1;
   FUNCTION_SETTINGS *Port0 = NewRecord(0x1077, 0x8070, 0);
   FUNCTION_SETTINGS *Port2 = NewRecord(0x1077, 0x8070, 2);
   S = NewRecord(0x1077, 0x8070, 1);

@@ -1,5 +1,6 @@
 // The link layout rewrite, row by row: where each PCI function lands in the 4 x 10 Gb/s layout,
 // and which devices, subsystems and function numbers move a function in the 4 x 1 Gb/s layout.
+#include "ModuleState.h"
 #include "PlanningFixture.h"
 
 namespace {
@@ -26,7 +27,7 @@ TEST_F(LinkLayoutTableTest, FourByTenGigabitPlacesEachFunctionNumber) {
     }
     std::copy(Fs.begin(), Fs.begin() + 4, Fs[0]->Ports);
     std::tie(Fs[0]->NaloIndex, Fs[0]->CardIndex, Fs[0]->PortNumber) = std::make_tuple(Nalo, 5, 8);
-    mModule.mLinkConfig = 3;
+    mModule.Discovered.mLinkConfig = 3;
     AdjustLinkLayout(Fs[0]);
 
     std::vector<FUNCTION_SETTINGS *> PortLists[4];
@@ -91,7 +92,7 @@ TEST_F(LinkLayoutTableTest, OneGigabitLayoutByDeviceSubsystemAndFunctionNumber) 
     std::tie(F->SubIndex, F->PfsPerPort, F->PortCount, F->LinkWord, F->LinkConfig) =
         std::make_tuple(9, 9, 9, 7, 9);
     std::tie(F->PortIndexCopy, F->PortIndexCopy2, F->NaloIndex) = std::make_tuple(9, 9, 9);
-    mModule.mLinkConfig = 1;
+    mModule.Discovered.mLinkConfig = 1;
     AdjustLinkLayout(F);
     const std::vector<int> Moved = {F->PortIndex,  F->PortIndexCopy, F->PortIndexCopy2,
                                     F->NaloIndex,  F->PfIndex,       F->SubIndex,

@@ -1,5 +1,6 @@
 // The managed step's bookkeeping between controllers: what Instance 0 forgets and what it keeps,
 // and when the link layout is adjusted before any planning.
+#include "ModuleState.h"
 #include "PlanningFixture.h"
 #include "Managed/AdapterFamilies.h"
 #include "Managed/AdapterSettings.h"
@@ -21,7 +22,7 @@ EFI_STATUS Step(UINTN Instance, FUNCTION_SETTINGS *Adapter, FUNCTION_SETTINGS **
 }
 
 Codes PlannedList() {
-  return Codes(mModule.CommandList, mModule.CommandList + mModule.mCommandCount);
+  return Codes(mModule.Run.CommandList, mModule.Run.CommandList + mModule.Run.mCommandCount);
 }
 
 // A controller without a family plans nothing: Instance 0 only resets and meets END.
@@ -35,38 +36,42 @@ TEST_F(DispatchTest, InstanceZeroForgetsThePreviousAdapterOnlyOnItsFirstFunction
     Fresh();
     FUNCTION_SETTINGS *A = NewRecord(0x19A2, 0x0714, C.Port, C.Pf);
     A->PortEnable = 1;
-    mModule.mLinkConfig = mModule.mActiveLinkConfig = mModule.mCurrentPersonality =
-        mModule.mTargetPersonality = 2;
-    mModule.mCurrentUmc = mModule.mTargetUmc = mModule.mCurrentPfCount = mModule.mTargetPfCount = 2;
-    mModule.mRoceMode = mModule.mSriovRequested = mModule.mRoceTypeFound = mModule.mPlanStopped = 2;
-    mModule.mPlanInstance = mModule.mPlanInstance2 = 7;
-    mModule.mPlanComplete = mModule.mLinkAdjusted = 1;
-    mModule.mCurrentPortEnable = mModule.mTargetPortEnable = 0x33;
-    mModule.mAddrDefaultsPlanned = TRUE;
-    std::fill(std::begin(mModule.CommandList), std::end(mModule.CommandList), 0x5A);
-    mModule.mCommandCount = 9;
+    mModule.Discovered.mLinkConfig = mModule.Discovered.mActiveLinkConfig =
+        mModule.Discovered.mCurrentPersonality = mModule.Discovered.mTargetPersonality = 2;
+    mModule.Discovered.mCurrentUmc = mModule.Discovered.mTargetUmc = mModule.Discovered.mCurrentPfCount =
+        mModule.Discovered.mTargetPfCount = 2;
+    mModule.Planner.mRoceMode = mModule.Planner.mSriovRequested = mModule.Planner.mRoceTypeFound =
+        mModule.Run.mPlanStopped = 2;
+    mModule.Run.mPlanInstance = mModule.Run.mPlanInstance2 = 7;
+    mModule.Run.mPlanComplete = mModule.Run.mLinkAdjusted = 1;
+    mModule.Planner.mCurrentPortEnable = mModule.Planner.mTargetPortEnable = 0x33;
+    mModule.Run.mAddrDefaultsPlanned = TRUE;
+    std::fill(std::begin(mModule.Run.CommandList), std::end(mModule.Run.CommandList), 0x5A);
+    mModule.Run.mCommandCount = 9;
     EXPECT_EQ(Step(0, A), EFI_NOT_FOUND);
     const UINT32 Kept = C.NewAdapter ? 0 : 2;
     EXPECT_EQ(
-        (std::vector<UINT32>{mModule.mLinkConfig, mModule.mActiveLinkConfig, mModule.mCurrentPersonality,
-                             mModule.mTargetPersonality, mModule.mCurrentUmc, mModule.mTargetUmc,
-                             mModule.mCurrentPfCount, mModule.mTargetPfCount, mModule.mRoceMode,
-                             mModule.mSriovRequested, mModule.mRoceTypeFound, mModule.mPlanStopped}),
+        (std::vector<UINT32>{mModule.Discovered.mLinkConfig, mModule.Discovered.mActiveLinkConfig,
+                             mModule.Discovered.mCurrentPersonality, mModule.Discovered.mTargetPersonality,
+                             mModule.Discovered.mCurrentUmc, mModule.Discovered.mTargetUmc,
+                             mModule.Discovered.mCurrentPfCount, mModule.Discovered.mTargetPfCount,
+                             mModule.Planner.mRoceMode, mModule.Planner.mSriovRequested,
+                             mModule.Planner.mRoceTypeFound, mModule.Run.mPlanStopped}),
         std::vector<UINT32>(12, Kept));
-    EXPECT_EQ(
-        (std::vector<UINT32>{mModule.mPlanInstance, mModule.mPlanInstance2, mModule.mPlanComplete,
-                             mModule.mLinkAdjusted, mModule.mCurrentPortEnable, mModule.mTargetPortEnable}),
-        (std::vector<UINT32>{255, 255, 0, 0, 1, 1}));
-    EXPECT_EQ(std::count(std::begin(mModule.CommandList), std::end(mModule.CommandList), END), 255);
-    EXPECT_EQ(mModule.mCommandCount, 0u);
+    EXPECT_EQ((std::vector<UINT32>{mModule.Run.mPlanInstance, mModule.Run.mPlanInstance2,
+                                   mModule.Run.mPlanComplete, mModule.Run.mLinkAdjusted,
+                                   mModule.Planner.mCurrentPortEnable, mModule.Planner.mTargetPortEnable}),
+              (std::vector<UINT32>{255, 255, 0, 0, 1, 1}));
+    EXPECT_EQ(std::count(std::begin(mModule.Run.CommandList), std::end(mModule.Run.CommandList), END), 255);
+    EXPECT_EQ(mModule.Run.mCommandCount, 0u);
     // A function index beyond the 16-entry tables has no entries.
-    EXPECT_EQ((std::vector<const void *>{mModule.mCurFunctionEntry, mModule.mCurAddressEntry,
-                                         mModule.mCurBootEntry}),
-              (C.Pf < 16 ? std::vector<const void *>{&mModule.mNaloPortTable.Function[C.Pf],
-                                                     &mModule.mNaloAddressTable[C.Pf],
-                                                     &mModule.mNaloBootTable[C.Pf]}
+    EXPECT_EQ((std::vector<const void *>{mModule.Tables.mCurFunctionEntry, mModule.Tables.mCurAddressEntry,
+                                         mModule.Tables.mCurBootEntry}),
+              (C.Pf < 16 ? std::vector<const void *>{&mModule.Tables.mNaloPortTable.Function[C.Pf],
+                                                     &mModule.Tables.mNaloAddressTable[C.Pf],
+                                                     &mModule.Tables.mNaloBootTable[C.Pf]}
                          : std::vector<const void *>(3, nullptr)));
-    EXPECT_EQ(mModule.mAddrDefaultsPlanned != 0, !C.NewPort);
+    EXPECT_EQ(mModule.Run.mAddrDefaultsPlanned != 0, !C.NewPort);
   }
 }
 
@@ -75,29 +80,29 @@ TEST_F(DispatchTest, InstanceZeroForgetsThePreviousAdapterOnlyOnItsFirstFunction
 TEST_F(DispatchTest, Emulex0720LayoutInForceIsAppliedAtInstanceZero) {
   for (UINT32 Layout : {0u, 1u, 2u, 3u}) {
     Fresh();
-    mModule.mFamily.Emulex0720 = TRUE;
+    mModule.Run.mFamily.Emulex0720 = TRUE;
     FUNCTION_SETTINGS *A = NewRecord(0x10DF, 0x0720, 1, 1); // a later function: nothing is planned
     A->SubsystemId = 0x11F9;
     A->FunctionCount = 1;
     A->Functions[0] = A;
-    mModule.mActiveLinkConfig = Layout;
-    mModule.mLinkConfig = 3; // rewrites only the layout field of each record
+    mModule.Discovered.mActiveLinkConfig = Layout;
+    mModule.Discovered.mLinkConfig = 3; // rewrites only the layout field of each record
     Step(0, A);
     const bool Adjusted = Layout == 1 || Layout == 3;
     EXPECT_EQ(A->LinkConfig, Adjusted ? 3u : 0u) << Layout;
-    EXPECT_EQ(mModule.mLinkAdjusted != 0, Adjusted) << Layout;
+    EXPECT_EQ(mModule.Run.mLinkAdjusted != 0, Adjusted) << Layout;
   }
 }
 
 // A QLogic2031 plan completes at once. EXIT belongs to the controller's own record, and so does
 // END, even where an earlier controller's plan left its records in the settings list.
 TEST_F(DispatchTest, CompletedPlanIsClosedOnTheControllersOwnRecord) {
-  mModule.mFamily.QLogic2031 = TRUE;
+  mModule.Run.mFamily.QLogic2031 = TRUE;
   FUNCTION_SETTINGS *A = Port(0x1077, 0x2031, 0, 1)[0], *Stale = NewRecord(), *Handed = nullptr;
-  std::fill(std::begin(mModule.mCommandSettings), std::end(mModule.mCommandSettings), Stale);
+  std::fill(std::begin(mModule.Run.mCommandSettings), std::end(mModule.Run.mCommandSettings), Stale);
   EXPECT_EQ(Step(0, A, &Handed), EFI_SUCCESS);
   EXPECT_EQ(PlannedList(), (Codes{SHOW_PF_INFO, (INT32)EXIT}));
-  EXPECT_EQ(mModule.CommandList[2], END);
+  EXPECT_EQ(mModule.Run.CommandList[2], END);
   EXPECT_EQ(Handed, A);
   EXPECT_EQ(Step(1, A, &Handed), EFI_SUCCESS);
   EXPECT_EQ(Handed, A);
@@ -111,7 +116,7 @@ TEST_F(DispatchTest, CompletedPlanIsClosedOnTheControllersOwnRecord) {
 TEST_F(DispatchTest, LayoutOnePlansOnlyThePortsFirstFunction) {
   for (UINT32 Layout : {0u, 1u, 2u}) {
     Fresh();
-    mModule.mFamily.QLogic8070 = TRUE;
+    mModule.Run.mFamily.QLogic8070 = TRUE;
     std::vector<FUNCTION_SETTINGS *> Fs = Port(0x1077, 0x8070, 0, 2);
     Fs[0]->LinkConfig = Fs[1]->LinkConfig = Layout;
     Step(0, Fs[0]);
@@ -120,8 +125,9 @@ TEST_F(DispatchTest, LayoutOnePlansOnlyThePortsFirstFunction) {
                                   : (Codes{SHOW_UMC, SHOW_SRIOV, SHOW_VERSION, SHOW_PXE_VLAN}))
         << Layout;
     FUNCTION_SETTINGS *const F0 = Fs[0];
-    EXPECT_EQ(std::vector<FUNCTION_SETTINGS *>(mModule.mCommandSettings, mModule.mCommandSettings + 6),
-              (std::vector<FUNCTION_SETTINGS *>{F0, F0, F0, F0, Both ? Fs[1] : nullptr, nullptr}))
+    EXPECT_EQ(
+        std::vector<FUNCTION_SETTINGS *>(mModule.Run.mCommandSettings, mModule.Run.mCommandSettings + 6),
+        (std::vector<FUNCTION_SETTINGS *>{F0, F0, F0, F0, Both ? Fs[1] : nullptr, nullptr}))
         << Layout;
   }
 }
@@ -129,7 +135,7 @@ TEST_F(DispatchTest, LayoutOnePlansOnlyThePortsFirstFunction) {
 // Between the phase Instances no planner runs: nothing is appended and the phases stay where they
 // are.
 TEST_F(DispatchTest, PlannersRunOnlyAtTheirPhaseInstances) {
-  mModule.mFamily.QLogic8070 = TRUE;
+  mModule.Run.mFamily.QLogic8070 = TRUE;
   std::vector<FUNCTION_SETTINGS *> Fs = Port(0x1077, 0x8070, 0, 2);
   Fs[1]->DeviceId = 0x1644;
   const struct {
@@ -138,7 +144,8 @@ TEST_F(DispatchTest, PlannersRunOnlyAtTheirPhaseInstances) {
   } Steps[] = {{0, 5, 5, 255}, {1, 5, 5, 255}, {5, 10, 5, 10}, {6, 10, 5, 10}, {9, 10, 5, 10}};
   for (const auto &T : Steps) {
     Step(T.Instance, Fs[0]);
-    EXPECT_EQ((std::vector<UINTN>{mModule.mCommandCount, mModule.mPlanInstance, mModule.mPlanInstance2}),
+    EXPECT_EQ((std::vector<UINTN>{mModule.Run.mCommandCount, mModule.Run.mPlanInstance,
+                                  mModule.Run.mPlanInstance2}),
               (std::vector<UINTN>{T.Count, T.Phase2, T.Phase3}))
         << T.Instance;
   }

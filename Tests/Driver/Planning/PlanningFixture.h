@@ -72,9 +72,9 @@ public:
     BootServices.FreePool = FreePool;
     gBS = &BootServices;
     Ipmi.SendIpmiCommand = SendIpmiCommand;
-    mModule.mIpmiTransport = &Ipmi;
+    mModule.Reporting.mIpmiTransport = &Ipmi;
     // The policy has been read and forces nothing.
-    mModule.mPlatformPolicyRead = TRUE;
+    mModule.Tables.mPlatformPolicyRead = TRUE;
     SelectNaloEntries(0);
     S = NewRecord();
   }
@@ -102,7 +102,7 @@ public:
   }
   BOOLEAN Plan(UINT32 Code) { return PlanCommand(S, Code, &Count); }
   Codes Planned() const {
-    return Codes(mModule.CommandList, mModule.CommandList + std::min<UINTN>(Count, 255));
+    return Codes(mModule.Run.CommandList, mModule.Run.CommandList + std::min<UINTN>(Count, 255));
   }
   static void SetText(CHAR8 *Field, const char *Text) { std::strcpy(reinterpret_cast<char *>(Field), Text); }
   static std::string Text(const CHAR8 *Field) { return reinterpret_cast<const char *>(Field); }

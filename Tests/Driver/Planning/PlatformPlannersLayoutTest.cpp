@@ -1,6 +1,7 @@
 // The platform's configuration tables, what of the family planners the end-to-end runs do not
 // reach (the Emulex0720 port probe, the QLogic2261 firmware message, the QLogic1644 bandwidth
 // query) and the rewriting of the settings records for the alternative link layouts.
+#include "ModuleState.h"
 #include "PlanningFixture.h"
 
 namespace {
@@ -10,10 +11,10 @@ using NaloTablesTest = PlanningTest;
 // Fills the four tables with Byte, if one is given, and tells whether they hold only zeros.
 bool Tables(int Byte = -1) {
   bool Zero = true;
-  for (auto [Data, Size] : {std::pair<void *, size_t>{&mModule.mNaloHeader, 24},
-                            {&mModule.mNaloPortTable, 648},
-                            {mModule.mNaloAddressTable, 512},
-                            {mModule.mNaloBootTable, 3328}}) {
+  for (auto [Data, Size] : {std::pair<void *, size_t>{&mModule.Tables.mNaloHeader, 24},
+                            {&mModule.Tables.mNaloPortTable, 648},
+                            {mModule.Tables.mNaloAddressTable, 512},
+                            {mModule.Tables.mNaloBootTable, 3328}}) {
     if (Byte >= 0) {
       std::memset(Data, Byte, Size);
     }
@@ -33,21 +34,23 @@ TEST_F(NaloTablesTest, LoadQueryAndPolicy) {
   Tables(0x5A);
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_SUCCESS);
   EXPECT_EQ(P.PortCalls, (std::vector<std::array<UINT8, 3>>{{7, 2, 1}}));
-  EXPECT_EQ(mModule.mNaloHeader.PortTableValid, 1);
-  EXPECT_EQ(mModule.mNaloAddressTable[0].Enabled + mModule.mNaloBootTable[0].Enabled, 0); // stale bytes
+  EXPECT_EQ(mModule.Tables.mNaloHeader.PortTableValid, 1);
+  EXPECT_EQ(mModule.Tables.mNaloAddressTable[0].Enabled + mModule.Tables.mNaloBootTable[0].Enabled,
+            0); // stale bytes
   // A failed load leaves no half-written tables that the predicate would trust.
   P.PortAnswers[7].Status = EFI_DEVICE_ERROR;
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_DEVICE_ERROR);
   EXPECT_TRUE(Tables());
   P.NaloPresent = false;
-  mModule.mNaloConfig = nullptr;
+  mModule.Tables.mNaloConfig = nullptr;
   Tables(0x5A);
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_NOT_FOUND);
   EXPECT_TRUE(Tables());
   SelectNaloEntries(15); // the entries of a function stay inside the tables
-  EXPECT_EQ(mModule.mCurBootEntry, &mModule.mNaloBootTable[15]);
+  EXPECT_EQ(mModule.Tables.mCurBootEntry, &mModule.Tables.mNaloBootTable[15]);
   SelectNaloEntries(16);
-  EXPECT_TRUE(!mModule.mCurFunctionEntry && !mModule.mCurAddressEntry && !mModule.mCurBootEntry);
+  EXPECT_TRUE(!mModule.Tables.mCurFunctionEntry && !mModule.Tables.mCurAddressEntry &&
+              !mModule.Tables.mCurBootEntry);
   // Missing protocols are looked up again later; the policy switch is cached once read.
   Fresh();
   P.NaloPresent = false;
@@ -55,7 +58,7 @@ TEST_F(NaloTablesTest, LoadQueryAndPolicy) {
   EXPECT_FALSE(QueryDefaults(0));
   P.NaloPresent = true; // the platform driver arrives later in the boot
   EXPECT_TRUE(QueryDefaults(0));
-  mModule.mPlatformPolicyRead = FALSE;
+  mModule.Tables.mPlatformPolicyRead = FALSE;
   EXPECT_EQ(GetForceAdapterEnable(), 0);
   EXPECT_EQ(P.PolicyLocates, 1);
   P.PolicyPresent = true;
@@ -69,7 +72,7 @@ TEST_F(NaloTablesTest, LoadQueryAndPolicy) {
   EXPECT_EQ(P.PolicyCalls, 2);
   // The platform hears of a needed restart once per boot, as soon as its protocol is there.
   P.NaloPresent = false;
-  mModule.mNaloConfig = nullptr;
+  mModule.Tables.mNaloConfig = nullptr;
   NotifyRestartOnce();
   EXPECT_EQ(P.RestartNotes, 0);
   P.NaloPresent = true;
@@ -130,14 +133,14 @@ TEST_F(PlannerTest, Emulex0720ProbeStopsAtTheFirstPortThatAsksAndBoundsItsIndice
 TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
   PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
   // An Emulex0720 function at the wished function count ends the plan without settings
-  mModule.mFamily.Emulex0720 = TRUE;
-  mModule.mNaloHeader.PortTableValid = mModule.mNaloPortTable.DesiredPortEnable = 1;
-  mModule.mNaloPortTable.DesiredFunctionCount = 1;
+  mModule.Run.mFamily.Emulex0720 = TRUE;
+  mModule.Tables.mNaloHeader.PortTableValid = mModule.Tables.mNaloPortTable.DesiredPortEnable = 1;
+  mModule.Tables.mNaloPortTable.DesiredFunctionCount = 1;
   PlanEmulex0720(5, NewRecord(0x10DF, 0x0720, 0, 1), &State, &Count);
   EXPECT_EQ(Planned(), Codes{});
-  EXPECT_EQ(mModule.mPlanComplete, 1);
+  EXPECT_EQ(mModule.Run.mPlanComplete, 1);
   Fresh(); // a later function of a Mellanox1017 adapter reads no versions
-  mModule.mFamily.Mellanox1017 = TRUE;
+  mModule.Run.mFamily.Mellanox1017 = TRUE;
   PlanMellanox1017(0, NewRecord(0x15B3, 0x1017, 0, 1), &State, &Count);
   EXPECT_EQ(Planned(), Codes{SHOW_MAX_LINK_SPEED});
   // A partitioned second port shows the minimum bandwidth but on three boards of the 1077:8070.
@@ -145,8 +148,8 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
       {0x8070, 0x29, 0}, {0x8070, 0x61, 0}, {0x8070, 0x64, 0}, {0x8070, 0x62, 1}, {0x1644, 0x61, 1}};
   for (const auto &B : Boards) {
     Fresh();
-    mModule.mFamily.QLogic8070 = TRUE;
-    mModule.mCurrentUmc = 1;
+    mModule.Run.mFamily.QLogic8070 = TRUE;
+    mModule.Discovered.mCurrentUmc = 1;
     FUNCTION_SETTINGS *F = NewRecord(0x1077, B[0], 1, 0);
     F->SubsystemId = B[1];
     PlanQLogic8070(0, F, &State, &Count);
@@ -164,14 +167,14 @@ TEST_F(PlannerTest, DetailsTheEndToEndRunsLeaveOpen) {
       {1, "7", "7.0"}}; // wanted, version, shown
   for (const auto &[Wanted, Version, Shown] : Firmware) {
     Fresh();
-    mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = TRUE;
+    mModule.Run.mFamily.QLogic2031 = mModule.Run.mFamily.QLogic2261 = TRUE;
     FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x2261, 0, 0);
     SetText(F->FirmwareVersion[3], Version);
-    mModule.mNaloHeader.AddressTableValid = 1;
-    mModule.mNaloAddressTable[0].Enabled = Wanted;
+    mModule.Tables.mNaloHeader.AddressTableValid = 1;
+    mModule.Tables.mNaloAddressTable[0].Enabled = Wanted;
     State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
     PlanGeneral(0, F, &State, &Count);
-    State.PlanInstance = mModule.mPlanInstance;
+    State.PlanInstance = mModule.Run.mPlanInstance;
     PlanGeneral(1, F, &State, &Count); // phase 2 is empty: phase 3 follows at once
     EXPECT_EQ(Planned(), Codes{SHOW_PF_INFO});
     // PrintLib writes the newline as CR LF.
@@ -189,7 +192,7 @@ TEST_F(PlannerTest, Emulex0720LayoutSourceAndRestart) {
                                           {0xE868, 0, SHOW_LINK_CONFIG}, {0xE868, 1, SHOW_PF_INFO}};
   for (const auto &B : Boards) {
     Fresh();
-    mModule.mFamily.Emulex0720 = TRUE;
+    mModule.Run.mFamily.Emulex0720 = TRUE;
     FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, (UINT8)B[1], 0);
     F->SubsystemId = B[0];
     PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
@@ -199,8 +202,8 @@ TEST_F(PlannerTest, Emulex0720LayoutSourceAndRestart) {
   // The platform is asked for RoCE and SR-IOV wishes only in a layout whose functions are typed.
   for (UINT8 Layout : {0, 1, 2, 3, 4}) {
     Fresh();
-    mModule.mFamily.Emulex0720 = TRUE;
-    mModule.mNaloHeader.PortTableValid = 1;
+    mModule.Run.mFamily.Emulex0720 = TRUE;
+    mModule.Tables.mNaloHeader.PortTableValid = 1;
     FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 0);
     std::tie(F->LinkConfig, F->PortCount) = std::make_tuple(Layout, 1);
     PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
@@ -209,24 +212,25 @@ TEST_F(PlannerTest, Emulex0720LayoutSourceAndRestart) {
   }
   // A new link configuration ends the plan for a restart; the record is not marked planned.
   Fresh();
-  mModule.mFamily.Emulex0720 = TRUE;
+  mModule.Run.mFamily.Emulex0720 = TRUE;
   FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 0);
   F->SubsystemId = 0x11F9;
-  std::tie(mModule.mLinkConfig, mModule.mActiveLinkConfig) = std::make_tuple(1, 0);
+  std::tie(mModule.Discovered.mLinkConfig, mModule.Discovered.mActiveLinkConfig) = std::make_tuple(1, 0);
   PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
   PlanEmulex0720(5, F, &State, &Count);
   EXPECT_EQ(Planned(), Codes{SET_MODE});
-  EXPECT_EQ(mModule.mPlanComplete, 1);
+  EXPECT_EQ(mModule.Run.mPlanComplete, 1);
   EXPECT_EQ(F->ProgressFlags & 0x30, 0);
   // A later port whose layout stands goes on to its settings.
   Fresh();
-  mModule.mFamily.Emulex0720 = TRUE;
-  mModule.mNaloHeader.PortTableValid = mModule.mNaloPortTable.DesiredPortEnable = 1;
-  std::fill(mModule.mPfTypeTable + 1, mModule.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
-  mModule.mEmulexPfTypeSetIndex = 3; // left by the builder in the previous plan
+  mModule.Run.mFamily.Emulex0720 = TRUE;
+  mModule.Tables.mNaloHeader.PortTableValid = mModule.Tables.mNaloPortTable.DesiredPortEnable = 1;
+  std::fill(mModule.Discovered.mPfTypeTable + 1, mModule.Discovered.mPfTypeTable + 16,
+            (UINT32)PF_TYPE_DISABLED);
+  mModule.Builder.mEmulexPfTypeSetIndex = 3; // left by the builder in the previous plan
   PlanEmulex0720(5, NewRecord(0x10DF, 0x0720, 1, 0), &State, &Count);
   EXPECT_EQ(Planned(), (Codes{SET_PORT_EN, SET_PXE_VLAN}));
-  EXPECT_EQ(mModule.mEmulexPfTypeSetIndex, 0); // the builder walks the new type queue from its start
+  EXPECT_EQ(mModule.Builder.mEmulexPfTypeSetIndex, 0); // the builder walks the new type queue from its start
 }
 
 // The function-type table of the previous port must not leak into this one: the first function
@@ -244,34 +248,34 @@ TEST_F(PlannerTest, FirstFunctionOfAPortStartsTheFunctionTypeTableAfresh) {
   };
   for (const auto &C : Cases) {
     Fresh();
-    (C.QLogic ? mModule.mFamily.QLogic8070 : mModule.mFamily.Emulex0720) = TRUE;
+    (C.QLogic ? mModule.Run.mFamily.QLogic8070 : mModule.Run.mFamily.Emulex0720) = TRUE;
     FUNCTION_SETTINGS *F =
         C.QLogic ? NewRecord(0x1077, 0x8070, 1, C.PfIndex) : NewRecord(0x10DF, 0x0720, 0, C.PfIndex);
     F->LinkConfig = C.LinkConfig;
-    std::fill(std::begin(mModule.mPfTypeTable), std::end(mModule.mPfTypeTable), 0x5Au);
-    mModule.mPfTypeCount = 7;
-    mModule.mPxeVlanEnabled = 1;
+    std::fill(std::begin(mModule.Discovered.mPfTypeTable), std::end(mModule.Discovered.mPfTypeTable), 0x5Au);
+    mModule.Discovered.mPfTypeCount = 7;
+    mModule.Discovered.mPxeVlanEnabled = 1;
     PLAN_STATE State = {PLAN_INSTANCE_NONE, PLAN_INSTANCE_NONE, 0, 0, 0};
     (C.QLogic ? PlanQLogic8070 : PlanEmulex0720)(0, F, &State, &Count);
-    EXPECT_EQ(mModule.mPxeVlanEnabled, 1) << "nothing is written behind the table";
+    EXPECT_EQ(mModule.Discovered.mPxeVlanEnabled, 1) << "nothing is written behind the table";
     const std::string Case = std::string(C.QLogic ? "QLogic8070" : "Emulex0720") + " layout " +
                              std::to_string(C.LinkConfig) + " pf " + std::to_string(C.PfIndex);
-    EXPECT_EQ(mModule.mPfTypeTable[0], C.Reset ? (UINT32)PF_TYPE_NIC : 0x5Au) << Case;
+    EXPECT_EQ(mModule.Discovered.mPfTypeTable[0], C.Reset ? (UINT32)PF_TYPE_NIC : 0x5Au) << Case;
     for (int K = 1; K < PF_TYPE_TABLE_ENTRIES; K++) {
-      EXPECT_EQ(mModule.mPfTypeTable[K], C.RestReset ? (UINT32)PF_TYPE_DISABLED : 0x5Au)
+      EXPECT_EQ(mModule.Discovered.mPfTypeTable[K], C.RestReset ? (UINT32)PF_TYPE_DISABLED : 0x5Au)
           << Case << " entry " << K;
     }
-    EXPECT_EQ(mModule.mPfTypeCount, C.QLogic && C.Reset ? 0 : 7) << Case;
+    EXPECT_EQ(mModule.Discovered.mPfTypeCount, C.QLogic && C.Reset ? 0 : 7) << Case;
   }
   // A not partitioned QLogic8070 port counts its function-type replies from zero again once its
   // first function has planned its settings.
   for (UINT8 Pf : {0, 1}) {
     Fresh();
-    mModule.mFamily.QLogic8070 = TRUE;
-    mModule.mPfTypeCount = 7;
+    mModule.Run.mFamily.QLogic8070 = TRUE;
+    mModule.Discovered.mPfTypeCount = 7;
     PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
     PlanQLogic8070(5, NewRecord(0x1077, 0x8070, 1, Pf), &State, &Count);
-    EXPECT_EQ(mModule.mPfTypeCount, Pf == 0 ? 0 : 7) << int(Pf);
+    EXPECT_EQ(mModule.Discovered.mPfTypeCount, Pf == 0 ? 0 : 7) << int(Pf);
   }
 }
 
@@ -282,7 +286,7 @@ TEST_F(LinkLayoutTest, LaterControllersGetTheFirstFunctionsVersionsBoundedAlongT
   FUNCTION_SETTINGS *First = NewRecord(0x19A2, 0x0700, 0, 0);
   std::memset(First->FirmwareVersion[2], 'A', 31); // a full slot: 31 characters and NUL
   SetText(First->FirmwareVersion[3], "13.1.2");    // not copied
-  mModule.mFirstFunctionSettings = First;
+  mModule.Planner.mFirstFunctionSettings = First;
   // The walk ends after eight functions, at the function count and at the first gap.
   for (const auto &W : {std::array<int, 3>{3, 12, 3}, {12, 5, 5}, {12, 12, 8}}) { // count, gap, copied
     Fs[0]->FunctionCount = W[0];
@@ -293,7 +297,7 @@ TEST_F(LinkLayoutTest, LaterControllersGetTheFirstFunctionsVersionsBoundedAlongT
       EXPECT_EQ(Text(Fs[K]->FirmwareVersion[3]), "");
     }
   }
-  mModule.mFamily.EmulexE200 = TRUE; // the same for a later controller of an EmulexE200 adapter
+  mModule.Run.mFamily.EmulexE200 = TRUE; // the same for a later controller of an EmulexE200 adapter
   FUNCTION_SETTINGS *Second = NewRecord(0x10DF, 0xE200, 1, 0);
   AdjustLinkLayout(Second);
   EXPECT_EQ(Text(Second->FirmwareVersion[2]) + Text(Second->FirmwareVersion[3]), std::string(31, 'A'));
@@ -307,18 +311,18 @@ std::vector<FUNCTION_SETTINGS *> FourByFour(std::vector<FUNCTION_SETTINGS *> Fs)
     Fs[K]->PciAddress = (UINT16)(0x3A00 | K);
   }
   std::copy(Fs.begin(), Fs.begin() + 4, Fs[0]->Ports);
-  mModule.mLinkConfig = 3;
+  mModule.Discovered.mLinkConfig = 3;
   return Fs;
 }
 
 TEST_F(LinkLayoutTest, FourByTenGigabitSkipsRecordsWithoutAPlaceAndStaysInsideTheLists) {
   std::vector<FUNCTION_SETTINGS *> Fs = FourByFour(Port(0x10DF, 0x0720, 0, 16));
-  Fs[5]->PciAddress = 0x3A10; // function number 16: outside the layout's tables
-  Fs[0]->Ports[2] = nullptr;  // the platform gave no record for port 2
-  mModule.mLinkConfig = 2;    // nothing moves but in layout 3
+  Fs[5]->PciAddress = 0x3A10;         // function number 16: outside the layout's tables
+  Fs[0]->Ports[2] = nullptr;          // the platform gave no record for port 2
+  mModule.Discovered.mLinkConfig = 2; // nothing moves but in layout 3
   AdjustLinkLayout(Fs[0]);
   EXPECT_EQ(Fs[9]->PfIndex, 9);
-  mModule.mLinkConfig = 3;
+  mModule.Discovered.mLinkConfig = 3;
   AdjustLinkLayout(Fs[0]);
   for (UINT8 K : {2, 5, 6, 10, 14}) {
     EXPECT_EQ(Fs[K]->PfIndex + Fs[K]->MaxLinkSpeedCode, K) << int(K);

@@ -1,14 +1,15 @@
 // The planning predicate, code by code: when each SET code is planned and what it records, what a
 // missing or NULL wish prevents, and the bounds of the command list and of the 16-entry tables.
+#include "ModuleState.h"
 #include "PlanningFixture.h"
 #include "Planning/PredicateInternal.h"
 
 namespace {
 
-NALO_CONFIG_HEADER &Hdr = mModule.mNaloHeader;
-NALO_PORT_TABLE &Tbl = mModule.mNaloPortTable;
-NALO_BOOT_ENTRY &Boot0 = mModule.mNaloBootTable[0];
-NALO_ADDRESS_ENTRY &Addr0 = mModule.mNaloAddressTable[0];
+NALO_CONFIG_HEADER &Hdr = mModule.Tables.mNaloHeader;
+NALO_PORT_TABLE &Tbl = mModule.Tables.mNaloPortTable;
+NALO_BOOT_ENTRY &Boot0 = mModule.Tables.mNaloBootTable[0];
+NALO_ADDRESS_ENTRY &Addr0 = mModule.Tables.mNaloAddressTable[0];
 
 // A platform that wishes everything: all tables valid, function 0 with every entry and pointer
 // and SR-IOV, a partitioned port with a further NIC function. The single-port function reports
@@ -22,11 +23,11 @@ public:
     Tbl.DesiredPortEnable = Tbl.Function[1].Enabled = 1;
     Tbl.PortMode = Tbl.DesiredFunctionCount = 2;
     Tbl.Function[0] = {1, 0, 0, 0, {}, &MinShare, &MaxShare, &FunctionVlan, 1, {}};
-    mModule.mTargetUmc = mModule.mPxeVlanEnabled = 1;
-    mModule.mCurrentPersonality = PF_TYPE_FCOE;
+    mModule.Discovered.mTargetUmc = mModule.Discovered.mPxeVlanEnabled = 1;
+    mModule.Discovered.mCurrentPersonality = PF_TYPE_FCOE;
     std::memcpy(Mac, "\x00\x1B\x21\x0A\xFF\x3C", 6);
     Addr0 = {1, {}, Mac, ASTR(Wwnn), ASTR(Wwpn)};
-    mModule.mNaloAddressTable[1].Enabled = 1; // also what a read behind the 16th function entry finds
+    mModule.Tables.mNaloAddressTable[1].Enabled = 1; // also what a read behind the 16th function entry finds
     // Fields in the order of the platform's boot entry; the values the builders read are not needed.
     // clang-format off
     Boot0 = {1, {}, &BootVlan, 0, 0, 0, ASTR(Target1), ASTR(Lun1), ASTR(Target2), ASTR(Lun2), ASTR(Speed),
@@ -62,11 +63,11 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"AllZeroMac", {SET_PF_MAC}, [](T *X) { std::memset(X->Mac, 0, 6); }},
       {"NoAddressTable", {14, 17, 20}, [](T *) { Hdr.AddressTableValid = 0; }},
       {"NullAddresses", {14, 17, 20}, [](T *) { Addr0.Mac = nullptr, Addr0.Wwnn = Addr0.Wwpn = nullptr; }},
-      {"NoAddressEntry", {14, 17, 20}, [](T *) { mModule.mCurAddressEntry = nullptr; }},
+      {"NoAddressEntry", {14, 17, 20}, [](T *) { mModule.Tables.mCurAddressEntry = nullptr; }},
       {"NoBootTable", Boot, [](T *) { Hdr.BootTableValid = 0; }},
       {"NoBootTableNoName", {SET_ISCSI_INI_NAME}, [](T *) { Hdr.BootTableValid = 0; }},
       {"BootEntryDisabled", Boot, [](T *) { Boot0.Enabled = 0; }},
-      {"NoBootEntry", Boot, [](T *) { mModule.mCurBootEntry = nullptr; }},
+      {"NoBootEntry", Boot, [](T *) { mModule.Tables.mCurBootEntry = nullptr; }},
       {"NullBootFields",
        {27, 28, 31, 32, 33, 34, 36, 37, 38, 39, 41, 42, 43},
        [](T *) {
@@ -78,11 +79,11 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
       {"DhcpTarget", {36, 37, 38, 39}, [](T *X) { X->TargetOrigin = 2; }},
       {"ChapWithoutMutual", {43}, [](T *X) { X->AuthMethod = 1; }},
       {"UnknownAuthMethod", {41, 42, 43}, [](T *X) { X->AuthMethod = 3; }},
-      {"PxeVlanNotEnabled", {SHOW_PXE_VLANID}, [](T *) { mModule.mPxeVlanEnabled = 0; }},
+      {"PxeVlanNotEnabled", {SHOW_PXE_VLANID}, [](T *) { mModule.Discovered.mPxeVlanEnabled = 0; }},
       {"Fcoe", {21, 53}, [](T *X) { X->S->PfType = PF_TYPE_FCOE; }},
       {"PortDisabled", {21, 22, 23, 53}, [](T *) { Tbl.DesiredPortEnable = 0; }},
       {"NoPortTable", {4, 6, 21, 22, 23, 48, 53}, [](T *) { Hdr.PortTableValid = 0; }},
-      {"NoFunctionEntry", {21, 22, 23}, [](T *) { mModule.mCurFunctionEntry = nullptr; }},
+      {"NoFunctionEntry", {21, 22, 23}, [](T *) { mModule.Tables.mCurFunctionEntry = nullptr; }},
       {"NoFunctionVlan", {21}, [](T *) { Tbl.Function[0].FunctionVlanId = nullptr; }},
       {"NoBootVlan", {21}, [](T *) { Tbl.PortMode = 0, Boot0.BootVlanId = 0; }},
       {"NoBootVlanKeepsReported",
@@ -90,18 +91,18 @@ TEST_F(PredicateTest, EachMissingWishPreventsItsCodesAndWritesNothing) {
        [](T *X) { Tbl.PortMode = 0, Boot0.BootVlanId = 0, X->S->VlanId = 50; }},
       {"Config25", {22, 23}, [](T *) { Hdr.ConfigType = 2, Hdr.ConfigSubtype = 5; }},
       {"NotPartitioned", {22, 23}, [](T *) { Tbl.PortMode = 0; }},
-      {"UmcNotWanted", {22, 23}, [](T *) { mModule.mTargetUmc = 0; }},
+      {"UmcNotWanted", {22, 23}, [](T *) { mModule.Discovered.mTargetUmc = 0; }},
       {"NoShares", {22, 23}, [](T *) { Tbl.Function[0] = {1, 0, 0, 0, {}, 0, 0, 0, 0, {}}; }},
       {"FurtherFunctionFc", {48}, [](T *) { EnableFunction(1, PF_TYPE_FC); }},
       {"NicBehindTheTable", {48}, [](T *) { Tbl.Function[1].Enabled = 0, Tbl.DesiredFunctionCount = 200; }},
-      {"RoceMode", {48}, [](T *) { mModule.mRoceMode = 1; }},
-      {"SriovRequested", {48}, [](T *) { mModule.mSriovRequested = 1; }},
-      {"SamePersonality", {6}, [](T *) { mModule.mCurrentPersonality = PF_TYPE_NIC; }},
+      {"RoceMode", {48}, [](T *) { mModule.Planner.mRoceMode = 1; }},
+      {"SriovRequested", {48}, [](T *) { mModule.Planner.mSriovRequested = 1; }},
+      {"SamePersonality", {6}, [](T *) { mModule.Discovered.mCurrentPersonality = PF_TYPE_NIC; }},
       {"SameFcoePersonality", {6}, [](T *) { Tbl.Function[1].FunctionType = PF_TYPE_FCOE; }},
       {"OneFunctionWished", {6}, [](T *) { Tbl.DesiredFunctionCount = 1; }},
       {"NoCountWish", {4, 6}, [](T *) { Tbl.DesiredFunctionCount = 0; }},
       {"FiveFunctionsWished", {4}, [](T *) { Tbl.DesiredFunctionCount = 5; }},
-      {"UntypedLayout", {4, 6, 47, 48}, [](T *) { mModule.mActiveLinkConfig = 1; }},
+      {"UntypedLayout", {4, 6, 47, 48}, [](T *) { mModule.Discovered.mActiveLinkConfig = 1; }},
   };
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
@@ -143,7 +144,7 @@ TEST_F(PredicateTest, EnableDecisions) {
     Hdr.PortTableValid = Hdr.BootTableValid = C.TableValid;
     Tbl.DesiredPortEnable = Boot0.Enabled = C.Wish;
     S->PortEnable = S->PortEnableToApply = S->BootEnable = S->BootEnableToApply = C.Reported;
-    std::tie(mModule.mFamily.Emulex0700, P.Defaults[0], mModule.mForceAdapterEnable, S->IscsiWord,
+    std::tie(mModule.Run.mFamily.Emulex0700, P.Defaults[0], mModule.Tables.mForceAdapterEnable, S->IscsiWord,
              S->PfType) = std::tie(C.Emulex0700, C.PortDefaults, C.Force, C.IscsiWord, C.PfType);
     EXPECT_EQ(Plan(C.Code), C.Append ? TRUE : FALSE);
     EXPECT_EQ(Planned(), C.Append ? Codes{(INT32)C.Code} : Codes{});
@@ -158,7 +159,7 @@ TEST_F(PredicateTest, EnableDecisions) {
   Fresh();
   SetDevice(0x1077, 0x1656);
   SelectNaloEntries(3); // the function's own entry is disabled
-  FUNCTION_SETTINGS **Settings = mModule.mCommandSettings;
+  FUNCTION_SETTINGS **Settings = mModule.Run.mCommandSettings;
   for (UINTN Index = 0; Index < 9; Index++) {
     Settings[Index] = Index == 2 ? nullptr : NewRecord();
   }
@@ -197,9 +198,10 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   EXPECT_EQ(Planned(), (Codes{SET_ADDR_DEFAULTS, SET_DEFAULT_WWNN, SET_DEFAULT_WWPN}));
   // Port defaults on the QLogic2261 sub-family follow the same wish; other families have none.
   EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
-  mModule.mFamily.QLogic2261 = TRUE;
+  mModule.Run.mFamily.QLogic2261 = TRUE;
   EXPECT_TRUE(Plan(SET_PORT_DEFAULTS));
-  mModule.mFamily.QLogic2261 = FALSE, mModule.mFamily.QLogic8070 = TRUE; // its MAC is the permanent one
+  mModule.Run.mFamily.QLogic2261 = FALSE,
+  mModule.Run.mFamily.QLogic8070 = TRUE; // its MAC is the permanent one
   EXPECT_FALSE(Plan(SET_PORT_DEFAULTS));
   EXPECT_FALSE(RestoreMacFromPermanent(nullptr));
   // A different MAC returns to the permanent one: twelve digits and the first seven bytes.
@@ -217,9 +219,9 @@ TEST_F(PredicateTest, AddressDefaultsAreDecidedOncePerPort) {
   Fresh(); // no protocol
   P.NaloPresent = false;
   for (UINT32 Code : {SET_ADDR_DEFAULTS, SET_DEFAULT_WWNN, SET_PORT_DEFAULTS}) {
-    mModule.mConfigStatus = EFI_SUCCESS;
+    mModule.Discovered.mConfigStatus = EFI_SUCCESS;
     EXPECT_FALSE(Plan(Code));
-    EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND);
+    EXPECT_EQ(mModule.Discovered.mConfigStatus, EFI_NOT_FOUND);
   }
 }
 
@@ -319,7 +321,8 @@ TEST_F(PredicateTest, VlanDecisions) {
     Fresh();
     std::tie(S->PfType, Hdr.ConfigType, Hdr.ConfigSubtype, Tbl.PortMode, FunctionVlan, BootVlan, S->VlanId) =
         std::tie(C.PfType, C.ConfigType, C.ConfigSubtype, C.PortMode, C.FunctionVlan, C.BootVlan, C.Reported);
-    std::tie(mModule.mFamily.Emulex0700, mModule.mFamily.QLogic8070) = std::tie(C.Emulex0700, C.QLogic8070);
+    std::tie(mModule.Run.mFamily.Emulex0700, mModule.Run.mFamily.QLogic8070) =
+        std::tie(C.Emulex0700, C.QLogic8070);
     EXPECT_EQ(Plan(C.Code), C.Expected.empty() ? FALSE : TRUE);
     EXPECT_EQ(Planned(), C.Expected);
     EXPECT_EQ(S->VlanId, C.Record);
@@ -338,58 +341,58 @@ TEST_F(PredicateTest, UnknownCodesAppendNothingAndAppendsKeepRoomForExitAndEnd) 
   Count = COMMAND_LIST_ENTRIES + 10;
   EXPECT_FALSE(AppendCommand(SET_UMC, &Count));
   EXPECT_FALSE(AppendCommand(SET_UMC, nullptr));
-  mModule.mConfigStatus = EFI_SUCCESS;
+  mModule.Discovered.mConfigStatus = EFI_SUCCESS;
   EXPECT_FALSE(PlanCommand(nullptr, SET_PORT_EN, &Count));
-  EXPECT_EQ(mModule.mConfigStatus, EFI_INVALID_PARAMETER);
+  EXPECT_EQ(mModule.Discovered.mConfigStatus, EFI_INVALID_PARAMETER);
   // Pairs and queues: what takes the last place is planned, the rest is neither appended nor recorded.
   Fresh();
   Tbl.PortMode = 0;
   Count = PLAN_LAST_APPEND_INDEX;
   EXPECT_TRUE(Plan(SET_PXE_VLANID));
-  EXPECT_EQ(mModule.CommandList[252], SET_PXE_VLAN);
+  EXPECT_EQ(mModule.Run.CommandList[252], SET_PXE_VLAN);
   EXPECT_EQ(S->VlanId, 0);
-  mModule.mActiveLinkConfig = 2;
+  mModule.Discovered.mActiveLinkConfig = 2;
   Tbl.DesiredFunctionCount = 0;
   Count = 250;
   Plan(SET_PF2_TYPE);
   EXPECT_EQ(Count, 253u);
-  EXPECT_EQ(mModule.mPfTypePfNumber[2], 3u);
-  EXPECT_EQ(mModule.mPfTypeTable[3], 0u);
-  EXPECT_EQ(mModule.CommandList[253], 0);
-  EXPECT_EQ(mModule.CommandList[254], 0);
+  EXPECT_EQ(mModule.Builder.mPfTypePfNumber[2], 3u);
+  EXPECT_EQ(mModule.Discovered.mPfTypeTable[3], 0u);
+  EXPECT_EQ(mModule.Run.CommandList[253], 0);
+  EXPECT_EQ(mModule.Run.CommandList[254], 0);
   // A family planner that appends directly stops at the same place.
   Fresh();
-  mModule.mFamily.EmulexE200 = TRUE;
+  mModule.Run.mFamily.EmulexE200 = TRUE;
   FUNCTION_SETTINGS *F = Port(0x10DF, 0xE200, 1, 1)[0];
   PLAN_STATE State = {248, PLAN_INSTANCE_NONE, 0, 0, 0};
   Count = 248;
   PlanGeneral(248, F, &State, &Count);
-  EXPECT_EQ(Count, (UINTN)COMMAND_LIST_ENTRIES - 2);          // two entries stay free for EXIT and END
-  EXPECT_EQ(mModule.CommandList[252], SHOW_PF_VOLATILE_WWNN); // the fifth of the twelve shows
-  EXPECT_EQ(mModule.CommandList[253], END);
-  EXPECT_EQ(mModule.mPlanInstance2, (UINT8)Count);
+  EXPECT_EQ(Count, (UINTN)COMMAND_LIST_ENTRIES - 2);              // two entries stay free for EXIT and END
+  EXPECT_EQ(mModule.Run.CommandList[252], SHOW_PF_VOLATILE_WWNN); // the fifth of the twelve shows
+  EXPECT_EQ(mModule.Run.CommandList[253], END);
+  EXPECT_EQ(mModule.Run.mPlanInstance2, (UINT8)Count);
   // Unknown codes: nothing, and EFI_NOT_FOUND.
   Fresh();
   SetDevice(0x10DF, 0xE200);
   for (UINT32 Code : {0u, 1u, 2u, 5u, 7u, 9u, 12u, 44u, 46u, 52u, 54u, 65u, 67u, 70u, 71u, 255u, 4096u}) {
-    mModule.mConfigStatus = EFI_SUCCESS;
+    mModule.Discovered.mConfigStatus = EFI_SUCCESS;
     EXPECT_FALSE(Plan(Code)) << Code;
-    EXPECT_EQ(mModule.mConfigStatus, EFI_NOT_FOUND) << Code;
+    EXPECT_EQ(mModule.Discovered.mConfigStatus, EFI_NOT_FOUND) << Code;
   }
   EXPECT_EQ(Count, 0u);
 }
 
 TEST_F(PredicateTest, LayoutFunctionCountTypesAndPartitioning) {
-  mModule.mLinkConfig = mModule.mActiveLinkConfig = 1;
+  mModule.Discovered.mLinkConfig = mModule.Discovered.mActiveLinkConfig = 1;
   EXPECT_FALSE(Plan(SET_MODE));
-  mModule.mLinkConfig = 0;
+  mModule.Discovered.mLinkConfig = 0;
   EXPECT_TRUE(Plan(SET_MODE));
   const UINT8 Cases[][4] = {
       {3, 1, 1, 2}, {3, 2, 0, 9}, {4, 2, 1, 4}, {1, 2, 1, 1}}; // wish, current, append, record
   for (const auto &C : Cases) {
     Fresh();
     Tbl.DesiredFunctionCount = C[0];
-    mModule.mCurrentPfCount = C[1];
+    mModule.Discovered.mCurrentPfCount = C[1];
     S->FunctionCount = 9;
     EXPECT_EQ(Plan(SET_PFCOUNT), C[2]) << int(C[0]) << int(C[1]);
     EXPECT_EQ(S->FunctionCount, C[3]);
@@ -397,33 +400,33 @@ TEST_F(PredicateTest, LayoutFunctionCountTypesAndPartitioning) {
   // Function types: the loop length follows the layout.
   for (const auto &L : {std::array<UINT32, 2>{2, 16}, {3, 4}, {0, 8}}) { // layout, functions examined
     Fresh();
-    mModule.mActiveLinkConfig = L[0];
+    mModule.Discovered.mActiveLinkConfig = L[0];
     Tbl.DesiredFunctionCount = 0; // nothing wished: every examined NIC is disabled
     Plan(SET_PF2_TYPE);
     EXPECT_EQ(Count, L[1] - 1) << L[0];
     for (UINTN K = 0; K + 1 < L[1]; K++) {
-      EXPECT_EQ(mModule.mPfTypePfNumber[K], K + 1);
-      EXPECT_EQ(mModule.mPfTypeTable[K], (UINT32)PF_TYPE_DISABLED);
+      EXPECT_EQ(mModule.Builder.mPfTypePfNumber[K], K + 1);
+      EXPECT_EQ(mModule.Discovered.mPfTypeTable[K], (UINT32)PF_TYPE_DISABLED);
     }
   }
   // A further NIC exists only on a partitioned port.
   Fresh();
-  mModule.mTargetUmc = 0;
+  mModule.Discovered.mTargetUmc = 0;
   Plan(SET_PF2_TYPE);
-  EXPECT_EQ(std::make_pair(mModule.mPfTypePfNumber[0], mModule.mPfTypeTable[0]),
+  EXPECT_EQ(std::make_pair(mModule.Builder.mPfTypePfNumber[0], mModule.Discovered.mPfTypeTable[0]),
             std::make_pair(UINT64{1}, UINT32{7}));
   // A RoCE type left over from an earlier profile is noticed, and the functions that partitioning
   // brings into existence are typed even when they read disabled.
   Fresh();
-  std::fill(mModule.mPfTypeTable, mModule.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
-  mModule.mPfTypeTable[0] = PF_TYPE_ROCE;
+  std::fill(mModule.Discovered.mPfTypeTable, mModule.Discovered.mPfTypeTable + 16, (UINT32)PF_TYPE_DISABLED);
+  mModule.Discovered.mPfTypeTable[0] = PF_TYPE_ROCE;
   EnableFunction(2, PF_TYPE_DISABLED);
   Plan(SET_PF2_TYPE);
-  EXPECT_EQ(mModule.mRoceTypeFound, 1);
+  EXPECT_EQ(mModule.Planner.mRoceTypeFound, 1);
   EXPECT_EQ(Count, 8u); // functions 0 to 7 in order
-  EXPECT_EQ(std::vector<UINT32>(mModule.mPfTypeTable, mModule.mPfTypeTable + 3),
+  EXPECT_EQ(std::vector<UINT32>(mModule.Discovered.mPfTypeTable, mModule.Discovered.mPfTypeTable + 3),
             (std::vector<UINT32>{0, 0, 7}));
-  EXPECT_EQ(mModule.mPfTypePfNumber[7], 7u);
+  EXPECT_EQ(mModule.Builder.mPfTypePfNumber[7], 7u);
   // Partitioning for a further NIC function.
   for (UINT32 PfType : {PF_TYPE_NIC, PF_TYPE_FC}) {
     Fresh();
@@ -485,16 +488,17 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
     SCOPED_TRACE(C.Name);
     Fresh();
     SetDevice(C.Vendor, C.Device);
-    mModule.mFamily.QLogic8070 = C.Vendor == 0x1077;
+    mModule.Run.mFamily.QLogic8070 = C.Vendor == 0x1077;
     Tbl.Function[0].SriovEnable = 0;
     if (C.Wished < 16) {
       Tbl.Function[C.Wished].SriovEnable = 1;
     }
-    std::tie(Tbl.DesiredFunctionCount, S->SriovEnabled, mModule.mCurrentPfCount,
-             mModule.mCurrentPersonality) = std::tie(C.WishCount, C.Current, C.PfCount, C.Personality);
-    std::tie(mModule.mCurrentUmc, mModule.mTargetUmc, mModule.mRoceMode, mModule.mRoceTypeFound) =
-        std::tie(C.CurrentUmc, C.TargetUmc, C.Roce, C.RoceFound);
-    mModule.mActiveLinkConfig = C.Layout;
+    std::tie(Tbl.DesiredFunctionCount, S->SriovEnabled, mModule.Discovered.mCurrentPfCount,
+             mModule.Discovered.mCurrentPersonality) =
+        std::tie(C.WishCount, C.Current, C.PfCount, C.Personality);
+    std::tie(mModule.Discovered.mCurrentUmc, mModule.Discovered.mTargetUmc, mModule.Planner.mRoceMode,
+             mModule.Planner.mRoceTypeFound) = std::tie(C.CurrentUmc, C.TargetUmc, C.Roce, C.RoceFound);
+    mModule.Discovered.mActiveLinkConfig = C.Layout;
     S->PfIndex = C.First ? 0 : 1;
     EXPECT_EQ(Plan(SET_SRIOV_FOR_CONTROLLER), C.Code != 0 ? TRUE : FALSE);
     EXPECT_EQ(Planned(), C.Code != 0 ? Codes{C.Code} : Codes{});
@@ -503,13 +507,13 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   // Without valid SR-IOV wishes a per-function device keeps what it reports.
   Fresh();
   SetDevice(0x10DF, 0x0722);
-  Hdr.SriovValid = mModule.mTargetUmc = 0;
+  Hdr.SriovValid = mModule.Discovered.mTargetUmc = 0;
   EXPECT_FALSE(Plan(SET_SRIOV_FOR_PF));
   // A wish in a layout that cannot carry SR-IOV is reported once, on the port's first function.
   Fresh();
   S->PciAddress = 0x3A01;
   for (int Step = 0; Step < 3; Step++) {
-    mModule.mActiveLinkConfig = Step == 2 ? 0 : 1;
+    mModule.Discovered.mActiveLinkConfig = Step == 2 ? 0 : 1;
     S->PfIndex = Step != 1 ? 0 : 1;
     EXPECT_FALSE(Plan(SET_SRIOV_FOR_CONTROLLER));
     EXPECT_EQ(P.Reports.size(), 1u) << Step; // at once, in the layout that cannot carry it
@@ -520,7 +524,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   // A QLogic8070 works in the layout its record gives.
   for (UINT8 Layout : {0, 1}) {
     Fresh();
-    mModule.mFamily.QLogic8070 = TRUE;
+    mModule.Run.mFamily.QLogic8070 = TRUE;
     FUNCTION_SETTINGS *F = NewRecord(0x1077, 0x8070, 0, 0);
     F->LinkConfig = Layout;
     PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
@@ -530,7 +534,7 @@ TEST_F(PredicateTest, SriovDecisionsByKindOfDevice) {
   // A multi-port adapter with controller-wide SR-IOV decides on a later port, for every port.
   Fresh();
   SetDevice(0x15B3, 0x1013);
-  mModule.mFamily.Mellanox1013 = TRUE;
+  mModule.Run.mFamily.Mellanox1013 = TRUE;
   FUNCTION_SETTINGS *SecondPort = NewRecord(0x15B3, 0x1015, 1, 0);
   for (FUNCTION_SETTINGS *F : {S, SecondPort}) {
     F->PortCount = 2;
@@ -598,11 +602,11 @@ TEST_F(PredicateTest, GeneralPlannerSettingsByFamilyAndType) {
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
     Fresh();
-    ADAPTER_FAMILY &F = mModule.mFamily;
+    ADAPTER_FAMILY &F = mModule.Run.mFamily;
     std::tie(F.Intel, F.EmulexE200, F.Emulex0700, F.Emulex0710) =
         std::make_tuple(C.Family == Intel, C.Family == E200, C.Family == Oc0700, C.Family == Oc0710);
     F.QLogic2031 = F.QLogic2261 = C.Family >= Q2261;
-    mModule.mFcIovSupported = C.Family == Q2261;
+    mModule.Discovered.mFcIovSupported = C.Family == Q2261;
     SetDevice(Ids[C.Family][0], Ids[C.Family][1]);
     S->PfType = C.PfType;
     S->PlatformFlags = C.Flag6 ? PLATFORM_FLAG_6 : 0;
@@ -613,7 +617,7 @@ TEST_F(PredicateTest, GeneralPlannerSettingsByFamilyAndType) {
     PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
     PlanGeneral(5, S, &State, &Count);
     EXPECT_EQ(Planned(), C.Expected);
-    EXPECT_EQ(mModule.mPlanComplete, 1);
+    EXPECT_EQ(mModule.Run.mPlanComplete, 1);
     EXPECT_EQ(S->ProgressFlags & 0x30, PROGRESS_FLAG_PLAN_DONE1 | PROGRESS_FLAG_PLAN_DONE2);
   }
 }
@@ -638,8 +642,8 @@ TEST_F(PredicateTest, Emulex0720SettingsOfALaterFunctionByType) {
   for (const auto &C : Cases) {
     SCOPED_TRACE(testing::Message() << "type " << int(C.PfType) << " umc " << int(C.TargetUmc));
     Fresh();
-    mModule.mFamily.Emulex0720 = TRUE;
-    mModule.mTargetUmc = C.TargetUmc;
+    mModule.Run.mFamily.Emulex0720 = TRUE;
+    mModule.Discovered.mTargetUmc = C.TargetUmc;
     FUNCTION_SETTINGS *F = NewRecord(0x10DF, 0x0720, 0, 1);
     F->PfType = C.PfType;
     PLAN_STATE State = {PLAN_INSTANCE_NONE, 5, 0, 0, 0};
@@ -668,21 +672,21 @@ TEST_F(PredicateTest, EmulexOneConnectRestartCheck) {
   for (const auto &C : Cases) {
     SCOPED_TRACE(C.Name);
     Fresh();
-    (C.Is0710 ? mModule.mFamily.Emulex0710 : mModule.mFamily.Emulex0700) = TRUE;
+    (C.Is0710 ? mModule.Run.mFamily.Emulex0710 : mModule.Run.mFamily.Emulex0700) = TRUE;
     FUNCTION_SETTINGS *F = NewRecord(0x19A2, C.Is0710 ? 0x0710 : 0x0700, C.Port, 0);
     Tbl.DesiredFunctionCount = C.WishCount;
-    std::tie(mModule.mCurrentPfCount, mModule.mCurrentPersonality) =
+    std::tie(mModule.Discovered.mCurrentPfCount, mModule.Discovered.mCurrentPersonality) =
         std::make_tuple(C.CurrentCount, C.Personality);
     PLAN_STATE State = {5, PLAN_INSTANCE_NONE, 0, 0, 0};
     PlanGeneral(5, F, &State, &Count);
     EXPECT_EQ(Planned(), C.Expected);
     const bool Stopped = C.Port == 0;
-    EXPECT_EQ(mModule.mPlanStopped, Stopped ? 1 : 0);
-    EXPECT_EQ(mModule.mPlanInstance2, Stopped ? Count : PLAN_INSTANCE_NONE);
+    EXPECT_EQ(mModule.Run.mPlanStopped, Stopped ? 1 : 0);
+    EXPECT_EQ(mModule.Run.mPlanInstance2, Stopped ? Count : PLAN_INSTANCE_NONE);
   }
   // With the IOV firmware a QLogic2261 returns to its defaults before it reads its settings.
   Fresh();
-  mModule.mFamily.QLogic2031 = mModule.mFamily.QLogic2261 = mModule.mFcIovSupported = TRUE;
+  mModule.Run.mFamily.QLogic2031 = mModule.Run.mFamily.QLogic2261 = mModule.Discovered.mFcIovSupported = TRUE;
   SetDevice(0x1077, 0x2261);
   Addr0.Enabled = 0;
   PLAN_STATE State = {5, PLAN_INSTANCE_NONE, 0, 0, 0};

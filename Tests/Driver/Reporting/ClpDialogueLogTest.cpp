@@ -1,4 +1,5 @@
 // The CLP dialogue log: one message's layout, and the bytes of a whole dialogue cut into messages.
+#include "ModuleState.h"
 #include "Driver/Reporting/ReportingTest.h"
 
 namespace {
@@ -71,7 +72,7 @@ TEST_F(ClpDialogueLog, WholeDialogueOfAKnownRecord) {
     EXPECT_EQ(Sent[Index].NetFn, 0x2E);
     EXPECT_EQ(Sent[Index].Command, 0xF5);
   }
-  EXPECT_EQ(std::string((const char *)mModule.mClpLogHeader), Header);
+  EXPECT_EQ(std::string((const char *)mModule.Reporting.mClpLogHeader), Header);
 }
 
 // A text goes out in 61-character pieces, the last one with the remainder, and at most 68 of them.

@@ -1,4 +1,5 @@
 // The IPMI transport: retry rule, request copy, capacity handling and the protocol lookup.
+#include "ModuleState.h"
 #include "Driver/Reporting/ReportingTest.h"
 
 namespace {
@@ -25,7 +26,7 @@ TEST_P(IpmiRetryTest, SendsIdenticalRequestsUntilTheCodeIsFinal) {
     Fw().ScriptIpmiCompletionCodes({Answer.CompletionCode});
     Fw().ScriptIpmiResponse({0xE0}); // a one-byte answer shrinks the caller's size every time
   }
-  mModule.mIpmiTransport = Fw().IpmiProtocol();
+  mModule.Reporting.mIpmiTransport = Fw().IpmiProtocol();
 
   UINT8 Request[] = {0x11, 0x22, 0x33, 0x44};
   UINT8 Response[8] = {};
@@ -83,7 +84,7 @@ TEST_P(IpmiSendTest, ChecksArgumentsAndLooksTheTransportUp) {
   if (Case.Setup == Platform::NoBootServices) {
     Table.BootServices = nullptr;
   }
-  std::memset(mModule.mIpmiRequestCopy, 0xEE, sizeof(mModule.mIpmiRequestCopy));
+  std::memset(mModule.Reporting.mIpmiRequestCopy, 0xEE, sizeof(mModule.Reporting.mIpmiRequestCopy));
   std::vector<UINT8> Request = Case.Request;
   UINT8 Response[3] = {};
   UINT8 ResponseSize = sizeof(Response);
@@ -99,9 +100,9 @@ TEST_P(IpmiSendTest, ChecksArgumentsAndLooksTheTransportUp) {
   ASSERT_EQ(Requests().size(), 1u);
   EXPECT_EQ(Requests()[0].Data, Case.Request);
   EXPECT_EQ(CompletionCode, 0x00);
-  EXPECT_EQ(mModule.mIpmiTransport, Fw().IpmiProtocol());
-  for (size_t Index = Case.Request.size(); Index < sizeof(mModule.mIpmiRequestCopy); Index++) {
-    ASSERT_EQ(mModule.mIpmiRequestCopy[Index], 0) << Index;
+  EXPECT_EQ(mModule.Reporting.mIpmiTransport, Fw().IpmiProtocol());
+  for (size_t Index = Case.Request.size(); Index < sizeof(mModule.Reporting.mIpmiRequestCopy); Index++) {
+    ASSERT_EQ(mModule.Reporting.mIpmiRequestCopy[Index], 0) << Index;
   }
 }
 
@@ -125,7 +126,7 @@ TEST_F(IpmiTransport, RepeatedAttemptsLeaveATraceAtInfoLevel) {
     ~InfoLevel() { HostSetDebugPrintErrorLevel(DEBUG_PRINT_ERROR_LEVEL); }
   } Level;
   ScriptAttempts(2, EFI_DEVICE_ERROR, 0xC0);
-  mModule.mIpmiTransport = Fw().IpmiProtocol();
+  mModule.Reporting.mIpmiTransport = Fw().IpmiProtocol();
   UINT8 Request[] = {0x11, 0x02};
   UINT8 ResponseSize = 0;
   hxIpmiSendCommandCc(nullptr, 0x2E, 5, 0xF5, Request, sizeof(Request), nullptr, &ResponseSize, nullptr);
