@@ -419,7 +419,7 @@ enum CLP_UNKNOWN_RULE : UINT8 {
 
 VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode);
 
-// A resolved value (ClpValues.cpp): a number, or bytes/text (NULL when the platform supplied none).
+// A resolved value (BuilderCommon.cpp): a number, or bytes/text (NULL when the platform supplied none).
 struct CLP_VALUE {
   UINT64 Number;
   const UINT8 *Bytes;

@@ -7,27 +7,6 @@
 #include "Library/BaseLib.h"
 #include "Strings/Vocabulary.h"
 
-BOOLEAN AppendCommand(UINT32 Code, UINTN *Count) {
-  if (Count == nullptr || *Count > PLAN_LAST_APPEND_INDEX) {
-    return FALSE;
-  }
-  mModule.Run.CommandList[*Count] = (INT32)Code;
-  (*Count)++;
-  return TRUE;
-}
-
-BOOLEAN PlanTextDiffers(const CHAR8 *First, const CHAR8 *Second, UINTN Bound) {
-  for (UINTN Index = 0; Index < Bound; Index++) {
-    if (First[Index] != Second[Index]) {
-      return TRUE;
-    }
-    if (First[Index] == 0) {
-      return FALSE;
-    }
-  }
-  return FALSE;
-}
-
 // Codes the predicate knows; everything else is refused with EFI_NOT_FOUND. A switch rather than a
 // table of decision routines: the code is dense, so the compiler makes it one jump through a
 // position-independent table, and the image carries no load-time relocation for it.
