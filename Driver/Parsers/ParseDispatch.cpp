@@ -6,6 +6,7 @@
 // ReplyScan.h for the contract); a reply of any length is searched to its end.
 #include "ModuleState.h"
 #include "Parsers/DiscoveredState.h"
+#include "Planning/PlanObserver.h"
 #include "Managed/AdapterFamilies.h"
 #include "Parsers/PfInfoParsers.h"
 #include "Parsers/QLogic8070Parsers.h"
@@ -452,6 +453,7 @@ EFI_STATUS ParseClpReply(FUNCTION_SETTINGS *Settings, UINTN *Instance, CHAR8 *Re
   if (Settings == nullptr) {
     return mModule.Discovered.mConfigStatus;
   }
+  PLAN_OBSERVE(PlanObserveReply, CommandCode, Settings, 0, FALSE);
 
   // An empty reply (a failed command's, say) is read like any other: its keywords are absent,
   // which for several steps is a result. A missing string with a length is nothing that can be

@@ -1,6 +1,7 @@
 // Appending to the command list, and the text comparison the decisions share: the layer under
 // both the planners and the decision routines of the predicate.
 #include "ModuleState.h"
+#include "Planning/PlanObserver.h"
 #include "Planning/PredicateInternal.h"
 
 BOOLEAN AppendCommand(UINT32 Code, UINTN *Count) {
@@ -8,6 +9,7 @@ BOOLEAN AppendCommand(UINT32 Code, UINTN *Count) {
     return FALSE;
   }
   mModule.Run.CommandList[*Count] = (INT32)Code;
+  PLAN_OBSERVE(PlanObserveAppend, Code, nullptr, *Count, TRUE);
   (*Count)++;
   return TRUE;
 }

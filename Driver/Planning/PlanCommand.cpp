@@ -3,6 +3,7 @@
 // PlanCommand only routes; the decisions live in small routines grouped by subject
 // (PlanEnables, PlanAddresses, PlanBootTargets, PlanVlanBandwidth, PlanLayout).
 #include "ModuleState.h"
+#include "Planning/PlanObserver.h"
 #include "Planning/PredicateInternal.h"
 #include "Library/BaseLib.h"
 #include "Strings/Vocabulary.h"
@@ -17,6 +18,7 @@ BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   }
 
   const UINTN Before = *Count;
+  PLAN_OBSERVE(PlanObserveDecisionStart, Code, Settings, Before, FALSE);
   switch (Code) {
   case SET_MODE:
     PlanMode(Settings, Code, Count);
@@ -97,5 +99,6 @@ BOOLEAN PlanCommand(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
     mModule.Discovered.mConfigStatus = EFI_NOT_FOUND;
     return FALSE;
   }
+  PLAN_OBSERVE(PlanObserveDecisionEnd, Code, Settings, *Count, *Count > Before);
   return *Count > Before ? TRUE : FALSE;
 }

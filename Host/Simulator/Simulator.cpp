@@ -47,9 +47,12 @@ TranscriptEvent EventJson(const fake::Event &E) {
 
 Simulation::Simulation(const Scenario &Scenario, const RunOptions &Options) : S(Scenario), Options(Options) {
   ResponderFn = [this](const std::string &Command) { return Respond(Active.back().Controller, Command); };
-  ObserverFn = [this](uint64_t, bool AfterResponse) {
+  ObserverFn = [this](uint64_t Instance, bool AfterResponse) {
     ActiveRun &A = Active.back();
     (AfterResponse ? A.ResponseMarks : A.QueryMarks).push_back(F->Events().size());
+    if (this->Options.Listener != nullptr) {
+      this->Options.Listener->Step(Controllers[A.Controller].Name, A.RunIndex, Instance, AfterResponse);
+    }
   };
   Binding.Protocol = {BindingSupported, BindingStart, BindingStop, 0x10, nullptr, nullptr};
   Binding.Sim = this;
@@ -241,6 +244,10 @@ void Simulation::FinishRun() {
     const bool Responded = I < A.ResponseMarks.size();
     Step.Response = Responded ? StatusName(D.Response) : ptd::ResetResponse;
     Step.Events = EventsBetween(A.QueryMarks[I], Responded ? A.ResponseMarks[I] : Total, A.Serial);
+    if (Options.Listener != nullptr) {
+      Step.Reasons = Options.Listener->Reasons(C.Name, A.RunIndex, D.Instance);
+      Step.Unchanged = Options.Listener->Unchanged(C.Name, A.RunIndex, D.Instance);
+    }
     Run.Steps.push_back(std::move(Step));
   }
   const bool Cut = A.ResponseMarks.size() < Current.Steps.size();
@@ -274,6 +281,9 @@ Transcript Simulation::Run() {
   for (uint32_t BootNumber = 0; BootNumber <= S.Reboots; BootNumber++) {
     T.Boots.emplace_back();
     Boot = &T.Boots.back();
+    if (Options.Listener != nullptr) {
+      Options.Listener->BootStarted();
+    }
     if (BootNumber > 0) {
       // The adapters come up again with whatever they were told to take at the next restart.
       for (auto &Model : Models) {

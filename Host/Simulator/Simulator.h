@@ -21,9 +21,21 @@ namespace sim {
 // Seed: per adapter, the state its simulated model starts from instead of the scenario's `state`
 // (a following boot of the same machine). Final: receives per adapter the state its simulated model
 // reached, with held layout changes applied as the next power-on would. Scripted adapters: nullopt.
+// Listener: told of every step as it starts (before its Query) and after its Response, and asked
+// for the reason lines of each step when the transcript is written (--explain).
+struct RunListener {
+  virtual ~RunListener() = default;
+  virtual void BootStarted() = 0;
+  virtual void Step(const std::string &Controller, size_t Run, uint64_t Instance, bool AfterResponse) = 0;
+  virtual std::vector<std::string> Reasons(const std::string &Controller, size_t Run, uint64_t Instance) = 0;
+  virtual std::vector<std::string> Unchanged(const std::string &Controller, size_t Run,
+                                             uint64_t Instance) = 0;
+};
+
 struct RunOptions {
   const std::vector<std::optional<ModelState>> *Seed = nullptr;
   std::vector<std::optional<ModelState>> *Final = nullptr;
+  RunListener *Listener = nullptr;
 };
 
 Transcript RunScenario(const Scenario &S, const RunOptions &Options = {});

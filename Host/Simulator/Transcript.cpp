@@ -160,9 +160,16 @@ ordered_json TranscriptToJson(const Transcript &T) {
           const ptd::StepFields Fields = {
               S.Instance,     S.Query.c_str(), Bytes(S.Command), S.Command.size(), Bytes(S.Reply),
               S.Reply.size(), S.CmdStatus,     S.ErrorValue,     S.Action.c_str(), S.Response.c_str()};
-          Steps.push_back(Written([&](ptd::JsonWriter<StringSink> &Writer) {
+          ordered_json Step = Written([&](ptd::JsonWriter<StringSink> &Writer) {
             ptd::WriteStep(Writer, Fields, EventElements(S.Events));
-          }));
+          });
+          if (!S.Reasons.empty()) {
+            Step["reasons"] = S.Reasons;
+          }
+          if (!S.Unchanged.empty()) {
+            Step["unchanged"] = S.Unchanged;
+          }
+          Steps.push_back(std::move(Step));
         }
         ordered_json R{{key::Steps, Steps}};
         R[key::End] = Run.Ended ? Written([&](ptd::JsonWriter<StringSink> &Writer) {
@@ -253,6 +260,12 @@ std::string TranscriptToText(const Transcript &T) {
         Out << "  [Response " << S.Response << "]";
       }
       Out << "\n";
+      for (const std::string &Reason : S.Reasons) {
+        Out << Indent << "        why: " << Reason << "\n";
+      }
+      for (const std::string &Same : S.Unchanged) {
+        Out << Indent << "        unchanged: " << Same << "\n";
+      }
       PrintEvents(S.Events);
       Sum.Commands++;
       Sum.Sets += IsSetCommand(S.Command) ? 1 : 0;
@@ -308,6 +321,107 @@ std::string TranscriptToText(const Transcript &T) {
                   S.Failed, S.Restarts, Done.c_str());
     Out << Line;
   }
+  for (const std::string &P : T.Problems) {
+    Out << "\nProblem: " << P << "\n";
+  }
+  return Out.str();
+}
+
+std::string TranscriptToPlan(const Transcript &T) {
+  std::ostringstream Out;
+  Out << "Plan: " << (T.Scenario.empty() ? "(unnamed)" : T.Scenario) << "\n";
+  struct Totals {
+    std::string Name;
+    size_t Changes = 0, Restarts = 0, Failures = 0;
+  };
+  std::vector<Totals> Fleet;
+  auto TotalsFor = [&](const std::string &Name) -> Totals & {
+    for (Totals &Row : Fleet) {
+      if (Row.Name == Name) {
+        return Row;
+      }
+    }
+    Fleet.push_back({Name});
+    return Fleet.back();
+  };
+  for (size_t BootIndex = 0; BootIndex < T.Boots.size(); BootIndex++) {
+    const TranscriptBoot &Boot = T.Boots[BootIndex];
+    if (T.Boots.size() > 1) {
+      Out << "\n=== Boot " << BootIndex + 1 << " ===\n";
+    }
+    for (const TranscriptController &C : Boot.Controllers) {
+      Totals &Row = TotalsFor(C.Name);
+      std::ostringstream Lines;
+      for (size_t RunIndex = 0; RunIndex < C.Runs.size(); RunIndex++) {
+        const TranscriptRun &Run = C.Runs[RunIndex];
+        if (C.Runs.size() > 1) {
+          Lines << "  run " << RunIndex + 1 << (Run.Nested ? " (after the restart)" : "") << "\n";
+        }
+        for (const TranscriptStep &S : Run.Steps) {
+          const bool Set = IsSetCommand(S.Command);
+          const bool Failed = S.CmdStatus != 0;
+          const bool Restart = S.Action == "RestartController";
+          std::vector<std::string> Bmc;
+          for (const TranscriptEvent &E : S.Events) {
+            if (E.value(key::Kind, "") == ptd::EventKindName(ptd::EventKind::Ipmi)) {
+              Bmc.push_back(EventText(E));
+            }
+          }
+          if (!Set && !Failed && !Restart && Bmc.empty()) {
+            continue;
+          }
+          char Head[32];
+          std::snprintf(Head, sizeof(Head), "  %3llu ", static_cast<unsigned long long>(S.Instance));
+          Lines << Head << Printable(S.Command);
+          if (Failed) {
+            Lines << "  [failed: status " << static_cast<int>(S.CmdStatus) << ", error "
+                  << static_cast<int>(S.ErrorValue) << "]";
+          }
+          if (Restart) {
+            Lines << "  [restart: " << S.Action << "]";
+          } else if (S.Action != "None") {
+            Lines << "  [action " << S.Action << "]";
+          }
+          Lines << "\n";
+          if (Set) {
+            for (const std::string &Reason : S.Reasons) {
+              Lines << "        why: " << Reason << "\n";
+            }
+          }
+          for (const std::string &Message : Bmc) {
+            Lines << "        " << Message << "\n";
+          }
+          Row.Changes += Set ? 1 : 0;
+          Row.Restarts += Restart ? 1 : 0;
+          Row.Failures += Failed ? 1 : 0;
+        }
+      }
+      std::string Body = Lines.str();
+      if (C.Runs.size() > 1 && Row.Changes == 0 && Row.Restarts == 0 && Row.Failures == 0) {
+        Body.clear();
+      }
+      Out << "\n" << C.Name << (Body.empty() ? "  (no change)\n" : "\n") << Body;
+    }
+    if (Boot.Reset) {
+      Out << "\n  *** platform reset (" << *Boot.Reset << ") ***\n";
+    }
+  }
+  Out << "\nFleet\n";
+  char Line[256];
+  std::snprintf(Line, sizeof(Line), "  %-24s %8s %8s %8s\n", "controller", "changes", "restarts", "failures");
+  Out << Line;
+  Totals All{"all"};
+  for (const Totals &Row : Fleet) {
+    std::snprintf(Line, sizeof(Line), "  %-24s %8zu %8zu %8zu\n", Row.Name.c_str(), Row.Changes, Row.Restarts,
+                  Row.Failures);
+    Out << Line;
+    All.Changes += Row.Changes;
+    All.Restarts += Row.Restarts;
+    All.Failures += Row.Failures;
+  }
+  std::snprintf(Line, sizeof(Line), "  %-24s %8zu %8zu %8zu\n", "all", All.Changes, All.Restarts,
+                All.Failures);
+  Out << Line;
   for (const std::string &P : T.Problems) {
     Out << "\nProblem: " << P << "\n";
   }

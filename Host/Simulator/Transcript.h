@@ -31,6 +31,10 @@ struct TranscriptStep {
   std::string Action;
   std::string Response;
   std::vector<TranscriptEvent> Events;
+  // Why the command was planned, and the decisions of the planning pass at this Instance that
+  // changed nothing (--explain and --plan only; empty otherwise).
+  std::vector<std::string> Reasons;
+  std::vector<std::string> Unchanged;
 };
 
 struct TranscriptRun {
@@ -66,5 +70,8 @@ struct Transcript {
 
 nlohmann::ordered_json TranscriptToJson(const Transcript &T);
 std::string TranscriptToText(const Transcript &T);
+// --plan: per controller only what the boot changes (SET lines with their reasons, restarts,
+// failures, BMC messages), then a fleet table.
+std::string TranscriptToPlan(const Transcript &T);
 
 } // namespace sim
