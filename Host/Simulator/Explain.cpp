@@ -150,6 +150,13 @@ const std::map<uint32_t, Decision> &Decisions() {
         Rule::WithoutComparing,
         "boot link settings are planned whenever the platform supplies them",
         {}}},
+      {SET_PXE_VLANID,
+       {"PXE VLAN",
+        Rule::WithoutComparing,
+        "PXE VLAN settings follow the port table's VLAN of a network function at every boot (QLogic8070 "
+        "compares the "
+        "ID)",
+        {}}},
       {SET_ADDR_DEFAULTS,
        {"address defaults",
         Rule::WithoutComparing,
@@ -263,6 +270,11 @@ Values ValuesOf(uint32_t Code, const FUNCTION_SETTINGS *After, const FUNCTION_SE
   case SET_SRIOV_FOR_PF:
     Number(After->SriovEnabled, Before->SriovEnabled, "port table function 0 SriovEnable");
     break;
+  case SET_PXE_VLANID:
+    V.Desired = std::to_string(D.mTargetVlanId);
+    V.DesiredFrom = "the decided VLAN";
+    V.HasCurrent = false;
+    break;
   case SET_PF_TAR_WWPN1:
     V.Desired = B != nullptr ? Text(B->Target1Wwpn, 16) : "(none)";
     V.DesiredFrom = BootEntry + "Target1Wwpn";
@@ -342,7 +354,7 @@ void Explainer::Observe(const PLAN_OBSERVATION *O) {
   }
   case PlanObserveAppend: {
     if (Deciding) {
-      DecisionPositions.push_back(O->Position);
+      DecisionPositions.push_back({O->Position, O->Code});
       return;
     }
     std::ostringstream Why;
@@ -381,7 +393,7 @@ void Explainer::Observe(const PLAN_OBSERVATION *O) {
     }
     if (!O->Appended) {
       if (Found != Decisions().end() && Found->second.How != Rule::WithoutComparing && V.HasCurrent &&
-          O->Code != SET_PF2_TYPE) {
+          O->Code != SET_PF2_TYPE && V.Desired != "(none)") {
         Current().KeptAtStep[Instance].push_back(std::string(Found->second.Setting) + ": desired " +
                                                  V.Desired + " = current " + V.Current +
                                                  ", nothing to change");
@@ -389,7 +401,6 @@ void Explainer::Observe(const PLAN_OBSERVATION *O) {
       return;
     }
     std::ostringstream Why;
-    Why << CodeName(O->Code) << ": ";
     if (Found == Decisions().end()) {
       Why << "planned by the planning rules at Instance " << Instance;
     } else {
@@ -413,8 +424,8 @@ void Explainer::Observe(const PLAN_OBSERVATION *O) {
         Why << "compared and different: " << Desired << " differs from " << Current;
       }
     }
-    for (uint64_t Position : DecisionPositions) {
-      Current().ByPosition[Position] = Why.str();
+    for (const auto &[Position, Appended] : DecisionPositions) {
+      Current().ByPosition[Position] = CodeName(Appended) + ": " + Why.str();
     }
     return;
   }

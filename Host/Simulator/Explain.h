@@ -47,7 +47,7 @@ private:
   // The decision under way.
   bool Deciding = false;
   uint32_t DecisionCode = 0;
-  std::vector<uint64_t> DecisionPositions;
+  std::vector<std::pair<uint64_t, uint32_t>> DecisionPositions; // list position, code
   std::vector<uint8_t> RecordBefore;
 };
 

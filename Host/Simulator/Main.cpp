@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Simulator/Convergence.h"
 #include "Simulator/Explain.h"
 #include "Simulator/Simulator.h"
 
@@ -60,6 +61,12 @@ int main(int argc, char **argv) {
   App.add_flag("--explain", Explain,
                "Under each planned command, why it was planned: the desired value and its source, the "
                "current value and the reply that gave it, the rule; and the decisions that changed nothing");
+  unsigned Boots = 0;
+  App.add_option(
+         "--boots", Boots,
+         "Boot the same machine N times, the adapters' state and the NVRAM kept, and report each setting as "
+         "converged, re-applied at every boot by rule, or never converging (a fight: exit status 3)")
+      ->check(CLI::Range(1u, 20u));
   App.add_flag("--check", Check,
                "Only validate the scenario: exit 0 if it loads, 2 with the key path if not");
   App.footer(ExamplesFooter());
@@ -80,6 +87,7 @@ int main(int argc, char **argv) {
   }
 
   sim::Transcript T;
+  sim::Convergence Converged;
   try {
     const sim::Scenario S = sim::LoadScenarioText(Text);
     if (Check) {
@@ -87,19 +95,31 @@ int main(int argc, char **argv) {
       return 0;
     }
     sim::Explainer Explainer;
-    sim::RunOptions Options;
-    Options.Listener = Explain || Plan ? &Explainer : nullptr;
-    T = sim::RunScenario(S, Options);
+    if (Boots > 0) {
+      T = sim::RunBoots(S, Boots, &Explainer, &Converged);
+    } else {
+      sim::RunOptions Options;
+      Options.Listener = Explain || Plan ? &Explainer : nullptr;
+      T = sim::RunScenario(S, Options);
+    }
   } catch (const sim::ScenarioError &Error) {
     std::cerr << "simulate: scenario refused: " << Error.what() << "\n";
     return 2;
   }
-  if (Plan && !Json) {
-    std::cout << sim::TranscriptToPlan(T);
-  } else if (Json) {
-    std::cout << sim::TranscriptToJson(T).dump(2) << "\n";
+  if (Json) {
+    nlohmann::ordered_json J = sim::TranscriptToJson(T);
+    if (Boots > 0) {
+      J["convergence"] = sim::ConvergenceToJson(Converged);
+    }
+    std::cout << J.dump(2) << "\n";
   } else {
-    std::cout << sim::TranscriptToText(T);
+    std::cout << (Plan ? sim::TranscriptToPlan(T) : sim::TranscriptToText(T));
+    if (Boots > 0) {
+      std::cout << sim::ConvergenceToText(Converged);
+    }
+  }
+  if (T.ExitStatus == 0 && Boots > 1 && Converged.Fights() > 0) {
+    return sim::kExitFight;
   }
   return T.ExitStatus;
 }

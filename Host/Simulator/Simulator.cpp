@@ -306,6 +306,12 @@ Transcript Simulation::Run() {
     Boot->Reset = fake::ResetTypeName(F->Events().empty() ? EfiResetCold : F->Events().back().ResetType);
   }
   DumpRecords();
+  if (Options.FinalVariables != nullptr) {
+    Options.FinalVariables->clear();
+    for (const fake::NvramVariable &V : F->Variables()) {
+      Options.FinalVariables->push_back({fake::Utf16ToUtf8(V.Name), V.Guid, V.Attributes, V.Data});
+    }
+  }
   if (Options.Final != nullptr) {
     Options.Final->clear();
     for (auto &Model : Models) {

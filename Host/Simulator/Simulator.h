@@ -36,6 +36,8 @@ struct RunOptions {
   const std::vector<std::optional<ModelState>> *Seed = nullptr;
   std::vector<std::optional<ModelState>> *Final = nullptr;
   RunListener *Listener = nullptr;
+  // Receives the NVRAM as the boot left it (the next boot of the same machine starts from it).
+  std::vector<VariableSpec> *FinalVariables = nullptr;
 };
 
 Transcript RunScenario(const Scenario &S, const RunOptions &Options = {});
