@@ -503,6 +503,31 @@ TEST_F(ReplyReadingTest, ScanVariablesFollowTheSearch) {
   EXPECT_EQ(mModule.Discovered.mScanPtr, nullptr);
 }
 
+// The value prefix follows the record's vendor: a family's own prefix only for a record of the
+// family's vendor, otherwise the vendor's ("retdata=" for every vendor but 0x15B3 and 0x8086).
+TEST_F(ReplyReadingTest, ValuePrefixFollowsTheRecordsVendor) {
+  // "data=" first: it also stands inside every "retdata=".
+  const string Reply =
+      "data=CCCCCCCCCCCC retdata=AAAAAAAAAAAA retdata=\r\nBBBBBBBBBBBB permanentaddress=DDDDDDDDDDDD";
+  const struct {
+    Device Family;
+    UINT16 RecordVendor;
+    const char *Mac;
+  } Cases[] = {
+      {kQLogic2261, 0x1077, "BBBBBBBBBBBB"}, {kQLogic2261, 0x10DF, "AAAAAAAAAAAA"},
+      {kQLogic2031, 0x1077, "AAAAAAAAAAAA"}, {kEmulexE200, 0x15B3, "CCCCCCCCCCCC"},
+      {kQLogic2261, 0x8086, "DDDDDDDDDDDD"}, {kMellanox1013, 0x19A2, "AAAAAAAAAAAA"},
+  };
+  for (const auto &C : Cases) {
+    FUNCTION_SETTINGS *S = NewAdapter(C.Family);
+    mModule.Run.mFamily.EmulexE200 = C.Family.DeviceId == 0xE200;
+    S->VendorId = C.RecordVendor;
+    Parse(S, Reply, SHOW_PF_MAC);
+    EXPECT_EQ(Text(S->CurrentAddressText[0]), C.Mac)
+        << std::hex << C.Family.DeviceId << " " << C.RecordVendor;
+  }
+}
+
 // ---- A NULL entry ends a Functions or Ports list ----------------------------------------------------
 
 TEST_F(ReplyReadingTest, NullListEntryEndsEveryWalk) {

@@ -216,6 +216,18 @@ TEST_F(DispatchTest, EveryFamilyRowReachesItsPlannerAndBuilder) {
         EXPECT_EQ(RunManagedStep(&Instance, &Handed, &Text, &Parse, &Code), EFI_SUCCESS);
         EXPECT_STREQ((const char *)Text, F.Line1);
       }
+      // The port's second function: the Emulex0720, Emulex0710, Emulex0700 and QLogic8070 families
+      // are planned through the first function of each port only.
+      Fresh();
+      FUNCTION_SETTINGS *Second = Port(F.Vendor, Device, 0, 2)[1];
+      ASSERT_TRUE(IdentifyAdapterFamily(Second));
+      Instance = 0;
+      Handed = Second;
+      RunManagedStep(&Instance, &Handed, &Text, &Parse, &Code);
+      const bool FirstOnly =
+          F.Vendor == 0x19A2 || (F.Vendor == 0x10DF && Device != 0xE200 && Device != 0xE300) ||
+          (F.Vendor == 0x1077 && (Device == 0x8070 || Device == 0x1644 || Device == 0x1656));
+      EXPECT_EQ(mModule.Run.mCommandCount == 0, FirstOnly);
     }
   }
 }
