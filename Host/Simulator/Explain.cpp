@@ -101,6 +101,11 @@ struct Decision {
   std::vector<uint32_t> CurrentFrom;
 };
 
+const char kIscsi[] = "iSCSI boot settings are planned whenever the platform's boot entry is usable";
+const char kIscsiStatic[] = "planned whenever the usable boot entry gives a static initiator address";
+const char kIscsiTarget[] = "planned whenever the usable boot entry gives a static target";
+const char kIscsiChap[] = "planned whenever the usable boot entry asks for CHAP";
+
 // The settings the predicate decides and where their current value comes from.
 const std::map<uint32_t, Decision> &Decisions() {
   static const std::map<uint32_t, Decision> kDecisions = {
@@ -120,6 +125,20 @@ const std::map<uint32_t, Decision> &Decisions() {
       {SET_UMC, {"partitioning (UMC)", Rule::Layout, nullptr, {SHOW_PF_INFO, SHOW_UMC}}},
       {SET_SRIOV_FOR_CONTROLLER, {"SR-IOV", Rule::Compared, nullptr, {SHOW_SRIOV, SHOW_PF_INFO}}},
       {SET_SRIOV_FOR_PF, {"SR-IOV", Rule::Compared, nullptr, {SHOW_SRIOV, SHOW_PF_INFO}}},
+      {SET_ISCSI_INI_ADDR_ORIGIN, {"iSCSI initiator address origin", Rule::WithoutComparing, kIscsi, {}}},
+      {SET_ISCSI_INI_IPV4_ADDR, {"iSCSI initiator address", Rule::WithoutComparing, kIscsiStatic, {}}},
+      {SET_ISCSI_INI_IPV4_SUBNET_MASK,
+       {"iSCSI initiator subnet mask", Rule::WithoutComparing, kIscsiStatic, {}}},
+      {SET_ISCSI_INI_IPV4_GATEWAY, {"iSCSI initiator gateway", Rule::WithoutComparing, kIscsiStatic, {}}},
+      {SET_ISCSI_TAR_ADDR_ORIGIN, {"iSCSI target address origin", Rule::WithoutComparing, kIscsi, {}}},
+      {SET_ISCSI_TAR_NAME, {"iSCSI target name", Rule::WithoutComparing, kIscsiTarget, {}}},
+      {SET_ISCSI_TAR_IPV4_ADDR, {"iSCSI target address", Rule::WithoutComparing, kIscsiTarget, {}}},
+      {SET_ISCSI_TAR_TCP_PORT, {"iSCSI target TCP port", Rule::WithoutComparing, kIscsiTarget, {}}},
+      {SET_ISCSI_TAR_BOOT_LUN, {"iSCSI boot LUN", Rule::WithoutComparing, kIscsiTarget, {}}},
+      {SET_ISCSI_TAR_AUTH_METHOD, {"iSCSI authentication method", Rule::WithoutComparing, kIscsi, {}}},
+      {SET_ISCSI_TAR_CHAP_USERNAME, {"CHAP user name", Rule::WithoutComparing, kIscsiChap, {}}},
+      {SET_ISCSI_TAR_CHAP_SECRET, {"CHAP secret", Rule::WithoutComparing, kIscsiChap, {}}},
+      {SET_ISCSI_TAR_MUT_CHAP_SECRET, {"mutual CHAP secret", Rule::WithoutComparing, kIscsiChap, {}}},
       {SET_PF_TAR_WWPN1,
        {"first boot target WWPN",
         Rule::WithoutComparing,
@@ -275,6 +294,16 @@ Values ValuesOf(uint32_t Code, const FUNCTION_SETTINGS *After, const FUNCTION_SE
     V.DesiredFrom = "the decided VLAN";
     V.HasCurrent = false;
     break;
+  case SET_ISCSI_TAR_NAME:
+    V.Desired = B != nullptr ? Text(B->TargetName) : "(none)";
+    V.DesiredFrom = BootEntry + "TargetName";
+    V.HasCurrent = false;
+    break;
+  case SET_ISCSI_TAR_CHAP_USERNAME:
+    V.Desired = B != nullptr ? Text(B->ChapUserName) : "(none)";
+    V.DesiredFrom = BootEntry + "ChapUserName";
+    V.HasCurrent = false;
+    break;
   case SET_PF_TAR_WWPN1:
     V.Desired = B != nullptr ? Text(B->Target1Wwpn, 16) : "(none)";
     V.DesiredFrom = BootEntry + "Target1Wwpn";
@@ -408,7 +437,10 @@ void Explainer::Observe(const PLAN_OBSERVATION *O) {
       const std::string Desired = "desired " + V.Desired + " (" + V.DesiredFrom + ")";
       const std::string Current = V.HasCurrent ? "current " + V.Current + " (" + From + ")" : "";
       if (Dn.How == Rule::WithoutComparing) {
-        Why << "planned without comparing: " << Dn.Why << "; " << Desired;
+        Why << "planned without comparing: " << Dn.Why;
+        if (!V.DesiredFrom.empty()) {
+          Why << "; " << Desired;
+        }
       } else if (V.HasCurrent && IsSentinel(V.CurrentNumber, O->Code)) {
         Why << "sentinel: " << Desired << ", current forced to " << V.Current
             << " so that this family always gets the SET";
