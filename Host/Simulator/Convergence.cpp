@@ -7,10 +7,6 @@
 namespace sim {
 namespace {
 
-bool IsSet(const std::string &Command) {
-  return Command.rfind("set ", 0) == 0;
-}
-
 std::string SettingOf(const std::string &Command) {
   const size_t Equals = Command.find('=');
   return Equals == std::string::npos ? Command : Command.substr(0, Equals);
@@ -78,7 +74,7 @@ Transcript RunBoots(const Scenario &S, unsigned Boots, RunListener *Listener, Co
         for (const TranscriptRun &Run : C.Runs) {
           bool DefaultsSent = false;
           for (const TranscriptStep &Step : Run.Steps) {
-            if (!IsSet(Step.Command)) {
+            if (!IsSetCommand(Step.Command)) {
               continue;
             }
             const bool Defaults =

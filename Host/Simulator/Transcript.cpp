@@ -135,11 +135,35 @@ std::string EventText(const TranscriptEvent &E) {
   return Out.str();
 }
 
-bool IsSetCommand(const std::string &Command) {
-  return Command.rfind("set ", 0) == 0;
+// What one controller's steps added up to, for the summary of the text view and the fleet table
+// of the plan. Rows keep the order in which controllers first appear.
+struct Tally {
+  std::string Name;
+  size_t Commands = 0, Sets = 0, Failed = 0, Restarts = 0;
+
+  void Count(const TranscriptStep &S) {
+    Commands++;
+    Sets += IsSetCommand(S.Command) ? 1 : 0;
+    Failed += S.CmdStatus != 0 ? 1 : 0;
+    Restarts += S.Action == "RestartController" ? 1 : 0;
+  }
+};
+
+Tally &TallyFor(std::vector<Tally> &Rows, const std::string &Name) {
+  for (Tally &Row : Rows) {
+    if (Row.Name == Name) {
+      return Row;
+    }
+  }
+  Rows.push_back({Name});
+  return Rows.back();
 }
 
 } // namespace
+
+bool IsSetCommand(const std::string &Command) {
+  return Command.rfind("set ", 0) == 0;
+}
 
 ordered_json TranscriptToJson(const Transcript &T) {
   ordered_json Root;
@@ -201,20 +225,7 @@ std::string TranscriptToText(const Transcript &T) {
   Out << "Scenario: " << (T.Scenario.empty() ? "(unnamed)" : T.Scenario) << "\n";
   Out << "Driver load: " << T.LoadStatus << "\n";
 
-  struct Summary {
-    std::string Name;
-    size_t Commands = 0, Sets = 0, Failed = 0, Restarts = 0;
-  };
-  std::vector<Summary> Summaries;
-  auto SummaryFor = [&](const std::string &Name) -> Summary & {
-    for (Summary &S : Summaries) {
-      if (S.Name == Name) {
-        return S;
-      }
-    }
-    Summaries.push_back({Name});
-    return Summaries.back();
-  };
+  std::vector<Tally> Summaries;
 
   // A run started inside a Response of another run (a restart of the controller) is printed at
   // the place of its "start" event, indented under the step that caused it.
@@ -230,7 +241,7 @@ std::string TranscriptToText(const Transcript &T) {
     if (C == nullptr || RunIndex >= C->Runs.size()) {
       return;
     }
-    Summary &Sum = SummaryFor(Name);
+    Tally &Sum = TallyFor(Summaries, Name);
     const TranscriptRun &Run = C->Runs[RunIndex];
     auto PrintEvents = [&](const std::vector<TranscriptEvent> &Events) {
       for (const TranscriptEvent &E : Events) {
@@ -267,10 +278,7 @@ std::string TranscriptToText(const Transcript &T) {
         Out << Indent << "        unchanged: " << Same << "\n";
       }
       PrintEvents(S.Events);
-      Sum.Commands++;
-      Sum.Sets += IsSetCommand(S.Command) ? 1 : 0;
-      Sum.Failed += S.CmdStatus != 0 ? 1 : 0;
-      Sum.Restarts += S.Action == "RestartController" ? 1 : 0;
+      Sum.Count(S);
     }
     if (Run.Ended) {
       char Head[32];
@@ -284,7 +292,7 @@ std::string TranscriptToText(const Transcript &T) {
   // printed stay valid.
   for (const TranscriptBoot &Boot : T.Boots) {
     for (const TranscriptController &C : Boot.Controllers) {
-      SummaryFor(C.Name);
+      TallyFor(Summaries, C.Name);
     }
   }
   for (size_t BootIndex = 0; BootIndex < T.Boots.size(); BootIndex++) {
@@ -312,7 +320,7 @@ std::string TranscriptToText(const Transcript &T) {
   std::snprintf(Line, sizeof(Line), "  %-24s %8s %8s %8s %8s  %s\n", "controller", "commands", "set",
                 "failed", "restarts", "ConfigDone");
   Out << Line;
-  for (const Summary &S : Summaries) {
+  for (const Tally &S : Summaries) {
     std::string Done = "-";
     if (T.Records.contains(S.Name) && T.Records[S.Name].contains("ProgressFlags")) {
       Done = (T.Records[S.Name]["ProgressFlags"].get<uint64_t>() & 0x80) ? "yes" : "no";
@@ -330,27 +338,14 @@ std::string TranscriptToText(const Transcript &T) {
 std::string TranscriptToPlan(const Transcript &T) {
   std::ostringstream Out;
   Out << "Plan: " << (T.Scenario.empty() ? "(unnamed)" : T.Scenario) << "\n";
-  struct Totals {
-    std::string Name;
-    size_t Changes = 0, Restarts = 0, Failures = 0;
-  };
-  std::vector<Totals> Fleet;
-  auto TotalsFor = [&](const std::string &Name) -> Totals & {
-    for (Totals &Row : Fleet) {
-      if (Row.Name == Name) {
-        return Row;
-      }
-    }
-    Fleet.push_back({Name});
-    return Fleet.back();
-  };
+  std::vector<Tally> Fleet;
   for (size_t BootIndex = 0; BootIndex < T.Boots.size(); BootIndex++) {
     const TranscriptBoot &Boot = T.Boots[BootIndex];
     if (T.Boots.size() > 1) {
       Out << "\n=== Boot " << BootIndex + 1 << " ===\n";
     }
     for (const TranscriptController &C : Boot.Controllers) {
-      Totals &Row = TotalsFor(C.Name);
+      Tally &Row = TallyFor(Fleet, C.Name);
       std::ostringstream Lines;
       for (size_t RunIndex = 0; RunIndex < C.Runs.size(); RunIndex++) {
         const TranscriptRun &Run = C.Runs[RunIndex];
@@ -391,13 +386,11 @@ std::string TranscriptToPlan(const Transcript &T) {
           for (const std::string &Message : Bmc) {
             Lines << "        " << Message << "\n";
           }
-          Row.Changes += Set ? 1 : 0;
-          Row.Restarts += Restart ? 1 : 0;
-          Row.Failures += Failed ? 1 : 0;
+          Row.Count(S);
         }
       }
       std::string Body = Lines.str();
-      if (C.Runs.size() > 1 && Row.Changes == 0 && Row.Restarts == 0 && Row.Failures == 0) {
+      if (C.Runs.size() > 1 && Row.Sets == 0 && Row.Restarts == 0 && Row.Failed == 0) {
         Body.clear();
       }
       Out << "\n" << C.Name << (Body.empty() ? "  (no change)\n" : "\n") << Body;
@@ -410,17 +403,16 @@ std::string TranscriptToPlan(const Transcript &T) {
   char Line[256];
   std::snprintf(Line, sizeof(Line), "  %-24s %8s %8s %8s\n", "controller", "changes", "restarts", "failures");
   Out << Line;
-  Totals All{"all"};
-  for (const Totals &Row : Fleet) {
-    std::snprintf(Line, sizeof(Line), "  %-24s %8zu %8zu %8zu\n", Row.Name.c_str(), Row.Changes, Row.Restarts,
-                  Row.Failures);
+  Tally All{"all"};
+  for (const Tally &Row : Fleet) {
+    std::snprintf(Line, sizeof(Line), "  %-24s %8zu %8zu %8zu\n", Row.Name.c_str(), Row.Sets, Row.Restarts,
+                  Row.Failed);
     Out << Line;
-    All.Changes += Row.Changes;
+    All.Sets += Row.Sets;
     All.Restarts += Row.Restarts;
-    All.Failures += Row.Failures;
+    All.Failed += Row.Failed;
   }
-  std::snprintf(Line, sizeof(Line), "  %-24s %8zu %8zu %8zu\n", "all", All.Changes, All.Restarts,
-                All.Failures);
+  std::snprintf(Line, sizeof(Line), "  %-24s %8zu %8zu %8zu\n", "all", All.Sets, All.Restarts, All.Failed);
   Out << Line;
   for (const std::string &P : T.Problems) {
     Out << "\nProblem: " << P << "\n";

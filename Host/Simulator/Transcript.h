@@ -70,6 +70,8 @@ struct Transcript {
 
 nlohmann::ordered_json TranscriptToJson(const Transcript &T);
 std::string TranscriptToText(const Transcript &T);
+// A command line that changes the adapter ("set ...").
+bool IsSetCommand(const std::string &Command);
 // --plan: per controller only what the boot changes (SET lines with their reasons, restarts,
 // failures, BMC messages), then a fleet table.
 std::string TranscriptToPlan(const Transcript &T);
