@@ -203,6 +203,24 @@ bool IsSentinel(uint64_t Current, uint32_t Code) {
   }
 }
 
+// The settings whose desired value is a text of the boot entry, sent without comparing.
+struct BootText {
+  uint32_t Code;
+  CHAR8 *NALO_BOOT_ENTRY::*Field;
+  size_t Max;
+  const char *Name;
+};
+const BootText kBootTexts[] = {
+    {SET_PF_TAR_WWPN1, &NALO_BOOT_ENTRY::Target1Wwpn, 16, "Target1Wwpn"},
+    {SET_PF_TAR_WWPN2, &NALO_BOOT_ENTRY::Target2Wwpn, 16, "Target2Wwpn"},
+    {SET_PF_TAR_LUN1, &NALO_BOOT_ENTRY::Target1Lun, 4, "Target1Lun"},
+    {SET_PF_TAR_LUN2, &NALO_BOOT_ENTRY::Target2Lun, 4, "Target2Lun"},
+    {SET_LINK_SPEED, &NALO_BOOT_ENTRY::FcLinkSpeed, 4, "FcLinkSpeed"},
+    {SET_TOPOLOGY, &NALO_BOOT_ENTRY::FcTopology, 2, "FcTopology"},
+    {SET_ISCSI_TAR_NAME, &NALO_BOOT_ENTRY::TargetName, 255, "TargetName"},
+    {SET_ISCSI_TAR_CHAP_USERNAME, &NALO_BOOT_ENTRY::ChapUserName, 255, "ChapUserName"},
+};
+
 // The desired value and where it came from; the current value as the predicate compared it.
 struct Values {
   std::string Desired, DesiredFrom, Current;
@@ -294,48 +312,14 @@ Values ValuesOf(uint32_t Code, const FUNCTION_SETTINGS *After, const FUNCTION_SE
     V.DesiredFrom = "the decided VLAN";
     V.HasCurrent = false;
     break;
-  case SET_ISCSI_TAR_NAME:
-    V.Desired = B != nullptr ? Text(B->TargetName) : "(none)";
-    V.DesiredFrom = BootEntry + "TargetName";
-    V.HasCurrent = false;
-    break;
-  case SET_ISCSI_TAR_CHAP_USERNAME:
-    V.Desired = B != nullptr ? Text(B->ChapUserName) : "(none)";
-    V.DesiredFrom = BootEntry + "ChapUserName";
-    V.HasCurrent = false;
-    break;
-  case SET_PF_TAR_WWPN1:
-    V.Desired = B != nullptr ? Text(B->Target1Wwpn, 16) : "(none)";
-    V.DesiredFrom = BootEntry + "Target1Wwpn";
-    V.HasCurrent = false;
-    break;
-  case SET_PF_TAR_WWPN2:
-    V.Desired = B != nullptr ? Text(B->Target2Wwpn, 16) : "(none)";
-    V.DesiredFrom = BootEntry + "Target2Wwpn";
-    V.HasCurrent = false;
-    break;
-  case SET_PF_TAR_LUN1:
-    V.Desired = B != nullptr ? Text(B->Target1Lun, 4) : "(none)";
-    V.DesiredFrom = BootEntry + "Target1Lun";
-    V.HasCurrent = false;
-    break;
-  case SET_PF_TAR_LUN2:
-    V.Desired = B != nullptr ? Text(B->Target2Lun, 4) : "(none)";
-    V.DesiredFrom = BootEntry + "Target2Lun";
-    V.HasCurrent = false;
-    break;
-  case SET_LINK_SPEED:
-    V.Desired = B != nullptr ? Text(B->FcLinkSpeed, 4) : "(none)";
-    V.DesiredFrom = BootEntry + "FcLinkSpeed";
-    V.HasCurrent = false;
-    break;
-  case SET_TOPOLOGY:
-    V.Desired = B != nullptr ? Text(B->FcTopology, 2) : "(none)";
-    V.DesiredFrom = BootEntry + "FcTopology";
-    V.HasCurrent = false;
-    break;
   default:
     V.HasCurrent = false;
+    for (const BootText &Row : kBootTexts) {
+      if (Row.Code == Code) {
+        V.Desired = B != nullptr ? Text(B->*Row.Field, Row.Max) : "(none)";
+        V.DesiredFrom = BootEntry + Row.Name;
+      }
+    }
     break;
   }
   return V;
