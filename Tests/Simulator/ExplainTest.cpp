@@ -2,8 +2,6 @@
 // reasons follow from the demo fleet's platform tables and the planning rules: the EmulexE200 road
 // reads port and boot enable at Instances 1 and 2, the current names at Instances 4 and 6, and
 // plans the boot targets, link speed and topology whenever the boot entry is usable.
-#include <sys/wait.h>
-
 #include <cstdio>
 #include <set>
 #include <string>
@@ -15,6 +13,7 @@
 #include "Simulator/Convergence.h"
 #include "Simulator/Explain.h"
 #include "Simulator/Simulator.h"
+#include "Simulator/SimulateCommand.h"
 
 extern const char *const kDemoFleet;
 
@@ -175,28 +174,16 @@ TEST(Boots, DemoFleetConvergesExceptWhatRulesReapply) {
 
 #ifdef PTD_SIMULATE
 TEST(Boots, AFightIsReportedWithItsTwoValuesAndExitStatusThree) {
-  const std::string Line = std::string("\"") + PTD_SIMULATE + "\" --boots 3 \"" + PTD_SOURCE_DIR +
-                           "/Tests/Simulator/scenarios/fight.json\" 2>&1";
-  FILE *Pipe = popen(Line.c_str(), "r");
-  ASSERT_NE(Pipe, nullptr);
-  std::string Output;
-  char Buffer[4096];
-  size_t N;
-  while ((N = fread(Buffer, 1, sizeof Buffer, Pipe)) > 0) {
-    Output.append(Buffer, N);
-  }
-  const int Wait = pclose(Pipe);
-  ASSERT_TRUE(WIFEXITED(Wait));
-  EXPECT_EQ(WEXITSTATUS(Wait), sim::kExitFight);
+  const std::string Fight = std::string("\"") + PTD_SOURCE_DIR + "/Tests/Simulator/scenarios/fight.json\"";
+  const Command Three = Simulate("--boots 3 " + Fight);
+  EXPECT_EQ(Three.Status, sim::kExitFight);
   EXPECT_NE(
-      Output.find("  fc3/p0/f0  set fcport0 OEMELX_BootEnable: never converges: the platform wants 1, the "
-                  "adapter reports 0 at every boot\n"),
+      Three.Output.find("  fc3/p0/f0  set fcport0 OEMELX_BootEnable: never converges: the platform wants 1, "
+                        "the adapter reports 0 at every boot\n"),
       std::string::npos);
-  EXPECT_NE(Output.find("  1 setting(s) never converge: exit status 3\n"), std::string::npos);
+  EXPECT_NE(Three.Output.find("  1 setting(s) never converge: exit status 3\n"), std::string::npos);
   // One boot alone cannot tell a fight from a first change.
-  const std::string Once = std::string("\"") + PTD_SIMULATE + "\" --boots 1 \"" + PTD_SOURCE_DIR +
-                           "/Tests/Simulator/scenarios/fight.json\" >/dev/null 2>&1";
-  EXPECT_EQ(WEXITSTATUS(std::system(Once.c_str())), 0);
+  EXPECT_EQ(Simulate("--boots 1 " + Fight).Status, 0);
 }
 #endif
 
