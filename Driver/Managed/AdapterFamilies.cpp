@@ -17,7 +17,7 @@ EFI_GUID gAdapterSettingsProtocolGuid = ADAPTER_SETTINGS_PROTOCOL_GUID;
 // the rows with a value prefix of their own come first, so that it wins wherever their flag is set.
 // Columns: vendor, devices; flag, sub-family, planner, builder, value prefix (empty: the
 // vendor's), SHOW_PF_INFO keys, planned through the first function of each port only.
-const ADAPTER_FAMILY_ROW mAdapterFamilies[] = {
+constexpr ADAPTER_FAMILY_ROW mAdapterFamilies[] = {
   {VENDOR_QLOGIC, DEVICES(DEVICE_QLOGIC_8070, DEVICE_QLOGIC_1644, DEVICE_QLOGIC_1656),
    FLAG(QLogic8070), NO_SUB_FAMILY, PlannerQLogic8070, BuilderQLogic8070, "data=", PfInfoNone, TRUE},
   {VENDOR_QLOGIC, DEVICES(DEVICE_QLOGIC_2261),
@@ -51,6 +51,16 @@ static const ADAPTER_VENDOR_ROW mAdapterVendors[] = {
 // clang-format on
 
 const UINTN mAdapterFamilyCount = sizeof(mAdapterFamilies) / sizeof(mAdapterFamilies[0]);
+
+constexpr BOOLEAN DeviceListsFit() {
+  for (const ADAPTER_FAMILY_ROW &Row : mAdapterFamilies) {
+    if (Row.DeviceCount > FAMILY_DEVICE_SLOTS) {
+      return FALSE;
+    }
+  }
+  return TRUE;
+}
+static_assert(DeviceListsFit(), "a family row lists more devices than it has room for");
 
 static BOOLEAN ListsDevice(const ADAPTER_FAMILY_ROW &Row, UINT16 DeviceId) {
   for (UINTN Index = 0; Index < Row.DeviceCount; Index++) {

@@ -517,6 +517,7 @@ TEST_F(ReplyReadingTest, ValuePrefixFollowsTheRecordsVendor) {
       {kQLogic2261, 0x1077, "BBBBBBBBBBBB"}, {kQLogic2261, 0x10DF, "AAAAAAAAAAAA"},
       {kQLogic2031, 0x1077, "AAAAAAAAAAAA"}, {kEmulexE200, 0x15B3, "CCCCCCCCCCCC"},
       {kQLogic2261, 0x8086, "DDDDDDDDDDDD"}, {kMellanox1013, 0x19A2, "AAAAAAAAAAAA"},
+      {kQLogic2261, 0x1234, "AAAAAAAAAAAA"},
   };
   for (const auto &C : Cases) {
     FUNCTION_SETTINGS *S = NewAdapter(C.Family);

@@ -143,7 +143,11 @@ TEST_F(DispatchTest, PlannersRunOnlyAtTheirPhaseInstances) {
     UINT8 Phase2, Phase3;
   } Steps[] = {{0, 5, 5, 255}, {1, 5, 5, 255}, {5, 10, 5, 10}, {6, 10, 5, 10}, {9, 10, 5, 10}};
   for (const auto &T : Steps) {
+    // A planner that ran would take the layout from the record again.
+    const bool PhaseInstance = T.Instance == 0 || T.Instance == 5;
+    mModule.Discovered.mLinkConfig = 7;
     Step(T.Instance, Fs[0]);
+    EXPECT_EQ(mModule.Discovered.mLinkConfig == 7, !PhaseInstance) << T.Instance;
     EXPECT_EQ((std::vector<UINTN>{mModule.Run.mCommandCount, mModule.Run.mPlanInstance,
                                   mModule.Run.mPlanInstance2}),
               (std::vector<UINTN>{T.Count, T.Phase2, T.Phase3}))
