@@ -14,6 +14,16 @@
 // PcdDebugPrintErrorLevel of this build.
 #define DEBUG_PRINT_ERROR_LEVEL 0x80000006u
 
+// PcdDebugPropertyMask. Whether assertions are compiled in is the platform's choice: a release
+// image leaves DEBUG_PROPERTY_DEBUG_ASSERT_ENABLED clear and carries neither the checks nor their
+// texts. A build that does not choose keeps them (the host build, where a failed assertion fails
+// the test).
+#define DEBUG_PROPERTY_DEBUG_ASSERT_ENABLED 0x01
+#ifndef PCD_DEBUG_PROPERTY_MASK
+#define PCD_DEBUG_PROPERTY_MASK DEBUG_PROPERTY_DEBUG_ASSERT_ENABLED
+#endif
+#define DebugAssertEnabled() ((PCD_DEBUG_PROPERTY_MASK & DEBUG_PROPERTY_DEBUG_ASSERT_ENABLED) != 0)
+
 void DebugPrint(UINTN ErrorLevel, const char *Format, ...);
 void DebugAssert(const char *FileName, UINTN LineNumber, const char *Description);
 
@@ -24,7 +34,7 @@ void DebugAssert(const char *FileName, UINTN LineNumber, const char *Description
 
 #define ASSERT(Expression)                                                                                   \
   do {                                                                                                       \
-    if (!(Expression)) {                                                                                     \
+    if (DebugAssertEnabled() && !(Expression)) {                                                             \
       DebugAssert(__FILE__, __LINE__, #Expression);                                                          \
     }                                                                                                        \
   } while (FALSE)
