@@ -1,6 +1,12 @@
 // One formatter for ASCII and UCS-2 output. What differs from C's printf is deliberate EDK II
 // behaviour that the driver's bytes depend on: upper-case "%x", "%X" as zero-padded "%x", "\n" of
 // the format written as "\r\n", "%r" status names, and a buffer size in bytes.
+//
+// It formats what the driver's formats use and nothing more: "%a", "%d", "%x", "%X" and "%r",
+// each with an optional '0' flag and a width. Any other type character ('%' among them) prints
+// itself and takes no argument. EDK II's other conversions and flags ("%s", "%c", "%p", "%u",
+// '-', '.', '*', 'L') would be code in the image that nothing calls; a test holds every format
+// of the driver to this set.
 #include "Library/PrintLib.h"
 #include "Library/DebugLib.h"
 
@@ -8,11 +14,6 @@
 #define LOOP_BARRIER() __asm__ __volatile__("")
 
 namespace {
-
-const UINTN kLeftJustify = 0x1;
-const UINTN kZeroPad = 0x2;
-const UINTN kLong = 0x4;
-const UINTN kHasPrecision = 0x8;
 
 // Fixed-size rows rather than pointers: a pointer table costs a load-time relocation per entry.
 const char kErrorNames[][18] = {
@@ -101,35 +102,6 @@ struct Output {
   }
 };
 
-// Text of one conversion before padding: either a string of 8- or 16-bit characters or digits.
-struct Piece {
-  const CHAR8 *Narrow;
-  const CHAR16 *Wide;
-  UINTN Length;
-};
-
-UINTN Larger(UINTN First, UINTN Second) {
-  return First > Second ? First : Second;
-}
-
-void EmitPiece(Output &Out, const Piece &Text, UINTN Flags, UINTN Width, UINTN Precision) {
-  // Every caller names one of the two texts; a piece with neither is empty.
-  UINTN Length = Text.Narrow != nullptr || Text.Wide != nullptr ? Text.Length : 0;
-  if ((Flags & kHasPrecision) != 0 && Precision < Length) {
-    Length = Precision;
-  }
-  const UINTN Pad = Larger(Width, Length) - Length;
-  if ((Flags & kLeftJustify) == 0) {
-    Out.Repeat(' ', Pad);
-  }
-  for (UINTN Index = 0; Index < Length; Index++) {
-    Out.Put(Text.Narrow != nullptr ? (UINT32)Text.Narrow[Index] : (UINT32)Text.Wide[Index]);
-  }
-  if ((Flags & kLeftJustify) != 0) {
-    Out.Repeat(' ', Pad);
-  }
-}
-
 UINTN NarrowLength(const CHAR8 *String) {
   UINTN Length = 0;
   while (String[Length] != 0) {
@@ -139,17 +111,19 @@ UINTN NarrowLength(const CHAR8 *String) {
   return Length;
 }
 
-UINTN WideLength(const CHAR16 *String) {
-  UINTN Length = 0;
-  while (String[Length] != 0) {
-    LOOP_BARRIER();
-    Length++;
+// Right-justified in Width characters.
+void EmitText(Output &Out, const CHAR8 *Text, UINTN Width) {
+  const UINTN Length = NarrowLength(Text);
+  if (Width > Length) {
+    Out.Repeat(' ', Width - Length);
   }
-  return Length;
+  for (UINTN Index = 0; Index < Length; Index++) {
+    Out.Put((UINT8)Text[Index]);
+  }
 }
 
-void EmitNumber(Output &Out, UINT64 Magnitude, BOOLEAN Negative, UINT32 Radix, UINTN Flags, UINTN Width,
-                UINTN Precision) {
+// Right-justified in Width characters, padded with spaces before the sign or with zeros after it.
+void EmitNumber(Output &Out, UINT64 Magnitude, BOOLEAN Negative, UINT32 Radix, BOOLEAN ZeroPad, UINTN Width) {
   static const char kDigits[] = "0123456789ABCDEF";
   char Digits[24];
   UINTN DigitCount = 0;
@@ -158,25 +132,19 @@ void EmitNumber(Output &Out, UINT64 Magnitude, BOOLEAN Negative, UINT32 Radix, U
     Magnitude /= Radix;
   } while (Magnitude != 0);
 
-  UINTN MinimumDigits = (Flags & kHasPrecision) != 0 ? Larger(Precision, DigitCount) : DigitCount;
-  UINTN Length = MinimumDigits + (Negative ? 1 : 0);
-  if ((Flags & (kZeroPad | kLeftJustify | kHasPrecision)) == kZeroPad) {
-    MinimumDigits += Larger(Width, Length) - Length;
-    Length = Larger(Width, Length);
-  }
-  const UINTN Pad = Larger(Width, Length) - Length;
-  if ((Flags & kLeftJustify) == 0) {
+  const UINTN Length = DigitCount + (Negative ? 1 : 0);
+  const UINTN Pad = Width > Length ? Width - Length : 0;
+  if (!ZeroPad) {
     Out.Repeat(' ', Pad);
   }
   if (Negative) {
     Out.Put('-');
   }
-  Out.Repeat('0', MinimumDigits - DigitCount);
+  if (ZeroPad) {
+    Out.Repeat('0', Pad);
+  }
   while (DigitCount > 0) {
     Out.Put((UINT32)(UINT8)Digits[--DigitCount]);
-  }
-  if ((Flags & kLeftJustify) != 0) {
-    Out.Repeat(' ', Pad);
   }
 }
 
@@ -211,20 +179,6 @@ UINTN FormatTo(VOID *Buffer, BOOLEAN Wide, UINTN Capacity, const VOID *FormatStr
   FormatText Format = {FormatString, Wide, 0};
 
   while (Format.Peek() != 0 && Out.Count < Out.Capacity) {
-    if (!Wide) {
-      // Plain ASCII characters, the bulk of every CLP line, are copied without the general
-      // path's per-character width tests.
-      const UINT8 *Text = (const UINT8 *)FormatString;
-      CHAR8 *Narrow = (CHAR8 *)Buffer;
-      UINT8 Plain = Text[Format.Index];
-      while (Plain != 0 && Plain != '%' && Plain != '\n' && Plain != '\r' && Out.Count < Out.Capacity) {
-        Narrow[Out.Count++] = (CHAR8)Plain;
-        Plain = Text[++Format.Index];
-      }
-      if (Plain == 0 || Out.Count == Out.Capacity) {
-        break;
-      }
-    }
     UINT32 Char = Format.Peek();
     if (Char == '\n') {
       Out.Put('\r');
@@ -248,108 +202,52 @@ UINTN FormatTo(VOID *Buffer, BOOLEAN Wide, UINTN Capacity, const VOID *FormatStr
     }
 
     Format.Index++;
-    UINTN Flags = 0;
-    UINTN Width = 0;
-    UINTN Precision = 0;
-    for (;;) {
-      if (Format.Peek() == '-') {
-        Flags |= kLeftJustify;
-      } else if (Format.Peek() == '0') {
-        Flags |= kZeroPad;
-      } else if (Format.Peek() == 'L' || Format.Peek() == 'l') {
-        Flags |= kLong;
-      } else if (Format.Peek() == '*') {
-        Width = (UINTN)(UINT32)va_arg(Marker, int);
-      } else if (Format.Peek() >= '1' && Format.Peek() <= '9') {
-        Width = ReadNumber(Format);
-        continue;
-      } else if (Format.Peek() == '.') {
-        Format.Index++;
-        Flags |= kHasPrecision;
-        if (Format.Peek() == '*') {
-          Precision = (UINTN)(UINT32)va_arg(Marker, int);
-          Format.Index++;
-        } else {
-          Precision = ReadNumber(Format);
-        }
-        continue;
-      } else {
-        break;
-      }
+    BOOLEAN ZeroPad = FALSE;
+    while (Format.Peek() == '0') {
+      ZeroPad = TRUE;
       Format.Index++;
     }
+    const UINTN Width = ReadNumber(Format);
     if (Format.Peek() == 0) {
       break; // a format ending in a lone '%' prints nothing for it
     }
 
-    Piece Text = {};
-    UINT32 Type = Format.Peek();
+    const UINT32 Type = Format.Peek();
     Format.Index++;
     switch (Type) {
     case 'X':
-      Flags |= kZeroPad;
+      ZeroPad = TRUE;
       [[fallthrough]];
     case 'x':
-    case 'u':
     case 'd': {
-      const BOOLEAN Long = (Flags & kLong) != 0;
-      const UINT64 Unsigned = Long ? va_arg(Marker, UINT64) : (UINT64)va_arg(Marker, unsigned int);
-      const INT64 Signed = Long ? (INT64)Unsigned : (INT64)(int)(unsigned int)Unsigned;
-      if (Type == 'd' && Signed < 0) {
-        EmitNumber(Out, (UINT64)0 - (UINT64)Signed, TRUE, 10, Flags, Width, Precision);
-      } else {
-        EmitNumber(Out, Unsigned, FALSE, Type == 'x' || Type == 'X' ? 16 : 10, Flags, Width, Precision);
-      }
-      continue;
+      const UINT32 Value = va_arg(Marker, unsigned int);
+      const BOOLEAN Negative = Type == 'd' && (INT32)Value < 0;
+      const UINT64 Magnitude = Negative ? (UINT64)0 - (UINT64)(INT64)(INT32)Value : (UINT64)Value;
+      EmitNumber(Out, Magnitude, Negative, Type == 'd' ? 10 : 16, ZeroPad, Width);
+      break;
     }
-    case 'p':
-      EmitNumber(Out, (UINT64)(UINTN)va_arg(Marker, void *), FALSE, 16, kZeroPad, sizeof(void *) * 2, 0);
-      continue;
     case 'r': {
-      EFI_STATUS Status = va_arg(Marker, EFI_STATUS);
+      const EFI_STATUS Status = va_arg(Marker, EFI_STATUS);
       const char *Name = StatusName(Status);
       if (Name == nullptr) {
-        EmitNumber(Out, (UINT64)Status, FALSE, 16, kZeroPad, 8, 0);
-        continue;
-      }
-      Text.Narrow = (const CHAR8 *)Name;
-      Text.Length = NarrowLength(Text.Narrow);
-      break;
-    }
-    case 'a':
-      Text.Narrow = va_arg(Marker, const CHAR8 *);
-      if (Text.Narrow == nullptr) {
-        Text.Narrow = (const CHAR8 *)"<null string>";
-      }
-      Text.Length = NarrowLength(Text.Narrow);
-      break;
-    case 's':
-    case 'S':
-      Text.Wide = va_arg(Marker, const CHAR16 *);
-      if (Text.Wide == nullptr) {
-        Text.Narrow = (const CHAR8 *)"<null string>";
-        Text.Length = NarrowLength(Text.Narrow);
+        EmitNumber(Out, (UINT64)Status, FALSE, 16, TRUE, 8);
       } else {
-        Text.Length = WideLength(Text.Wide);
+        EmitText(Out, (const CHAR8 *)Name, Width);
       }
       break;
-    case 'c': {
-      static_assert(sizeof(CHAR16) == 2, "UCS-2");
-      CHAR16 Single = (CHAR16)va_arg(Marker, int);
-      Piece One = {nullptr, &Single, 1};
-      EmitPiece(Out, One, Flags, Width, Precision);
-      continue;
     }
-    case '%':
-    default: {
-      // "%%" and unknown types print the type character itself.
-      CHAR16 Single = (CHAR16)Type;
-      Piece One = {nullptr, &Single, 1};
-      EmitPiece(Out, One, Flags & kLeftJustify, Width, 0);
-      continue;
+    case 'a': {
+      const CHAR8 *Text = va_arg(Marker, const CHAR8 *);
+      EmitText(Out, Text != nullptr ? Text : (const CHAR8 *)"<null string>", Width);
+      break;
     }
+    default:
+      if (Width > 1) {
+        Out.Repeat(' ', Width - 1);
+      }
+      Out.Put(Type);
+      break;
     }
-    EmitPiece(Out, Text, Flags, Width, Precision);
   }
 
   Out.Store(Out.Count, 0);

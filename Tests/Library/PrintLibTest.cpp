@@ -20,15 +20,21 @@ TEST(AsciiSPrint, NumbersWidthsAndFlags) {
     const char *Expected;
   };
   const Case Cases[] = {
-      {"%04d", 7, "0007"},        {"%05d", 123456, "123456"}, // width never cuts
-      {"%x", 0xabcdef, "ABCDEF"}, {"%x", 0, "0"},             // upper case; at least one digit
-      {"%4X", 0x5, "0005"},       {"%u", 4294967295u, "4294967295"},
-      {"%4d", 12, "  12"},        {"%-4d|", 12, "12  |"},
-      {"%-04d|", 12, "12  |"}, // left justification wins over zero padding
-      {"%10d", 5, "         5"},  {"%9u", 7, "        7"},
-      {"%.3d", 7, "007"},         {"%.1d", 123, "123"}, // precision: the fewest digits
-      {"%.5c|", 'Q', "Q|"},       {"%.0c|", 'Q', "|"},  // a precision limits the one character
-      {"ab%", 0, "ab"},                                 // a lone '%' at the end prints nothing
+      {"%04d", 7, "0007"},
+      {"%05d", 123456, "123456"}, // width never cuts
+      {"%x", 0xabcdef, "ABCDEF"},
+      {"%x", 0, "0"}, // upper case; at least one digit
+      {"%4X", 0x5, "0005"},
+      {"%X", 0xb, "B"}, // "%X" pads with zeros, "%x" with blanks
+      {"%4x", 0xb, "   B"},
+      {"%4d", 12, "  12"},
+      {"%10d", 5, "         5"},
+      {"%010d", 5, "0000000005"}, // a width after the zero flag
+      {"%03d", (UINT32)-7, "-07"},
+      {"%4d", (UINT32)-7, "  -7"}, // zeros after the sign, blanks before
+      {"%d", 0x80000000u, "-2147483648"},
+      {"%x", (UINT32)-1, "FFFFFFFF"}, // the argument is int-sized
+      {"ab%", 0, "ab"},               // a lone '%' at the end prints nothing
   };
   for (const Case &C : Cases) {
     CHAR8 Buffer[64];
@@ -38,32 +44,18 @@ TEST(AsciiSPrint, NumbersWidthsAndFlags) {
   }
 }
 
-TEST(AsciiSPrint, SignedLongStringsAndOddTypes) {
+TEST(AsciiSPrint, TextAndOtherTypes) {
   CHAR8 Buffer[96];
-  AsciiSPrint(Buffer, sizeof(Buffer), "%d %05d %ld %lx %Lu", -5, -42, (INT64)-9000000000LL,
-              (UINT64)0x1122334455667788ULL, (UINT64)18446744073709551615ULL);
-  EXPECT_EQ(Narrow(Buffer), "-5 -0042 -9000000000 1122334455667788 18446744073709551615");
-  // Without L/l the argument is int-sized: a negative int printed as hex shows 32 bits.
-  AsciiSPrint(Buffer, sizeof(Buffer), "%x", -1);
-  EXPECT_EQ(Narrow(Buffer), "FFFFFFFF");
-  AsciiSPrint(Buffer, sizeof(Buffer), "[%a][%s][%c][%%][%5a][%-5a][%.2a]", A("ab"), W(u"cd"), 'Z', A("x"),
-              A("y"), A("xyz"));
-  EXPECT_EQ(Narrow(Buffer), "[ab][cd][Z][%][    x][y    ][xy]");
-  AsciiSPrint(Buffer, sizeof(Buffer), "%a|%S", (const CHAR8 *)nullptr, (const CHAR16 *)nullptr);
-  EXPECT_EQ(Narrow(Buffer), "<null string>|<null string>");
-  // Width and precision from the argument list; "l"/"L" only widen the argument.
-  AsciiSPrint(Buffer, sizeof(Buffer), "%*d|%.*a|%-3d|%5Ld|%p", 4, 7, 2, A("xyz"), -5, (INT64)42,
-              (VOID *)(UINTN)0xABCDEF);
-  EXPECT_EQ(Narrow(Buffer), "   7|xy|-5 |   42|0000000000ABCDEF");
-  // An unknown type prints as itself and consumes no argument.
-  AsciiSPrint(Buffer, sizeof(Buffer), "%q%d", 3);
-  EXPECT_EQ(Narrow(Buffer), "q3");
-  // Empty strings take no room (the bytes behind their terminator are not text), and a width pads
-  // "%%" like any other piece.
+  AsciiSPrint(Buffer, sizeof(Buffer), "[%a][%5a][%a]|%a", A("ab"), A("x"), A("xyz"), (const CHAR8 *)nullptr);
+  EXPECT_EQ(Narrow(Buffer), "[ab][    x][xyz]|<null string>");
+  // Any other type character prints itself, padded like any piece, and consumes no argument:
+  // the argument after it goes to the next conversion.
+  AsciiSPrint(Buffer, sizeof(Buffer), "%q%d|%%|%3%|%s%c%u%d", 3, 4);
+  EXPECT_EQ(Narrow(Buffer), "q3|%|  %|scu4");
+  // Empty strings take no room (the bytes behind their terminator are not text).
   const CHAR8 EmptyNarrow[] = {0, 'z', 0};
-  const CHAR16 EmptyWide[] = {0, u'z', 0};
-  EXPECT_EQ(AsciiSPrint(Buffer, sizeof(Buffer), "[%a][%s][%5%]", EmptyNarrow, EmptyWide), 11u);
-  EXPECT_EQ(Narrow(Buffer), "[][][    %]");
+  EXPECT_EQ(AsciiSPrint(Buffer, sizeof(Buffer), "[%a]", EmptyNarrow), 2u);
+  EXPECT_EQ(Narrow(Buffer), "[]");
 }
 
 // The size counts bytes, terminator included: what does not fit is cut, padding too, and nothing is
@@ -171,9 +163,10 @@ TEST(UnicodeSPrint, SizeInBytesAndSameRulesAsAscii) {
   for (CHAR16 &C : Buffer) {
     C = u'Q';
   }
-  std::u16string Long(400, u'x');
+  std::string Long(400, 'x');
   // 512 bytes hold 255 characters and the terminator.
-  EXPECT_EQ(UnicodeSPrint(Buffer, 512, W(u"%s"), W(Long.c_str())), 255u);
+  EXPECT_EQ(UnicodeSPrint(Buffer, 512, W(u"%a"), A(Long.c_str())), 255u);
+  EXPECT_EQ(Buffer[254], u'x');
   EXPECT_EQ(Buffer[255], 0);
   EXPECT_EQ(Buffer[256], u'Q');
   EXPECT_EQ(UnicodeSPrint(Buffer, 6, W(u"%d"), 12345), 2u);
@@ -183,6 +176,9 @@ TEST(UnicodeSPrint, SizeInBytesAndSameRulesAsAscii) {
                           (EFI_STATUS)((1ULL << 63) | 14)),
             21u);
   EXPECT_EQ(Wide(Buffer), u"nic 07 AB Not Found\r\n");
+  // A character beyond ASCII in the format is copied whole, not cut to a byte.
+  UnicodeSPrint(Buffer, sizeof(Buffer), W(u"\u20ac%c"));
+  EXPECT_EQ(Wide(Buffer), u"\u20acc");
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 // need a cast at every call); the output and "%a" arguments are CHAR8 text.
 // "%x" prints upper-case digits, "%X" is "%x" zero-padded, a "\n" of the FORMAT becomes "\r\n",
 // BufferSize is in bytes and includes the terminator, "%r" prints an EFI_STATUS by name.
+// Only "%a", "%d", "%x", "%X" and "%r" with a '0' flag and a width are formatted; any other type
+// character prints itself (see Library/README.md).
 #ifndef LIBRARY_PRINT_LIB_H_
 #define LIBRARY_PRINT_LIB_H_
 
