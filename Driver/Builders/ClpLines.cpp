@@ -142,17 +142,10 @@ const CLP_ROW *FindClpLine(const CLP_DIALECT *Dialect, UINT64 Code, const FUNCTI
     return nullptr;
   }
   Function = ClpFunctionOrAbsent(Function);
-  // The rows are ordered by code: find the first row of the code, then take the first of its
-  // rows whose condition holds.
+  // The rows are ordered by code; the first of the code's rows whose condition holds is the line.
   UINTN Low = 0;
-  UINTN High = Dialect->Count;
-  while (Low < High) {
-    const UINTN Middle = (Low + High) / 2;
-    if (ClpRows(Dialect)[Middle].Code < Code) {
-      Low = Middle + 1;
-    } else {
-      High = Middle;
-    }
+  while (Low < Dialect->Count && ClpRows(Dialect)[Low].Code < Code) {
+    Low++;
   }
   for (UINTN Index = Low; Index < Dialect->Count && ClpRows(Dialect)[Index].Code == Code; Index++) {
     if (ConditionHolds(&ClpRows(Dialect)[Index], Function)) {
@@ -203,33 +196,28 @@ EFI_STATUS RunClpLine(const CLP_DIALECT *Dialect, const CLP_ROW *Line, const FUN
 
 // --- Frames ------------------------------------------------------------------------------------
 
-// Decimal digits of Value appended at Text[*Length], as long as they fit in Capacity characters.
-static VOID AppendDigits(CHAR8 *Text, UINTN *Length, UINTN Capacity, UINT32 Value) {
-  CHAR8 Digits[10];
-  UINTN Count = 0;
-  do {
-    Digits[Count++] = (CHAR8)('0' + Value % 10);
-    Value /= 10;
-  } while (Value != 0);
-  while (Count > 0 && *Length < Capacity) {
-    Text[(*Length)++] = Digits[--Count];
-  }
-}
-
 VOID PrepareClpDigits(const FUNCTION_SETTINGS *Function, CLP_DIGIT_MODE Mode) {
   CHAR8 *Buffer = mModule.Builder.ClpCommandBuffer;
   if (Mode != DigitsUnused) {
     Function = ClpFunctionOrAbsent(Function);
     const UINT32 Offset = Mode == DigitsFromOne ? 1 : 0;
-    // What "%01d%01d" printed with a capacity of 3 leaves: the first two characters of the two
-    // numbers written one after the other, so a two-digit number contributes only its first
-    // digit. Written directly: this runs for every command.
-    UINTN Length = 0;
-    AppendDigits(Buffer, &Length, 2, (UINT32)Function->PortIndex + Offset);
-    AppendDigits(Buffer, &Length, 2, (UINT32)Function->PfIndex + Offset);
-    Buffer[Length] = 0;
-    mModule.Builder.mClpPortDigit = Buffer[0];
-    mModule.Builder.mClpPfDigit = Buffer[1];
+    const UINT32 Port = (UINT32)Function->PortIndex + Offset;
+    const UINT32 Pf = (UINT32)Function->PfIndex + Offset;
+    // The digits are the first two characters of the two numbers written one after the other
+    // ("%01d%01d" with room for two): a port of two or more digits leaves none for the function.
+    UINT32 Scale = 1;
+    while (Port / Scale >= 10) {
+      Scale *= 10;
+    }
+    mModule.Builder.mClpPortDigit = (CHAR8)('0' + Port / Scale);
+    if (Scale > 1) {
+      mModule.Builder.mClpPfDigit = (CHAR8)('0' + Port / (Scale / 10) % 10);
+    } else {
+      while (Pf / Scale >= 10) {
+        Scale *= 10;
+      }
+      mModule.Builder.mClpPfDigit = (CHAR8)('0' + Pf / Scale);
+    }
     mModule.Builder.mClpTargetDigit = '0';
   }
   Buffer[0] = 0;

@@ -8,7 +8,6 @@
 
 // Word stores into buffers of any type.
 typedef UINT64 __attribute__((may_alias)) MEMORY_LIB_UINT64;
-typedef UINT64 __attribute__((may_alias, aligned(1))) MEMORY_LIB_UNALIGNED_UINT64;
 
 VOID *CopyMem(VOID *DestinationBuffer, const VOID *SourceBuffer, UINTN Length) {
   if (Length == 0 || DestinationBuffer == SourceBuffer) {
@@ -22,17 +21,7 @@ VOID *CopyMem(VOID *DestinationBuffer, const VOID *SourceBuffer, UINTN Length) {
   const UINT8 *Source = (const UINT8 *)SourceBuffer;
   // Unsigned distance: a destination below the source wraps to far more than Length.
   if ((UINTN)Destination - (UINTN)Source >= Length) {
-    // Forward: eight bytes per step while they fit (replies of kilobytes are copied whole). Each
-    // word is read whole before it is written, and with the destination below the source or
-    // behind its end a write never reaches a source byte still to be read, however close the
-    // two buffers are.
-    UINTN Index = 0;
-    for (; Length - Index >= 8; Index += 8) {
-      LOOP_BARRIER();
-      *(MEMORY_LIB_UNALIGNED_UINT64 *)(Destination + Index) =
-          *(const MEMORY_LIB_UNALIGNED_UINT64 *)(Source + Index);
-    }
-    for (; Index < Length; Index++) {
+    for (UINTN Index = 0; Index < Length; Index++) {
       LOOP_BARRIER();
       Destination[Index] = Source[Index];
     }

@@ -4,7 +4,12 @@
 #include "Library/DebugLib.h"
 
 // Failed argument checks are reported under the library's name, not the source path.
-#define HX_ASSERT_FAILED() DebugAssert("HxStringLib", __LINE__, "0")
+#define HX_ASSERT_FAILED()                                                                                   \
+  do {                                                                                                       \
+    if (DebugAssertEnabled()) {                                                                              \
+      DebugAssert("HxStringLib", __LINE__, "0");                                                             \
+    }                                                                                                        \
+  } while (FALSE)
 
 // Parsers search every key of a table through the whole reply, so this runs over kilobytes per
 // Response. Candidates for the pattern's first byte are found eight bytes at a time: XOR with the
@@ -33,34 +38,22 @@ CHAR8 *HxMemSearch(const CHAR8 *Buffer, UINTN BufferLength, const CHAR8 *Pattern
   const UINT64 Ones = 0x0101010101010101ULL;
   const UINT64 Repeated = Ones * (UINT8)Pattern[0];
   UINTN Start = 0;
-  // Whole words only: the bytes read lie inside the buffer. Most of a reply holds no candidate,
-  // so it is skipped two words at a time; two words that hold one are then looked at in order.
-  while (Start + 8 <= BufferLength && Start < Starts) {
-    for (; Start + 16 <= BufferLength && Start < Starts; Start += 16) {
-      const UINT64 Low = *(const HX_UNALIGNED_UINT64 *)(Buffer + Start) ^ Repeated;
-      const UINT64 High = *(const HX_UNALIGNED_UINT64 *)(Buffer + Start + 8) ^ Repeated;
-      if ((((Low - Ones) & ~Low) | ((High - Ones) & ~High)) & (Ones << 7)) {
-        break;
-      }
-    }
-    for (UINTN Words = 0; Words < 2 && Start + 8 <= BufferLength && Start < Starts; Words++, Start += 8) {
+  while (Start < Starts) {
+    // A whole word inside the buffer that holds no candidate is skipped at once; most of a reply
+    // is such words.
+    if (Start + 8 <= BufferLength) {
       const UINT64 Word = *(const HX_UNALIGNED_UINT64 *)(Buffer + Start) ^ Repeated;
-      UINT64 Flagged = (Word - Ones) & ~Word & (Ones << 7);
-      while (Flagged != 0) {
-        const UINTN Candidate = Start + (UINTN)(__builtin_ctzll(Flagged) >> 3);
-        if (Candidate >= Starts) {
-          return nullptr;
-        }
-        if (Buffer[Candidate] == Pattern[0] && HxMatchesAt(Buffer + Candidate, Pattern, PatternLength)) {
-          return (CHAR8 *)(Buffer + Candidate);
-        }
-        Flagged &= Flagged - 1;
+      if (((Word - Ones) & ~Word & (Ones << 7)) == 0) {
+        Start += 8;
+        continue;
       }
     }
-  }
-  for (; Start < Starts; Start++) {
-    if (Buffer[Start] == Pattern[0] && HxMatchesAt(Buffer + Start, Pattern, PatternLength)) {
-      return (CHAR8 *)(Buffer + Start);
+    // Otherwise the word (or the buffer's last bytes) is looked at byte by byte, in order.
+    const UINTN End = Starts - Start > 8 ? Start + 8 : Starts;
+    for (; Start < End; Start++) {
+      if (Buffer[Start] == Pattern[0] && HxMatchesAt(Buffer + Start, Pattern, PatternLength)) {
+        return (CHAR8 *)(Buffer + Start);
+      }
     }
   }
   return nullptr;
