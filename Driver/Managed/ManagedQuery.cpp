@@ -12,18 +12,6 @@
 #include "Library/UefiBootServicesTableLib.h"
 #include "Strings/Vocabulary.h"
 
-// Function indices beyond the 16-entry tables have no entries; the builders treat the missing
-// entries as absent values.
-static VOID PointEntriesAt(UINTN Index) {
-  if (Index < NALO_FUNCTION_ENTRIES) {
-    SelectNaloEntries(Index);
-  } else {
-    mModule.Tables.mCurFunctionEntry = nullptr;
-    mModule.Tables.mCurAddressEntry = nullptr;
-    mModule.Tables.mCurBootEntry = nullptr;
-  }
-}
-
 static VOID StartControllerRun(const ADAPTER_FAMILY_ROW *Family, FUNCTION_SETTINGS *Adapter, BOOLEAN *Plan) {
   if (IsFirstFunctionOfAdapter(Adapter)) {
     // A new adapter: forget what the previous adapter's first function discovered.
@@ -83,7 +71,7 @@ static VOID RunPlanningPass(const ADAPTER_FAMILY_ROW *Family, UINTN Instance, FU
       break;
     }
     const UINTN First = mModule.Run.mCommandCount;
-    PointEntriesAt(Index);
+    SelectNaloEntries(Index);
     PLAN_STATE Copy = Snapshot;
     RunFamilyPlanner(Family->Planner, Instance, Function, &Copy, &mModule.Run.mCommandCount);
     for (UINTN Entry = First; Entry < mModule.Run.mCommandCount && Entry < COMMAND_LIST_ENTRIES; Entry++) {
@@ -144,7 +132,7 @@ EFI_STATUS RunManagedStep(UINTN *Instance, FUNCTION_SETTINGS **Settings, CHAR8 *
     mModule.Run.mCurrentCommandCode = END;
   }
 
-  PointEntriesAt(Function->PfIndex);
+  SelectNaloEntries(Function->PfIndex);
   const EFI_STATUS Status = BuildClpCommand(Family != nullptr ? Family->Builder : BuilderDefault, Adapter,
                                             Function, mModule.Run.mCurrentCommandCode, ParseFlag);
 

@@ -9,14 +9,24 @@
 #include "Library/BaseMemoryLib.h"
 #include "Library/UefiBootServicesTableLib.h"
 
+#define OFFSET_OF_TABLES(Field) __builtin_offsetof(CONFIGURATION_TABLES_STATE, Field)
+
 EFI_GUID gNaloConfigurationProtocolGuid = NALO_CONFIGURATION_PROTOCOL_GUID;
 EFI_GUID gPlatformPolicyProtocolGuid = PLATFORM_POLICY_PROTOCOL_GUID;
 
+// The four tables lie one after the other in the state: one clear covers them.
+static_assert(OFFSET_OF_TABLES(mNaloPortTable) ==
+                      OFFSET_OF_TABLES(mNaloHeader) + sizeof(NALO_CONFIG_HEADER) &&
+                  OFFSET_OF_TABLES(mNaloAddressTable) ==
+                      OFFSET_OF_TABLES(mNaloPortTable) + sizeof(NALO_PORT_TABLE) &&
+                  OFFSET_OF_TABLES(mNaloBootTable) ==
+                      OFFSET_OF_TABLES(mNaloAddressTable) + sizeof(mModule.Tables.mNaloAddressTable),
+              "the configuration tables are contiguous");
+
 static VOID ZeroNaloTables(VOID) {
-  ZeroMem(&mModule.Tables.mNaloHeader, sizeof(mModule.Tables.mNaloHeader));
-  ZeroMem(&mModule.Tables.mNaloPortTable, sizeof(mModule.Tables.mNaloPortTable));
-  ZeroMem(mModule.Tables.mNaloAddressTable, sizeof(mModule.Tables.mNaloAddressTable));
-  ZeroMem(mModule.Tables.mNaloBootTable, sizeof(mModule.Tables.mNaloBootTable));
+  ZeroMem(&mModule.Tables.mNaloHeader, OFFSET_OF_TABLES(mNaloBootTable) +
+                                           sizeof(mModule.Tables.mNaloBootTable) -
+                                           OFFSET_OF_TABLES(mNaloHeader));
 }
 
 EFI_STATUS LocateNaloConfig(VOID) {

@@ -34,7 +34,8 @@ EFI_STATUS LoadNaloConfiguration(FUNCTION_SETTINGS *Settings);
 BOOLEAN QueryDefaults(UINTN Selector);
 UINT8 GetForceAdapterEnable(VOID);
 VOID NotifyRestartOnce(VOID);
-// Points the three work-entry pointers at entry Index of their tables (Index below 16).
+// Points the three work-entry pointers at entry Index of their tables; an Index beyond the
+// 16-entry tables has no entries (NULL), which the builders read as absent values.
 VOID SelectNaloEntries(UINTN Index);
 
 #endif
