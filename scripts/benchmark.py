@@ -39,8 +39,7 @@ DEFAULT_SCENARIOS = [os.path.join(ROOT, "Host", "Simulator", "DemoFleet.json"),
 BOUNDS = {
     # 48 KiB in the firmware volume's terms: the image file and its LZMA-compressed form.
     "imageBytes": 48 * 1024,
-    # Not yet the wanted 20,000: the figure reached, held so that it cannot grow unnoticed.
-    "lzmaBytes": 22700,
+    "lzmaBytes": 20000,
     "meanInstructionsPerPair": 3500,
     # No pair may cost more than the worst one did before the footprint work (39,810).
     "worstPairInstructions": 39810,

@@ -20,6 +20,7 @@ import queue
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import threading
@@ -560,13 +561,23 @@ class Tree:
         was running. With every_failure the whole binary runs and every failing test is named."""
         exe = os.path.join(self.build, TEST_PATHS[binary])
         cmd = [exe] if every_failure else [exe, "--gtest_fail_fast", "--gtest_brief=1"]
+        # A session of its own, so that a hang is ended with everything the binary started: a
+        # death test's forked child that a mutant sends into a loop would otherwise outlive its
+        # parent and keep a core busy for the rest of the run.
+        proc = subprocess.Popen(cmd, cwd=self.build, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                                start_new_session=True)
         try:
-            r = subprocess.run(cmd, cwd=self.build, capture_output=True, text=True, timeout=self.timeouts[binary])
-            out, code = r.stdout, r.returncode
-        except subprocess.TimeoutExpired as e:
-            out, code = e.stdout or "", None
-            if isinstance(out, bytes):
-                out = out.decode(errors="replace")
+            out, _ = proc.communicate(timeout=self.timeouts[binary])
+            code = proc.returncode
+        except subprocess.TimeoutExpired:
+            os.killpg(proc.pid, signal.SIGKILL)
+            out, _ = proc.communicate()
+            code = None
+        finally:
+            try:
+                os.killpg(proc.pid, signal.SIGKILL)  # a forked child left behind by a finished run
+            except ProcessLookupError:
+                pass
         if code == 0:
             return True, []
         failed = re.findall(r"\[  FAILED  \] (\S+)", out)
