@@ -27,7 +27,7 @@ TEST(AsciiSPrint, NumbersWidthsAndFlags) {
       {"%4X", 0x5, "0005"},
       {"%X", 0xb, "B"}, // "%X" pads with zeros, "%x" with blanks
       {"%4x", 0xb, "   B"},
-      {"%4d", 12, "  12"},
+      {"%9x", 0xb, "        B"},
       {"%10d", 5, "         5"},
       {"%010d", 5, "0000000005"}, // a width after the zero flag
       {"%03d", (UINT32)-7, "-07"},
@@ -50,8 +50,8 @@ TEST(AsciiSPrint, TextAndOtherTypes) {
   EXPECT_EQ(Narrow(Buffer), "[ab][    x][xyz]|<null string>");
   // Any other type character prints itself, padded like any piece, and consumes no argument:
   // the argument after it goes to the next conversion.
-  AsciiSPrint(Buffer, sizeof(Buffer), "%q%d|%%|%3%|%s%c%u%d", 3, 4);
-  EXPECT_EQ(Narrow(Buffer), "q3|%|  %|scu4");
+  AsciiSPrint(Buffer, sizeof(Buffer), "%q%d|%%|%2%|%s%c%u%d", 3, 4);
+  EXPECT_EQ(Narrow(Buffer), "q3|%| %|scu4");
   // Empty strings take no room (the bytes behind their terminator are not text).
   const CHAR8 EmptyNarrow[] = {0, 'z', 0};
   EXPECT_EQ(AsciiSPrint(Buffer, sizeof(Buffer), "[%a]", EmptyNarrow), 2u);

@@ -518,6 +518,31 @@ TEST_F(BuilderTest, EachCommandStartsOnTheFirstTarget) {
   EXPECT_EQ(Command(), "set port1/pf2/target0 OEMVDR_IPv4TargetAddress=C0A80002");
 }
 
+// The placeholder digits are the first two characters of port and function number written one
+// after the other: a port of two or more digits fills both, a function of two gives its first.
+TEST_F(BuilderTest, PlaceholderDigitsOfLargeNumbers) {
+  struct Case {
+    UINT8 Port;
+    UINT8 Pf;
+    const char *Expected;
+  };
+  const Case Cases[] = {
+      {12, 3, "set port1/pf2/target1 OEMVDR_TargetWWPN=22000011aabbccee"},
+      {0, 10, "set port0/pf1/target1 OEMVDR_TargetWWPN=22000011aabbccee"},
+      {9, 47, "set port9/pf4/target1 OEMVDR_TargetWWPN=22000011aabbccee"},
+      {215, 1, "set port2/pf1/target1 OEMVDR_TargetWWPN=22000011aabbccee"},
+      {10, 4, "set port1/pf0/target1 OEMVDR_TargetWWPN=22000011aabbccee"},
+  };
+  for (const Case &C : Cases) {
+    E.Function.VendorId = 0x19A2;
+    E.Function.PortIndex = C.Port;
+    E.Function.PfIndex = C.Pf;
+    BOOLEAN Parse = FALSE;
+    EXPECT_EQ(Build(BuildDefaultClpCommand, SET_PF_TAR_WWPN2, &Parse), EFI_SUCCESS);
+    EXPECT_EQ(Command(), C.Expected) << (int)C.Port << "/" << (int)C.Pf;
+  }
+}
+
 // The buffer holds the previous command behind the new one's terminator; only the new text is
 // searched for its placeholders.
 TEST_F(BuilderTest, OnlyTheNewCommandIsPatched) {
