@@ -56,26 +56,29 @@ def base_name(signature):
     return name.split("::")[-1].lstrip("*&").split(".")[0]
 
 
-def read_stack_usage(su_dir):
+def read_stack_usage(su_dir, image):
     usage = {}
     dynamic = set()
-    for folder, _, files in os.walk(su_dir):
-        for file in files:
-            if not file.endswith(".su"):
-                continue
-            with open(os.path.join(folder, file)) as handle:
-                for line in handle:
-                    parts = line.rstrip("\n").split("\t")
-                    if len(parts) != 3:
-                        continue
-                    location, size, kind = parts
-                    signature = location.split(":", 3)[3]
-                    name = base_name(signature)
-                    # Functions that share a bare name (overloads, template instances) count with
-                    # the largest of their frames.
-                    usage[name] = max(usage.get(name, 0), int(size))
-                    if "dynamic" in kind and "bounded" not in kind:
-                        dynamic.add(name)
+    paths = [os.path.join(folder, file) for folder, _, files in os.walk(su_dir) for file in files
+             if file.endswith(".su")]
+    # A link-time optimised image has its frames in the files of its own link-time units
+    # (IMAGE.so.ltrans0.ltrans.su); the other .su files below SU_DIR belong to other images, and
+    # the debug image has the same functions with other frames.
+    own = [path for path in paths if os.path.basename(path).startswith(os.path.basename(image) + ".ltrans")]
+    for path in own or paths:
+        with open(path) as handle:
+            for line in handle:
+                parts = line.rstrip("\n").split("\t")
+                if len(parts) != 3:
+                    continue
+                location, size, kind = parts
+                signature = location.split(":", 3)[3]
+                name = base_name(signature)
+                # Functions that share a bare name (overloads, template instances) count with
+                # the largest of their frames.
+                usage[name] = max(usage.get(name, 0), int(size))
+                if "dynamic" in kind and "bounded" not in kind:
+                    dynamic.add(name)
     return usage, dynamic
 
 
@@ -157,7 +160,7 @@ def main():
     if len(sys.argv) != 4:
         sys.exit(__doc__)
     image, su_dir, limit = sys.argv[1], sys.argv[2], int(sys.argv[3])
-    usage, dynamic = read_stack_usage(su_dir)
+    usage, dynamic = read_stack_usage(su_dir, image)
     functions, objects = read_symbols(image)
     tables = read_function_tables(image, functions, objects)
     if PROTOCOL_TABLE not in tables:
