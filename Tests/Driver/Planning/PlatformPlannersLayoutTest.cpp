@@ -25,8 +25,11 @@ bool Tables(int Byte = -1) {
 
 TEST_F(NaloTablesTest, LoadQueryAndPolicy) {
   Tables(0x5A); // stale data of the previous controller
+  NALO_FUNCTION_ENTRY *const Selected = &mModule.Tables.mNaloPortTable.Function[3];
+  mModule.Tables.mCurFunctionEntry = Selected;
   EXPECT_EQ(LoadNaloConfiguration(S), EFI_UNSUPPORTED);
   EXPECT_TRUE(Tables());
+  EXPECT_EQ(mModule.Tables.mCurFunctionEntry, Selected) << "the clear ends with the tables";
   EXPECT_TRUE(P.PortCalls.empty());
   std::tie(S->PlatformFlags, S->NaloIndex, S->CardIndex, S->PortIndex) =
       std::make_tuple(PLATFORM_FLAG_6, 7, 2, 1);
