@@ -11,11 +11,10 @@
     }                                                                                                        \
   } while (FALSE)
 
-// Parsers search every key of a table through the whole reply, so this runs over kilobytes per
-// Response. Candidates for the pattern's first byte are found eight bytes at a time: XOR with the
-// byte repeated makes a matching byte zero, and the zero-byte test flags every zero byte (it may
-// also flag a 0x01 byte above a zero, which the full comparison then rejects). Every candidate is
-// checked from the lowest position up, so the first match is returned, as a bytewise scan would.
+// Replies of kilobytes are searched, so a word that cannot hold the pattern's first byte is
+// skipped whole: XOR with the byte repeated makes a matching byte zero, and the zero-byte test
+// flags every zero byte (it may also flag a 0x01 byte above a zero). A flagged word is looked at
+// byte by byte, in order, so the first match is returned, as a bytewise scan would.
 typedef UINT64 __attribute__((may_alias, aligned(1))) HX_UNALIGNED_UINT64;
 
 static BOOLEAN HxMatchesAt(const CHAR8 *Candidate, const CHAR8 *Pattern, UINTN PatternLength) {
