@@ -147,14 +147,7 @@ static VOID ParsePortEnableStep(const PARSE_VIEW *View) {
   default:
     return;
   }
-  const UINT8 Enabled = FindKeyword(View->Value, DisableWord) == nullptr ? 1 : 0;
-  View->Settings->PortEnable = Enabled;
-  View->Settings->PortEnableToApply = Enabled;
-}
-
-static VOID StoreBootEnable(FUNCTION_SETTINGS *Settings, UINT8 Enabled) {
-  Settings->BootEnable = Enabled;
-  Settings->BootEnableToApply = Enabled;
+  RecordPortEnable(View->Settings, FindKeyword(View->Value, DisableWord) == nullptr ? 1 : 0);
 }
 
 static VOID ParseBootEnableStep(const PARSE_VIEW *View) {
@@ -162,19 +155,19 @@ static VOID ParseBootEnableStep(const PARSE_VIEW *View) {
   switch (Settings->VendorId) {
   case VENDOR_QLOGIC:
     if (mModule.Run.mFamily.QLogic2261) {
-      StoreBootEnable(Settings, FindKeyword(View->Value, "Disabl") == nullptr ? 1 : 0);
+      RecordBootEnable(Settings, FindKeyword(View->Value, "Disabl") == nullptr ? 1 : 0);
     } else if (mModule.Run.mFamily.QLogic8070 && IsFirstFunctionOfPort(View->Settings)) {
       // One reply describes the boot ROM of the whole port.
       const UINT8 Enabled = FindKeyword(View->Value, "Disabled") == nullptr ? 1 : 0;
       FUNCTION_SETTINGS *Function;
       for (UINTN Pf = 0; (Function = FunctionListEntry(Settings, Pf)) != nullptr; Pf++) {
-        StoreBootEnable(Function, Enabled);
+        RecordBootEnable(Function, Enabled);
       }
     }
     return;
   case VENDOR_EMULEX:
   case VENDOR_MELLANOX:
-    StoreBootEnable(Settings, FindKeyword(View->Value, "disabl") == nullptr ? 1 : 0);
+    RecordBootEnable(Settings, FindKeyword(View->Value, "disabl") == nullptr ? 1 : 0);
     return;
   default:
     return;

@@ -59,15 +59,11 @@ static VOID SaveMaxBandwidth(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *V
 
 // Emulex0710 spells its states in lower case.
 static VOID SavePortEnable0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
-  const UINT8 Enabled = WordIs(Value, "disabled") ? 0 : 1;
-  Settings->PortEnable = Enabled;
-  Settings->PortEnableToApply = Enabled;
+  RecordPortEnable(Settings, WordIs(Value, "disabled") ? 0 : 1);
 }
 
 static VOID SaveBootEnable0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
-  const UINT8 Enabled = WordIs(Value, "disabled") ? 0 : 1;
-  Settings->BootEnable = Enabled;
-  Settings->BootEnableToApply = Enabled;
+  RecordBootEnable(Settings, WordIs(Value, "disabled") ? 0 : 1);
 }
 
 static VOID SaveSriov0710(FUNCTION_SETTINGS *Settings, const PF_INFO_VALUE *Value) {
@@ -306,40 +302,22 @@ static_assert(TABLE_ROWS(mQLogic2031Keys) <= PF_INFO_MAX_ROWS, "key table too lo
 // Parsers
 // ---------------------------------------------------------------------------------------------
 
-VOID ParsePfInfoEmulex0710(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
-  if (Value == nullptr || Settings == nullptr) {
-    return;
-  }
-  RunKeyTable(mEmulex0710Keys, TABLE_ROWS(mEmulex0710Keys), Value, Length, Settings);
-}
-
-VOID ParsePfInfoEmulex0720(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
-  if (Value == nullptr || Settings == nullptr) {
-    return;
-  }
-  RunKeyTable(mEmulex0720Keys, TABLE_ROWS(mEmulex0720Keys), Value, Length, Settings);
-}
-
-VOID ParsePfInfoQLogic2031(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
-  if (Value == nullptr || Settings == nullptr) {
-    return;
-  }
-  // A reply without versions counts as firmware without IOV support.
-  mModule.Discovered.mFcIovSupported = 0;
-  RunKeyTable(mQLogic2031Keys, TABLE_ROWS(mQLogic2031Keys), Value, Length, Settings);
-}
-
 // A switch rather than a table of parser addresses: it needs no load-time relocation.
 VOID ParsePfInfo(PF_INFO_KEYS Keys, const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings) {
+  if (Value == nullptr || Settings == nullptr) {
+    return;
+  }
   switch (Keys) {
   case PfInfoEmulex0710:
-    ParsePfInfoEmulex0710(Value, Length, Settings);
+    RunKeyTable(mEmulex0710Keys, TABLE_ROWS(mEmulex0710Keys), Value, Length, Settings);
     break;
   case PfInfoEmulex0720:
-    ParsePfInfoEmulex0720(Value, Length, Settings);
+    RunKeyTable(mEmulex0720Keys, TABLE_ROWS(mEmulex0720Keys), Value, Length, Settings);
     break;
   case PfInfoQLogic2031:
-    ParsePfInfoQLogic2031(Value, Length, Settings);
+    // A reply without versions counts as firmware without IOV support.
+    mModule.Discovered.mFcIovSupported = 0;
+    RunKeyTable(mQLogic2031Keys, TABLE_ROWS(mQLogic2031Keys), Value, Length, Settings);
     break;
   case PfInfoNone:
     break;

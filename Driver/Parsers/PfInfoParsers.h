@@ -12,10 +12,7 @@ enum PF_INFO_KEYS : UINT8 {
   PfInfoEmulex0720,
   PfInfoQLogic2031,
 };
+// Reads a SHOW_PF_INFO value with the named key table; a missing value or record reads nothing.
 VOID ParsePfInfo(PF_INFO_KEYS Keys, const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings);
-
-VOID ParsePfInfoEmulex0710(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings);
-VOID ParsePfInfoEmulex0720(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings);
-VOID ParsePfInfoQLogic2031(const CHAR8 *Value, UINTN Length, FUNCTION_SETTINGS *Settings);
 
 #endif

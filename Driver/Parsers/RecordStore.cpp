@@ -25,3 +25,13 @@ VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId) {
   mModule.Discovered.mTargetVlanId = VlanId;
   Settings->VlanId = VlanId == VLAN_NONE ? 0 : VlanId;
 }
+
+VOID RecordPortEnable(FUNCTION_SETTINGS *Settings, UINT8 Enabled) {
+  Settings->PortEnable = Enabled;
+  Settings->PortEnableToApply = Enabled;
+}
+
+VOID RecordBootEnable(FUNCTION_SETTINGS *Settings, UINT8 Enabled) {
+  Settings->BootEnable = Enabled;
+  Settings->BootEnableToApply = Enabled;
+}

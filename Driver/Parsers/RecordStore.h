@@ -1,5 +1,5 @@
 // What the parsers share for putting a result into the settings records: the walks over a
-// record's Functions and Ports lists and the VLAN ID that more than one family reports.
+// record's Functions and Ports lists and the values that more than one family reports.
 #ifndef DRIVER_PARSERS_RECORD_STORE_H_
 #define DRIVER_PARSERS_RECORD_STORE_H_
 
@@ -13,5 +13,9 @@ FUNCTION_SETTINGS *PortListEntry(const FUNCTION_SETTINGS *Settings, UINTN Index)
 // A VLAN ID the adapter reports: the working pair takes it as it is, the record keeps 4095 (no
 // VLAN) as 0.
 VOID StoreVlanId(FUNCTION_SETTINGS *Settings, UINT16 VlanId);
+
+// A port or boot enable the adapter reports, as it is now and as the value to apply.
+VOID RecordPortEnable(FUNCTION_SETTINGS *Settings, UINT8 Enabled);
+VOID RecordBootEnable(FUNCTION_SETTINGS *Settings, UINT8 Enabled);
 
 #endif

@@ -5,6 +5,7 @@
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
 #include "Planning/NaloConfiguration.h"
+#include "Planning/PredicateInternal.h"
 #include "Library/BaseMemoryLib.h"
 #include "Library/MemoryAllocationLib.h"
 #include "Strings/Vocabulary.h"
@@ -20,10 +21,6 @@ static BOOLEAN LayoutFromAdapter(const FUNCTION_SETTINGS *Settings) {
   const UINT16 Subsystem = Settings->SubsystemId;
   return Subsystem == SUBSYSTEM_EMULEX_4X10G ||
          (Subsystem >= SUBSYSTEM_EMULEX_4X1G_FIRST && Subsystem <= SUBSYSTEM_EMULEX_4X1G_LAST);
-}
-
-static BOOLEAN TypedLayout(UINT32 LinkConfig) {
-  return LinkConfig == 0 || LinkConfig == 2 || LinkConfig == 3;
 }
 
 static UINT8 ProbeIndex(const FUNCTION_SETTINGS *Settings, UINTN Port) {
@@ -89,7 +86,7 @@ static BOOLEAN PlanEmulex0720Layout(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings
   BOOLEAN ModeChanged = FALSE;
   BOOLEAN UmcChanged = FALSE;
   if (IsFirstFunctionOfAdapter(Settings)) {
-    if (TypedLayout(mModule.Discovered.mActiveLinkConfig) && mModule.Tables.mNaloHeader.PortTableValid == 1) {
+    if (LayoutAllowsTyping() && PortTableValid()) {
       ProbeRoceAndSriov(Settings, &mModule.Planner.mRoceMode, &mModule.Planner.mSriovRequested,
                         &mModule.Discovered.mActiveLinkConfig);
     }

@@ -169,7 +169,7 @@ VOID PlanPortDefaults(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
 
 VOID PlanShowPxeVlanId(FUNCTION_SETTINGS *Settings, UINT32 Code, UINTN *Count) {
   (VOID) Settings;
-  if (mModule.Discovered.mPxeVlanEnabled != 0) {
+  if (GetPxeVlanEnabled() != 0) {
     AppendCommand(Code, Count);
   }
 }

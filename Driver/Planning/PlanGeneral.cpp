@@ -3,6 +3,7 @@
 #include "ModuleState.h"
 #include "Planning/PlanPhases.h"
 #include "Planning/Planning.h"
+#include "Planning/PredicateInternal.h"
 #include "Planning/NaloConfiguration.h"
 #include "Reporting/Reporting.h"
 #include "Strings/DriverStrings.h"
@@ -134,8 +135,7 @@ static BOOLEAN PlanGeneralPhase2(PLAN_CALL *Call, FUNCTION_SETTINGS *Settings) {
 // Virtual addresses are wanted but the Fibre Channel firmware cannot take the IOV commands that
 // set them: tell the management controller which firmware would.
 static VOID ReportFcIovUnsupported(FUNCTION_SETTINGS *Settings) {
-  const NALO_ADDRESS_ENTRY *Entry = mModule.Tables.mCurAddressEntry;
-  if (mModule.Tables.mNaloHeader.AddressTableValid != 1 || Entry == nullptr || Entry->Enabled != 1) {
+  if (!AddressEntryEnabled()) {
     return;
   }
   UINT8 Version[DOTTED_VERSION_PARTS];

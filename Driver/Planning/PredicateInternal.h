@@ -1,6 +1,6 @@
 // Shared pieces of the planning predicate. PlanCommand (PlanCommand.cpp) dispatches each code to
 // one of the decision routines below; each routine appends through AppendCommand only, so none of
-// them can write past the command list.
+// them can write past the command list. The table-state tests are the family planners' too.
 #ifndef DRIVER_PLANNING_PREDICATE_INTERNAL_H_
 #define DRIVER_PLANNING_PREDICATE_INTERNAL_H_
 
